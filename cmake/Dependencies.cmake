@@ -1,0 +1,23 @@
+# Third-party libraries, all from Debian packages (scripts/install-deps).
+find_package(PkgConfig REQUIRED)
+find_package(OpenSSL 3 REQUIRED COMPONENTS Crypto)
+find_package(Threads REQUIRED)
+
+pkg_check_modules(TOMMATH REQUIRED IMPORTED_TARGET libtommath)
+add_library(ecckey_tommath INTERFACE)
+target_link_libraries(ecckey_tommath INTERFACE PkgConfig::TOMMATH)
+
+find_package(nlohmann_json 3 REQUIRED)
+
+find_package(pugixml REQUIRED)
+add_library(ecckey_pugixml INTERFACE)
+if(TARGET pugixml::pugixml)
+  target_link_libraries(ecckey_pugixml INTERFACE pugixml::pugixml)
+else()
+  target_link_libraries(ecckey_pugixml INTERFACE pugixml)
+endif()
+
+if(ECCKEY_SANITIZE)
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined -fno-sanitize-recover=all)
+endif()

@@ -1,0 +1,49 @@
+// EccCurve: the record of one named curve, filled from a compiled-in catalogue of thirteen curves.
+//
+// Parameters are held as hexadecimal text exactly as the catalogue stores them and are parsed into
+// big integers wherever they are needed. m_a is set only for the Brainpool curves (m_hasA); the NIST
+// curves (a = p - 3) and secp256k1 (a = 0) leave it empty. Clearing leaves m_a and m_hasA alone: a
+// cleared record may still carry a Brainpool a until the next successful load replaces it.
+#pragma once
+
+#include "support/StringBuffer.h"
+
+namespace ecckey {
+
+class LogBase;
+
+class EccCurve {
+public:
+    EccCurve();
+    virtual ~EccCurve();
+    EccCurve(const EccCurve &) = delete;
+    EccCurve &operator=(const EccCurve &) = delete;
+
+    // Fills the record from a name or alias (trimmed, case-insensitive) or, failing those, from the
+    // untrimmed text taken as an OID. Logs "Unsupported ECC curve.." when neither matches.
+    bool loadCurveByName(const char *name, LogBase &log);
+    // Fills the record from a dotted OID (exact text). Logs "Unsupported ECDSA curve." and leaves the
+    // record as it was when the OID is unknown.
+    bool loadCurveByOid(const StringBuffer &oid, LogBase &log);
+    void clearEccCurve();
+    void copyFromEccCurve(const EccCurve &other);
+
+    // SSH key-type name for the curve's OID ("ecdsa-sha2-nistp256", ...). Logs "Unsupported ecdsa curve."
+    // for a record without a catalogue OID.
+    bool getPpkType(StringBuffer &out, LogBase &log) const;
+    // SSH curve identifier used inside public-key blobs; "nistp256" for curves it has no name for.
+    const char *puttyCurveName() const;
+
+    int m_byteLen;       // bytes of a field element and of a scalar; 0 when empty
+    StringBuffer m_name; // canonical lower-case name
+    StringBuffer m_oid;  // dotted decimal
+    StringBuffer m_p;
+    StringBuffer m_a;
+    bool m_hasA;
+    StringBuffer m_b;
+    StringBuffer m_order;
+    StringBuffer m_Gx;
+    StringBuffer m_Gy;
+};
+
+}  // namespace ecckey

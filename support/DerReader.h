@@ -1,0 +1,31 @@
+// DerReader: the strict DER tokenizer under both ASN.1 models.
+//
+// Accepts only DER: single-byte and high-tag-number identifiers (tag numbers up to 2^28), definite
+// lengths in minimal form (no 0x80 indefinite length, no 0x81 for a length below 128, no leading zero
+// length octets, at most four length octets), each length checked against the bytes that remain before
+// anything is read. Nesting deeper than kMaxDepth is refused.
+#pragma once
+
+namespace ecckey {
+
+struct DerHeader {
+    int tagClass = 0;        // 0 universal, 1 application, 2 context, 3 private
+    bool constructed = false;
+    int tag = 0;
+    unsigned headerLen = 0;  // identifier plus length octets
+    unsigned contentLen = 0;
+};
+
+class DerReader {
+public:
+    static const int kMaxDepth = 32;
+
+    // Reads the header of the element at the front of bytes. False when it is not valid DER or when the
+    // content would run past count.
+    static bool readHeader(const unsigned char *bytes, unsigned count, DerHeader &hdr);
+    // Writes a header (identifier and minimal length) into out[0..]; returns its length (at most 10).
+    static unsigned writeHeader(int tagClass, bool constructed, int tag, unsigned contentLen,
+                                unsigned char *out);
+};
+
+}  // namespace ecckey

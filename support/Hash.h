@@ -1,0 +1,36 @@
+// Message digests through OpenSSL's libcrypto.
+#pragma once
+
+namespace ecckey {
+
+class DataBuffer;
+
+// The library's numeric hash-algorithm identifiers.
+enum HashAlg {
+    HASH_SHA1 = 1,
+    HASH_SHA384 = 2,
+    HASH_MD5 = 5,
+    HASH_SHA512 = 3,
+    HASH_SHA256 = 7,
+    HASH_SHA224 = 8,
+};
+
+class _tvHash {
+public:
+    // Appends the digest of data under hashAlg; false for an unknown identifier.
+    static bool doHash(const void *data, unsigned size, int hashAlg, DataBuffer &out);
+    static unsigned hashLen(int hashAlg);  // 0 for an unknown identifier
+};
+
+// The 16-byte digest of classic SSH key fingerprints (MD5).
+class FingerprintDigest {
+public:
+    FingerprintDigest();
+    ~FingerprintDigest();
+    FingerprintDigest(const FingerprintDigest &) = delete;
+    FingerprintDigest &operator=(const FingerprintDigest &) = delete;
+
+    void digestData(const DataBuffer &data, unsigned char out[16]);
+};
+
+}  // namespace ecckey

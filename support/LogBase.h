@@ -1,0 +1,99 @@
+// LogBase: the logger handed to every public operation.
+//
+// Operations open named contexts (LogContextExitor), write failures to the error line, a few notes to the
+// information line and name/value data items. A subclass must override logError, logInfo and logData;
+// enterContext and leaveContext are optional. LogNull discards everything; LogRecorder keeps every line
+// with its context path so that tests can assert exact messages and the command-line tool can print them.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "support/StringBuffer.h"
+
+namespace ecckey {
+
+class LogBase {
+public:
+    LogBase() = default;
+    virtual ~LogBase() = default;
+
+    virtual void logError(const char *text) = 0;
+    virtual void logInfo(const char *text) = 0;
+    virtual void enterContext(const char *name) { (void)name; }
+    virtual void leaveContext() {}
+    virtual void logData(const char *name, const char *value) = 0;
+
+    // Data items: each writes one name/value line through logData.
+    void LogDataSb(const char *name, const StringBuffer &value);
+    void LogDataLong(const char *name, long value);
+    void LogDataBool(const char *name, bool value);
+    void LogDataHex(const char *name, const unsigned char *bytes, unsigned count);
+    void LogDataUint32(const char *name, unsigned value);
+
+    // Verbose flag: data items that only matter when debugging are written when it is set.
+    bool m_verbose = false;
+    // Option keywords that switch optional behaviours on (for example "EMIT_ECC_PKCS1_PUBKEY").
+    StringBuffer m_options;
+};
+
+// Opens a named context for the lifetime of the object.
+class LogContextExitor {
+public:
+    LogContextExitor(LogBase &log, const char *name) : m_log(log) { m_log.enterContext(name); }
+    ~LogContextExitor() { m_log.leaveContext(); }
+    LogContextExitor(const LogContextExitor &) = delete;
+    LogContextExitor &operator=(const LogContextExitor &) = delete;
+
+private:
+    LogBase &m_log;
+};
+
+class LogNull : public LogBase {
+public:
+    void logError(const char *) override {}
+    void logInfo(const char *) override {}
+    void logData(const char *, const char *) override {}
+};
+
+// Keeps every line. Paths join the open contexts with '/', for example "eccVerifyHash/unpackDsaSig".
+class LogRecorder : public LogBase {
+public:
+    enum class Kind { Error, Info, Data, Context };
+    struct Entry {
+        Kind kind;
+        std::string path;   // contexts open when the line was written
+        std::string name;   // data name, or the context name for Kind::Context
+        std::string text;   // message, or data value
+        int depth;          // number of open contexts
+    };
+
+    void logError(const char *text) override;
+    void logInfo(const char *text) override;
+    void enterContext(const char *name) override;
+    void leaveContext() override;
+    void logData(const char *name, const char *value) override;
+
+    const std::vector<Entry> &entries() const { return m_entries; }
+    std::vector<std::string> errors() const;    // error texts, in order
+    std::vector<std::string> infos() const;     // information texts, in order
+    bool hasError(const char *text) const;
+    bool hasInfo(const char *text) const;
+    // Value of the last data item with this name; false when there is none.
+    bool dataValue(const char *name, std::string &value) const;
+    bool hasContext(const char *name) const;
+    void reset();
+
+    // Everything as an indented tree (contexts open a level).
+    std::string toText() const;
+    // Error lines only, one per line, each prefixed by its context path.
+    std::string errorText() const;
+
+private:
+    std::string currentPath() const;
+
+    std::vector<Entry> m_entries;
+    std::vector<std::string> m_contexts;
+};
+
+}  // namespace ecckey

@@ -1,0 +1,39 @@
+// mp_int: a multi-precision integer with LibTomMath's layout and semantics.
+//
+// The storage is LibTomMath's own struct, held in place (no indirection), but LibTomMath's header is kept
+// out of this one: it also declares a global type named mp_int, and a program must be able to include
+// both. Only support/TovarMp.cpp sees the two side by side.
+//
+// Digits hold MP_DIGIT_BIT value bits each: 60 on x86-64 (LibTomMath 1.2 with 64-bit digits), not 28.
+// Code that scans digits uses mp_int::digitBits().
+#pragma once
+
+#include <cstdint>
+
+namespace ecckey {
+
+typedef std::uint64_t MpDigit;
+
+class mp_int {
+public:
+    mp_int();  // zero
+    mp_int(const mp_int &other);
+    mp_int &operator=(const mp_int &other);
+    ~mp_int();  // wipes and releases the digits
+
+    int get_digit_count() const;
+    MpDigit get_digit(int i) const;  // digit i, least significant first; 0 when out of range
+    static int digitBits();          // value bits per digit (MP_DIGIT_BIT)
+
+    // True when construction could not allocate; every operation on such a value fails.
+    bool isBroken() const;
+
+    // LibTomMath's struct, for support/TovarMp.cpp only.
+    void *raw() { return m_raw; }
+    const void *raw() const { return m_raw; }
+
+private:
+    alignas(8) unsigned char m_raw[24];
+};
+
+}  // namespace ecckey

@@ -1,0 +1,86 @@
+// Scope owners: each releases what it holds on every path out of the scope.
+#pragma once
+
+#include <cstddef>
+
+namespace ecckey {
+
+// Base of reference-counted objects (ASN.1 tree nodes). Created with a count of one.
+class RefCountedObject {
+public:
+    RefCountedObject() = default;
+    RefCountedObject(const RefCountedObject &) = delete;
+    RefCountedObject &operator=(const RefCountedObject &) = delete;
+
+    void incRefCount() { ++m_refCount; }
+    // Drops one reference; the object deletes itself when none is left.
+    void decRefCount();
+
+protected:
+    virtual ~RefCountedObject() = default;
+
+private:
+    int m_refCount = 1;
+};
+
+// Deletes the object it was given.
+template <typename T>
+class ObjectOwner {
+public:
+    explicit ObjectOwner(T *object = nullptr) : m_object(object) {}
+    ~ObjectOwner() { delete m_object; }
+    ObjectOwner(const ObjectOwner &) = delete;
+    ObjectOwner &operator=(const ObjectOwner &) = delete;
+
+    void set(T *object) {
+        delete m_object;
+        m_object = object;
+    }
+    T *get() const { return m_object; }
+    T *release() {
+        T *o = m_object;
+        m_object = nullptr;
+        return o;
+    }
+
+private:
+    T *m_object;
+};
+
+// Drops one reference of the object it holds.
+class RefCountedObjectOwner {
+public:
+    explicit RefCountedObjectOwner(RefCountedObject *object = nullptr) : m_object(object) {}
+    ~RefCountedObjectOwner() {
+        if (m_object) m_object->decRefCount();
+    }
+    RefCountedObjectOwner(const RefCountedObjectOwner &) = delete;
+    RefCountedObjectOwner &operator=(const RefCountedObjectOwner &) = delete;
+
+    void set(RefCountedObject *object) {
+        if (m_object) m_object->decRefCount();
+        m_object = object;
+    }
+
+private:
+    RefCountedObject *m_object;
+};
+
+// Allocates a byte array; null on failure. Release with tvDeleteUnsignedChar or a ByteArrayOwner.
+unsigned char *tvNewUnsignedChar(std::size_t count);
+void tvDeleteUnsignedChar(unsigned char *bytes);
+
+// Frees, after zeroing, a byte array from tvNewUnsignedChar.
+class ByteArrayOwner {
+public:
+    ByteArrayOwner(unsigned char *bytes, std::size_t count) : m_bytes(bytes), m_count(count) {}
+    ~ByteArrayOwner();
+    ByteArrayOwner(const ByteArrayOwner &) = delete;
+    ByteArrayOwner &operator=(const ByteArrayOwner &) = delete;
+
+private:
+    unsigned char *m_bytes;
+    std::size_t m_count;
+};
+
+}  // namespace ecckey

@@ -1,0 +1,25 @@
+// SshMessage: RFC 4251 wire encodings (string, mpint).
+#pragma once
+
+namespace ecckey {
+
+class DataBuffer;
+class StringBuffer;
+class mp_int;
+class LogBase;
+
+class SshMessage {
+public:
+    // Appends an SSH string: uint32 big-endian length, then the bytes.
+    static bool pack_db(const DataBuffer &bytes, DataBuffer &out);
+    static bool pack_string(const char *text, DataBuffer &out);
+
+    // Each reads one item at offset, advances offset past it and returns false (offset unchanged) when
+    // the blob is too short for the length it announces.
+    static bool parseString(const DataBuffer &blob, unsigned &offset, StringBuffer &out);
+    static bool parseBinaryString(const DataBuffer &blob, unsigned &offset, DataBuffer &out, LogBase &log);
+    // An mpint (two's complement, big-endian); negative values are refused.
+    static bool parseMpInt(const DataBuffer &blob, unsigned &offset, mp_int &out, LogBase &log);
+};
+
+}  // namespace ecckey

@@ -1,0 +1,61 @@
+// TovarMp: static big-integer operations over mp_int, with LibTomMath's names and semantics.
+//
+// Arithmetic returns 0 on success and non-zero on failure; conversions return bool (true on success).
+// Results may alias inputs, as in LibTomMath.
+#pragma once
+
+#include "support/MpInt.h"
+
+namespace ecckey {
+
+class DataBuffer;
+class StringBuffer;
+class LogBase;
+
+class TovarMp {
+public:
+    // Arithmetic.
+    static int mp_add(const mp_int &a, const mp_int &b, mp_int &c);
+    static int mp_sub(const mp_int &a, const mp_int &b, mp_int &c);
+    static int mp_mul(const mp_int &a, const mp_int &b, mp_int &c);
+    static int mp_sqr(const mp_int &a, mp_int &c);
+    static int mp_mod(const mp_int &a, const mp_int &m, mp_int &c);  // result in [0, m)
+    static int mp_mulmod(const mp_int &a, const mp_int &b, const mp_int &m, mp_int &c);
+    static int mp_invmod(const mp_int &a, const mp_int &m, mp_int &c);  // fails when no inverse exists
+    static int mp_div_2(const mp_int &a, mp_int &c);
+    static int mp_copy(const mp_int &a, mp_int &c);
+    static int mp_set(mp_int &a, MpDigit digit);
+    static int mp_set_int(mp_int &a, unsigned long value);
+    static void mp_zero(mp_int &a);
+    static void mp_exch(mp_int &a, mp_int &b);
+    // Makes room for at least numDigits digits so that later arithmetic up to that size allocates nothing.
+    static int mp_grow(mp_int &a, int numDigits);
+
+    // Comparison: -1, 0 or 1.
+    static int mp_cmp(const mp_int &a, const mp_int &b);
+    static int mp_cmp_d(const mp_int &a, MpDigit digit);
+    static bool mp_iszero(const mp_int &a);
+    static bool mp_isodd(const mp_int &a);
+    static bool mp_isneg(const mp_int &a);
+    static int mp_unsigned_bin_size(const mp_int &a);  // byte length of |a|; 0 for zero
+    static int mp_count_bits(const mp_int &a);
+
+    // Montgomery reduction. The Montgomery digit is a full LibTomMath digit (60 bits here).
+    static int mp_montgomery_setup(const mp_int &m, MpDigit &rho);
+    static int mp_montgomery_normalization(mp_int &r, const mp_int &m);  // r = beta mod m
+    static int mp_montgomery_reduce(mp_int &x, const mp_int &m, MpDigit rho);  // x = x / beta mod m
+
+    // Conversions.
+    static bool mpint_from_radix(mp_int &a, const char *text, int radix);  // radix 16: either case
+    static bool mpint_from_bytes(mp_int &a, const unsigned char *bytes, unsigned count);
+    static bool mpint_to_db(const mp_int &a, DataBuffer &out);           // minimal big-endian |a|
+    static bool unsigned_mpint_to_db(const mp_int &a, DataBuffer &out);  // SSH mpint content
+    static bool mpint_to_bytes(const mp_int &a, unsigned char *out);     // mp_unsigned_bin_size bytes
+    static bool mpint_to_base64url(const mp_int &a, StringBuffer &out, LogBase &log);
+    static bool mpint_to_hex_zero_extended(const mp_int &a, unsigned byteCount, StringBuffer &out);
+    static bool mpint_to_hex(const mp_int &a, StringBuffer &out);  // upper case, minimal, "0" for zero
+
+    static void log_mpint(const char *name, const mp_int &a, LogBase &log);
+};
+
+}  // namespace ecckey
