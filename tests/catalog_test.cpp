@@ -129,8 +129,9 @@ TEST_P(CatalogCurve, StoredTextHasItsExactForm) {
     EXPECT_EQ(curve.m_order.getString(), expectedText(c, "n", EC_GROUP_get0_order(group.get())));
     EXPECT_EQ(curve.m_Gx.getString(), expectedText(c, "Gx", gx.get()));
     EXPECT_EQ(curve.m_Gy.getString(), expectedText(c, "Gy", gy.get()));
-    if (isBrainpool(c))
+    if (isBrainpool(c)) {
         EXPECT_EQ(curve.m_a.getString(), expectedText(c, "a", a.get()));
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(AllCurves, CatalogCurve, ::testing::ValuesIn(ecckey_test::allCurves()),
