@@ -7,7 +7,7 @@
 namespace ecckey_cli {
 
 class ArgList {
-public:
+  public:
     // Splits argv. Options named in valueOptions take a value, either as the next argument or after '='
     // ("--format pem", "--format=pem"); options in flagOptions stand alone. "-v" and "--verbose" are
     // accepted by every subcommand. "--" ends the options; "-" alone is a positional (standard input).
@@ -23,7 +23,7 @@ public:
     bool verbose() const { return m_verbose; }
     const std::vector<std::string> &positionals() const { return m_positionals; }
 
-private:
+  private:
     struct Option {
         std::string name;
         std::string value;

@@ -42,7 +42,8 @@ struct CurveReport {
 };
 
 // Average microseconds of op over a run of about kTimingBudgetUs; negative when op fails.
-template <typename Op> double timeOp(Op op) {
+template <typename Op>
+double timeOp(Op op) {
     const Clock::time_point start = Clock::now();
     double elapsedUs = 0;
     int runs = 0;
@@ -64,7 +65,8 @@ bool sameKey(const EccKey &a, const EccKey &b, bool withPrivate) {
 }
 
 // Signs, verifies the signature, and checks that the same signature fails over another hash.
-bool signAndVerify(EccKey &key, const DataBuffer &hash, bool der, ecckey::_tvPrng &prng, CurveReport &report) {
+bool signAndVerify(EccKey &key, const DataBuffer &hash, bool der, ecckey::_tvPrng &prng,
+                   CurveReport &report) {
     ecckey::LogRecorder log;
     DataBuffer sig;
     DataBuffer otherHash(hash);
@@ -73,14 +75,14 @@ bool signAndVerify(EccKey &key, const DataBuffer &hash, bool der, ecckey::_tvPrn
     bool otherValid = true;
     const unsigned rLen = (unsigned)key.m_curve.m_byteLen;
     const bool ok = key.eccSignHash(hash.getData2(), hash.getSize(), prng, der, sig, log) &&
-                    key.eccVerifyHash(sig.getData2(), sig.getSize(), true, hash.getData2(), hash.getSize(), valid,
-                                      log, rLen) &&
+                    key.eccVerifyHash(sig.getData2(), sig.getSize(), true, hash.getData2(), hash.getSize(),
+                                      valid, log, rLen) &&
                     key.eccVerifyHash(sig.getData2(), sig.getSize(), true, otherHash.getData2(),
                                       otherHash.getSize(), otherValid, log, rLen);
     if (ok && valid && !otherValid)
         return true;
-    report.problems.push_back(std::string(der ? "DER" : "raw") + " signature: " +
-                              (ok ? "wrong verdict" : log.errorText()));
+    report.problems.push_back(std::string(der ? "DER" : "raw") +
+                              " signature: " + (ok ? "wrong verdict" : log.errorText()));
     return false;
 }
 
@@ -203,9 +205,10 @@ int cmdDemo(int argc, char **argv) {
     DataBuffer hash;
     ecckey::_tvHash::doHash(message, sizeof message - 1, ecckey::HASH_SHA256, hash);
 
-    std::printf("ecckey: on every named curve a key pair, ECDSA over SHA-256 in DER and raw form (signed,\n"
-                "verified, and refused over another hash), ECDH between two keys, and the key through\n"
-                "every format and back. Times are microseconds per operation.\n\n");
+    std::printf(
+        "ecckey: on every named curve a key pair, ECDSA over SHA-256 in DER and raw form (signed,\n"
+        "verified, and refused over another hash), ECDH between two keys, and the key through\n"
+        "every format and back. Times are microseconds per operation.\n\n");
     std::printf("curve            DER  raw  ECDH   sign µs  verify µs  ECDH µs  formats that round-trip\n");
     std::vector<CurveReport> reports;
     for (int i = 0; i < ecckey::EccCurve::numCatalogCurves(); ++i) {
@@ -222,9 +225,10 @@ int cmdDemo(int argc, char **argv) {
         }
     }
     const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
-    std::printf("\nFormats: pem sec1-pem der sec1-der spki-explicit jwk xml xmldsig ssh raw-hex (private and\n"
-                "public forms). The generic curves run on LibTomMath and are not constant time; secp256k1\n"
-                "runs on its own constant-time engine.\n");
+    std::printf(
+        "\nFormats: pem sec1-pem der sec1-der spki-explicit jwk xml xmldsig ssh raw-hex (private and\n"
+        "public forms). The generic curves run on LibTomMath and are not constant time; secp256k1\n"
+        "runs on its own constant-time engine.\n");
     if (numProblems > 0) {
         std::printf("%d check(s) failed (%.1f s)\n", numProblems, seconds);
         return kExitError;

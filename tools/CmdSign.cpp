@@ -73,8 +73,9 @@ int cmdSign(int argc, char **argv) {
         // curve's length, so a longer digest would give a signature nobody can check.
         const unsigned byteLen = (unsigned)key.m_curve.m_byteLen;
         if (hash.getSize() > byteLen && byteLen < 64)
-            return session.fail("the ssh form needs a digest no longer than the curve (sha256 for P-256, "
-                                "sha384 for P-384)");
+            return session.fail(
+                "the ssh form needs a digest no longer than the curve (sha256 for P-256, "
+                "sha384 for P-384)");
         signedOk = key.eccSignHash_forSsh(hash.getData2(), hash.getSize(), prng, sig, session.log());
     } else {
         signedOk = key.eccSignHash(hash.getData2(), hash.getSize(), prng, sigFormat == SigFormat::Der, sig,

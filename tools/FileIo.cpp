@@ -63,7 +63,9 @@ bool writeAll(int fd, const unsigned char *bytes, unsigned count) {
 
 }  // namespace
 
-bool isStdio(const char *path) { return path == nullptr || std::strcmp(path, "-") == 0; }
+bool isStdio(const char *path) {
+    return path == nullptr || std::strcmp(path, "-") == 0;
+}
 
 bool readInput(const char *path, ecckey::DataBuffer &out, std::string &error) {
     out.setSensitive();
@@ -93,7 +95,9 @@ bool writeOutput(const char *path, const ecckey::DataBuffer &bytes, bool secret,
         error = describe("cannot create", path);
         return false;
     }
-    bool ok = !secret || ::fchmod(fd, 0600) == 0;
+    // Only a regular file gets its mode changed: -o /dev/null or a pipe must stay as they are.
+    struct stat info;
+    bool ok = ::fstat(fd, &info) == 0 && (!secret || !S_ISREG(info.st_mode) || ::fchmod(fd, 0600) == 0);
     if (!ok)
         error = describe("cannot restrict the mode of", path);
     if (ok && !writeAll(fd, bytes.getData2(), bytes.getSize())) {

@@ -39,20 +39,21 @@ bool pointOnCurve(const EccKey &key) {
     if (TovarMp::isNegative(x) || TovarMp::isNegative(y) || TovarMp::mp_cmp(x, p) >= 0 ||
         TovarMp::mp_cmp(y, p) >= 0 || TovarMp::mp_cmp_d(key.m_pubPoint.m_z, 1) != 0)
         return false;
-    return TovarMp::mp_mulmod(y, y, p, lhs) == 0        // lhs = y^2
-           && TovarMp::mp_mulmod(x, x, p, rhs) == 0     // rhs = x^2
-           && TovarMp::mp_add(rhs, a, rhs) == 0         // rhs = x^2 + a
-           && TovarMp::mp_mulmod(rhs, x, p, rhs) == 0   // rhs = x^3 + a·x
-           && TovarMp::mp_add(rhs, b, rhs) == 0         // rhs = x^3 + a·x + b
-           && TovarMp::mp_mod(rhs, p, rhs) == 0         //
+    return TovarMp::mp_mulmod(y, y, p, lhs) == 0       // lhs = y^2
+           && TovarMp::mp_mulmod(x, x, p, rhs) == 0    // rhs = x^2
+           && TovarMp::mp_add(rhs, a, rhs) == 0        // rhs = x^2 + a
+           && TovarMp::mp_mulmod(rhs, x, p, rhs) == 0  // rhs = x^3 + a·x
+           && TovarMp::mp_add(rhs, b, rhs) == 0        // rhs = x^3 + a·x + b
+           && TovarMp::mp_mod(rhs, p, rhs) == 0        //
            && TovarMp::mp_cmp(lhs, rhs) == 0;
 }
 
 // 0 < d < n.
 bool scalarInRange(const EccKey &key) {
     mp_int n;
-    return TovarMp::mpint_from_radix(n, key.m_curve.m_order.getString(), 16) && !TovarMp::isZero(key.m_privKey) &&
-           !TovarMp::isNegative(key.m_privKey) && TovarMp::mp_cmp(key.m_privKey, n) < 0;
+    return TovarMp::mpint_from_radix(n, key.m_curve.m_order.getString(), 16) &&
+           !TovarMp::isZero(key.m_privKey) && !TovarMp::isNegative(key.m_privKey) &&
+           TovarMp::mp_cmp(key.m_privKey, n) < 0;
 }
 
 }  // namespace

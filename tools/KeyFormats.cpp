@@ -22,11 +22,12 @@ const FormatInfo s_formats[] = {
     {KeyFormat::Der, "der", true, true, true, "DER: PKCS #8 or SubjectPublicKeyInfo"},
     {KeyFormat::Sec1Der, "sec1-der", true, false, true, "DER: SEC 1 ECPrivateKey"},
     {KeyFormat::SpkiExplicit, "spki-explicit", false, true, false,
-     "PEM \"PUBLIC KEY\" with explicit curve parameters (P-256, P-384, P-521, secp256k1; named otherwise)"},
+     "PEM \"PUBLIC KEY\" with explicit parameters (P-256, P-384, P-521, secp256k1; else named)"},
     {KeyFormat::Jwk, "jwk", true, true, false, "JSON Web Key (RFC 7518, kty EC)"},
     {KeyFormat::Xml, "xml", true, true, false, "XML: <ECCKeyValue> or <ECCPublicKey>"},
     {KeyFormat::XmlDsig, "xmldsig", false, true, false, "XML Signature 1.1 <ECKeyValue>"},
-    {KeyFormat::Ssh, "ssh", false, true, false, "one OpenSSH public-key line (P-224, P-256, P-384, P-521, secp256k1)"},
+    {KeyFormat::Ssh, "ssh", false, true, false,
+     "one OpenSSH public-key line (not for P-192 and the Brainpool curves)"},
     {KeyFormat::RawHex, "raw-hex", true, true, false, "curve name, scalar and X9.63 point in hexadecimal"},
 };
 
@@ -64,7 +65,8 @@ bool writeSpki(EccKey &key, bool pem, bool explicitParams, DataBuffer &out, LogB
         return key.toEccPublicKeyPem(!explicitParams, text, log) && appendText(text, false, out);
     }
     DataBuffer der;
-    const bool ok = explicitParams ? key.toPublicKeyDer_longFmt(der, log) : key.toPublicKeyDer_shortFmt(der, log);
+    const bool ok =
+        explicitParams ? key.toPublicKeyDer_longFmt(der, log) : key.toPublicKeyDer_shortFmt(der, log);
     return ok && out.append(der);
 }
 
@@ -95,39 +97,42 @@ bool writeRawHex(EccKey &key, bool writePrivate, DataBuffer &out, LogBase &log) 
     return ok && appendText(text, false, out);
 }
 
-bool writeText(bool (EccKey::*writer)(StringBuffer &, LogBase &), EccKey &key, DataBuffer &out, LogBase &log) {
+bool writeText(bool (EccKey::*writer)(StringBuffer &, LogBase &), EccKey &key, DataBuffer &out,
+               LogBase &log) {
     StringBuffer text;
     return (key.*writer)(text, log) && appendText(text, true, out);
+}
+
+bool writePublicJwk(EccKey &key, DataBuffer &out, LogBase &log) {
+    StringBuffer text;
+    return key.toEccPublicKeyJwk(text, false, log) && appendText(text, true, out);
 }
 
 bool writeFormat(EccKey &key, KeyFormat format, bool writePrivate, DataBuffer &out, LogBase &log,
                  std::string &error) {
     switch (format) {
-    case KeyFormat::Pem:
-        return writePrivate ? writePkcs8(key, true, out, log) : writeSpki(key, true, false, out, log);
-    case KeyFormat::Der:
-        return writePrivate ? writePkcs8(key, false, out, log) : writeSpki(key, false, false, out, log);
-    case KeyFormat::Sec1Pem:
-        return writeSec1(key, true, out, log);
-    case KeyFormat::Sec1Der:
-        return writeSec1(key, false, out, log);
-    case KeyFormat::SpkiExplicit:
-        return writeSpki(key, true, true, out, log);
-    case KeyFormat::Jwk:
-        if (writePrivate)
-            return writeText(&EccKey::toEccPrivateKeyJwk, key, out, log);
-        else {
-            StringBuffer text;
-            return key.toEccPublicKeyJwk(text, false, log) && appendText(text, true, out);
-        }
-    case KeyFormat::Xml:
-        return writeText(writePrivate ? &EccKey::toEccPrivateKeyXml : &EccKey::toEccPublicKeyXml, key, out, log);
-    case KeyFormat::XmlDsig:
-        return writeText(&EccKey::toEccPublicKeyXmlDSig, key, out, log);
-    case KeyFormat::Ssh:
-        return writeSshLine(key, out, log, error);
-    case KeyFormat::RawHex:
-        return writeRawHex(key, writePrivate, out, log);
+        case KeyFormat::Pem:
+            return writePrivate ? writePkcs8(key, true, out, log) : writeSpki(key, true, false, out, log);
+        case KeyFormat::Der:
+            return writePrivate ? writePkcs8(key, false, out, log) : writeSpki(key, false, false, out, log);
+        case KeyFormat::Sec1Pem:
+            return writeSec1(key, true, out, log);
+        case KeyFormat::Sec1Der:
+            return writeSec1(key, false, out, log);
+        case KeyFormat::SpkiExplicit:
+            return writeSpki(key, true, true, out, log);
+        case KeyFormat::Jwk:
+            return writePrivate ? writeText(&EccKey::toEccPrivateKeyJwk, key, out, log)
+                                : writePublicJwk(key, out, log);
+        case KeyFormat::Xml:
+            return writeText(writePrivate ? &EccKey::toEccPrivateKeyXml : &EccKey::toEccPublicKeyXml, key,
+                             out, log);
+        case KeyFormat::XmlDsig:
+            return writeText(&EccKey::toEccPublicKeyXmlDSig, key, out, log);
+        case KeyFormat::Ssh:
+            return writeSshLine(key, out, log, error);
+        case KeyFormat::RawHex:
+            return writeRawHex(key, writePrivate, out, log);
     }
     return false;
 }

@@ -15,11 +15,11 @@ enum class KeyFormat { Pem, Sec1Pem, Der, Sec1Der, SpkiExplicit, Jwk, Xml, XmlDs
 
 struct FormatInfo {
     KeyFormat format;
-    const char *name;      // as given to --format
-    bool holdsPrivate;     // can carry a private key
-    bool holdsPublic;      // can carry a public key
-    bool binary;           // DER; every other format is text ending in a newline
-    const char *summary;   // one line for the usage text and the README
+    const char *name;     // as given to --format
+    bool holdsPrivate;    // can carry a private key
+    bool holdsPublic;     // can carry a public key
+    bool binary;          // DER; every other format is text ending in a newline
+    const char *summary;  // one line for the usage text and the README
 };
 
 // Every format, in the order the usage text lists them.

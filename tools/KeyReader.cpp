@@ -19,9 +19,13 @@ using ecckey::EccKey;
 using ecckey::LogBase;
 using ecckey::StringBuffer;
 
-bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+bool isSpace(char c) {
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
 
-bool isHexDigit(char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
+bool isHexDigit(char c) {
+    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+}
 
 const char *skipSpace(const char *p) {
     while (isSpace(*p))
@@ -247,8 +251,9 @@ bool loadBareHex(const char *text, EccKey &key, LogBase &log, std::string &error
     const unsigned size = bytes.getSize();
     const bool isPoint = size > 0 && bytes[0] == 0x04 && (size == 65 || size == 97 || size == 133);
     if (isPoint ? !key.loadEccPublicRaw(bytes, log) : !key.loadEccPrivateRaw(bytes, false, log)) {
-        error = "cannot load the hexadecimal key (bare hexadecimal is read for P-256, P-384 and P-521 only; "
-                "use the raw-hex form with a curve line for the others)";
+        error =
+            "cannot load the hexadecimal key (bare hexadecimal is read for P-256, P-384 and P-521 only; "
+            "use the raw-hex form with a curve line for the others)";
         return false;
     }
     return true;

@@ -17,7 +17,8 @@ namespace ecckey_cli {
 // line, the command's raw-hex text, or a bare hexadecimal X9.63 point or scalar (65, 97, 133 bytes and
 // 32, 48, 66 bytes: P-256, P-384, P-521). False with a message in error (the module's reasons in log);
 // the key is then unusable.
-bool loadKey(const ecckey::DataBuffer &content, ecckey::EccKey &key, ecckey::LogBase &log, std::string &error);
+bool loadKey(const ecckey::DataBuffer &content, ecckey::EccKey &key, ecckey::LogBase &log,
+             std::string &error);
 
 // Reads path ("-" for standard input) and loads it with loadKey. Messages name the file.
 bool readKeyFile(const char *path, ecckey::EccKey &key, ecckey::LogBase &log, std::string &error);

@@ -6,7 +6,9 @@
 
 namespace ecckey_cli {
 
-Session::Session(bool verbose) : m_verbose(verbose) { m_log.m_verbose = verbose; }
+Session::Session(bool verbose) : m_verbose(verbose) {
+    m_log.m_verbose = verbose;
+}
 
 int Session::fail(const std::string &message) {
     std::fprintf(stderr, "ecckey: %s\n", message.c_str());

@@ -12,7 +12,7 @@
 namespace ecckey_cli {
 
 class Session {
-public:
+  public:
     explicit Session(bool verbose);
 
     ecckey::LogRecorder &log() { return m_log; }
@@ -24,7 +24,7 @@ public:
     // With -v, prints the log tree on standard error. Returns exitCode.
     int finish(int exitCode);
 
-private:
+  private:
     ecckey::LogRecorder m_log;
     bool m_verbose;
 };

@@ -37,7 +37,8 @@ void printUsage(std::FILE *out) {
     int numCommands = 0;
     const Command *all = commands(numCommands);
     for (int i = 0; i < numCommands; ++i)
-        std::fprintf(out, "  %s %s\n      %s\n", all[i].name, all[i].synopsis, all[i].summary);
+        std::fprintf(out, "  %s%s%s\n      %s\n", all[i].name, *all[i].synopsis ? " " : "", all[i].synopsis,
+                     all[i].summary);
     std::fprintf(out, "  help\n      show this text\n\nformats F (pem is the default):\n");
     int numFormats = 0;
     const FormatInfo *formats = keyFormats(numFormats);
