@@ -35,7 +35,7 @@ bool tv_asnItem::appendUnsignedInt(const mp_int &value, LogBase &log) {
         log.logError("Cannot append an INTEGER to a primitive ASN.1 item.");
         return false;
     }
-    if (TovarMp::mp_isneg(value)) {
+    if (TovarMp::isNegative(value)) {
         log.logError("Cannot write a negative value as an unsigned INTEGER.");
         return false;
     }

@@ -29,6 +29,7 @@ bool locateString(const DataBuffer &blob, unsigned offset, unsigned &contentStar
 }  // namespace
 
 bool SshMessage::pack_db(const DataBuffer &bytes, DataBuffer &out) {
+    if (bytes.getSize() > 0xffffffffu - 4 - out.getSize()) return false;
     if (!out.ensureCapacity(out.getSize() + 4 + bytes.getSize())) return false;
     return out.appendUint32_be(bytes.getSize()) && out.append(bytes);
 }
@@ -36,7 +37,7 @@ bool SshMessage::pack_db(const DataBuffer &bytes, DataBuffer &out) {
 bool SshMessage::pack_string(const char *text, DataBuffer &out) {
     if (!text) return false;
     const std::size_t len = std::strlen(text);
-    if (len > 0xffffffffu - 4) return false;
+    if (len > 0xffffffffu - 4 - out.getSize()) return false;
     if (!out.ensureCapacity(out.getSize() + 4 + (unsigned)len)) return false;
     return out.appendUint32_be((unsigned)len) && out.append(text, (unsigned)len);
 }
