@@ -175,28 +175,42 @@ bool loadSshLine(const char *text, EccKey &key, LogBase &log, std::string &error
     return true;
 }
 
-// One "name: value" line of the raw-hex text. The value is copied into a StringBuffer, which wipes it.
+// The lines of the raw-hex text ("curve: NAME", "private: HEX", "public: HEX"). Values are kept in
+// StringBuffers, which wipe themselves.
 struct RawHexFields {
     StringBuffer curve;
     StringBuffer privateHex;
     StringBuffer publicHex;
 };
 
+StringBuffer *rawHexField(RawHexFields &fields, const char *name, std::size_t nameLen) {
+    const auto is = [&](const char *want) {
+        return std::strlen(want) == nameLen && std::strncmp(name, want, nameLen) == 0;
+    };
+    return is("curve")     ? &fields.curve
+           : is("private") ? &fields.privateHex
+           : is("public")  ? &fields.publicHex
+                           : nullptr;
+}
+
+// Fails on a line without a known name and colon, or a name given twice; the message gives the line
+// number only, since a line may hold a private scalar.
 bool parseRawHex(const char *text, RawHexFields &fields, std::string &error) {
+    int lineNumber = 0;
     for (const char *line = text; *line != '\0';) {
+        ++lineNumber;
         const char *end = line;
         while (*end != '\0' && *end != '\n')
             ++end;
-        const char *p = skipSpace(line);
+        const char *p = line;
+        while (p < end && isSpace(*p))
+            ++p;
         if (p < end) {
             const char *colon = static_cast<const char *>(std::memchr(p, ':', (std::size_t)(end - p)));
-            const std::string name = colon ? std::string(p, colon) : std::string(p, end);
-            StringBuffer *field = name == "curve"     ? &fields.curve
-                                  : name == "private" ? &fields.privateHex
-                                  : name == "public"  ? &fields.publicHex
-                                                      : nullptr;
-            if (colon == nullptr || field == nullptr || !field->isEmpty()) {
-                error = "unexpected line in the raw-hex key: \"" + name + "\"";
+            StringBuffer *field = colon ? rawHexField(fields, p, (std::size_t)(colon - p)) : nullptr;
+            if (field == nullptr || !field->isEmpty()) {
+                error = "line " + std::to_string(lineNumber) +
+                        " of the raw-hex key is not curve:, private: or public:";
                 return false;
             }
             field->append(colon + 1, (unsigned)(end - colon - 1));
