@@ -1,0 +1,36 @@
+// FieldInt256: an element of the secp256k1 base field, integers modulo p = 2^256 - 2^32 - 977.
+//
+// Values stay fully reduced (0 <= v < p) after every operation, given reduced inputs; the hex
+// constructor alone does not reduce. Constant time throughout: reductions are masked subtractions or
+// additions of p, never branches.
+#pragma once
+
+#include "ecc/secp256k1/Unsigned256.h"
+
+namespace ecckey {
+
+class FieldInt256 : public _tvUnsigned256 {
+public:
+    FieldInt256() = default;
+    explicit FieldInt256(const char *hex);              // no reduction
+    explicit FieldInt256(const _tvUnsigned256 &value);  // subtracts p once when value >= p
+
+    void add(const FieldInt256 &other);
+    void subtract(const FieldInt256 &other);
+    void multiply2();
+    void multiply(const FieldInt256 &other);  // other may be *this
+    void square();
+    void reciprocal();  // zero stays zero
+    void replace(const FieldInt256 &other, unsigned enable);
+
+    bool operator==(const FieldInt256 &other) const;
+    bool operator!=(const FieldInt256 &other) const;
+    bool operator<(const FieldInt256 &other) const;
+    bool operator<=(const FieldInt256 &other) const;
+    bool operator>(const FieldInt256 &other) const;
+    bool operator>=(const FieldInt256 &other) const;
+    bool operator<(const _tvUnsigned256 &other) const;
+    bool operator>=(const _tvUnsigned256 &other) const;
+};
+
+}  // namespace ecckey
