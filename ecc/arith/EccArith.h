@@ -22,9 +22,11 @@ class EccPoint;
 class LogBase;
 
 // The temporaries of the point formulas, grown once so that products of two values below p fit: LibTomMath
-// then neither grows nor allocates inside mp_mul, mp_sqr, mp_add, mp_sub or mp_montgomery_reduce.
+// then neither grows nor allocates inside mp_mul, mp_sqr, mp_add, mp_sub or mp_montgomery_reduce. (A
+// destination of mp_mod or mp_mulmod is handed the division's own, smaller buffer: such values, like
+// mapPointBack's temporaries, are regrown by the next product that needs room.)
 class EccArithScratch {
-public:
+  public:
     // Grows the temporaries for modulus p and, when a is not null, prepares a in Montgomery form
     // (a·β mod p, with mu = β mod p). False when an allocation or an integer operation fails.
     bool setUp(const mp_int &p, const mp_int *a, const mp_int &mu);

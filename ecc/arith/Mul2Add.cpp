@@ -17,7 +17,8 @@ const int kMaxScalarLen = 256;
 
 // dst = src·mu mod p, coordinate by coordinate: a normal-form point into Montgomery form.
 bool toMontgomery(EccPoint &src, EccPoint &dst, mp_int &mu, mp_int &p) {
-    return TovarMp::mp_mulmod(src.m_x, mu, p, dst.m_x) == 0 && TovarMp::mp_mulmod(src.m_y, mu, p, dst.m_y) == 0 &&
+    return TovarMp::mp_mulmod(src.m_x, mu, p, dst.m_x) == 0 &&
+           TovarMp::mp_mulmod(src.m_y, mu, p, dst.m_y) == 0 &&
            TovarMp::mp_mulmod(src.m_z, mu, p, dst.m_z) == 0;
 }
 
@@ -47,38 +48,51 @@ bool EccKey::mul2add(EccPoint &A, mp_int &kA, EccPoint &B, mp_int &kB, EccPoint 
     ByteArrayOwner ownA(bytesA, kMaxScalarLen);
     unsigned char *bytesB = tvNewUnsignedChar(kMaxScalarLen);
     ByteArrayOwner ownB(bytesB, kMaxScalarLen);
-    if (!bytesA || !bytesB) return false;
+    if (!bytesA || !bytesB)
+        return false;
     std::memset(bytesA, 0, kMaxScalarLen);
     std::memset(bytesB, 0, kMaxScalarLen);
 
     const int lenA = TovarMp::mp_unsigned_bin_size(kA);
     const int lenB = TovarMp::mp_unsigned_bin_size(kB);
     const int len = lenA > lenB ? lenA : lenB;
-    if (lenA > kMaxScalarLen || lenB > kMaxScalarLen) return false;
+    if (lenA > kMaxScalarLen || lenB > kMaxScalarLen)
+        return false;
     // Both scalars right-aligned in their first len bytes.
-    if (lenA > 0 && !TovarMp::mpint_to_bytes(kA, bytesA + (len - lenA))) return false;
-    if (lenB > 0 && !TovarMp::mpint_to_bytes(kB, bytesB + (len - lenB))) return false;
+    if (lenA > 0 && !TovarMp::mpint_to_bytes(kA, bytesA + (len - lenA)))
+        return false;
+    if (lenB > 0 && !TovarMp::mpint_to_bytes(kB, bytesB + (len - lenB)))
+        return false;
 
     MpDigit digit = 0;
-    if (TovarMp::mp_montgomery_setup(p, digit) != 0) return false;
-    if (TovarMp::mp_montgomery_normalization(mu, p) != 0) return false;
-    if (!s.setUp(p, a, mu) || !EccArithScratch::growPoint(R, p)) return false;
+    if (TovarMp::mp_montgomery_setup(p, digit) != 0)
+        return false;
+    if (TovarMp::mp_montgomery_normalization(mu, p) != 0)
+        return false;
+    if (!s.setUp(p, a, mu) || !EccArithScratch::growPoint(R, p))
+        return false;
     for (int i = 1; i < 16; ++i)
-        if (!EccArithScratch::growPoint(T[i], p)) return false;
+        if (!EccArithScratch::growPoint(T[i], p))
+            return false;
 
-    if (!toMontgomery(A, T[1], mu, p) || !toMontgomery(B, T[4], mu, p)) return false;
-    if (!fillJointTable(T, a, p, digit, s)) return false;
+    if (!toMontgomery(A, T[1], mu, p) || !toMontgomery(B, T[4], mu, p))
+        return false;
+    if (!fillJointTable(T, a, p, digit, s))
+        return false;
 
     bool started = false;
     for (int x = 0; x < len; ++x) {
         for (int shift = 6; shift >= 0; shift -= 2) {
             const int nA = (bytesA[x] >> shift) & 3;
             const int nB = (bytesB[x] >> shift) & 3;
-            if (!started && nA == 0 && nB == 0) continue;  // leading zero pairs cost nothing
+            if (!started && nA == 0 && nB == 0)
+                continue;  // leading zero pairs cost nothing
             if (started) {
-                if (!pointDouble(R, R, a, p, digit, s) || !pointDouble(R, R, a, p, digit, s)) return false;
+                if (!pointDouble(R, R, a, p, digit, s) || !pointDouble(R, R, a, p, digit, s))
+                    return false;
             }
-            if (nA == 0 && nB == 0) continue;
+            if (nA == 0 && nB == 0)
+                continue;
             EccPoint &entry = T[nA + 4 * nB];
             if (!started) {
                 if (TovarMp::mp_copy(entry.m_x, R.m_x) != 0 || TovarMp::mp_copy(entry.m_y, R.m_y) != 0 ||

@@ -10,13 +10,14 @@ namespace {
 
 // Reads k most significant bit first, a digit of mp_int::digitBits() bits at a time.
 class ScalarBitReader {
-public:
+  public:
     explicit ScalarBitReader(const mp_int &k) : m_k(k), m_index(k.get_digit_count() - 1) {}
 
     // False once every bit of k has been read.
     bool next(int &bit) {
         if (--m_bitsLeft == 0) {
-            if (m_index == -1) return false;
+            if (m_index == -1)
+                return false;
             m_digit = m_k.get_digit(m_index);
             m_bitsLeft = mp_int::digitBits();
             --m_index;
@@ -26,7 +27,7 @@ public:
         return true;
     }
 
-private:
+  private:
     const mp_int &m_k;
     int m_index;
     int m_bitsLeft = 1;
@@ -50,13 +51,14 @@ bool pointMult_tmr(mp_int &k, EccPoint &G, EccPoint &R, mp_int *a, mp_int &p, in
     EccPoint M1;
     EccArithScratch s;
 
-    if (TovarMp::mp_montgomery_setup(p, digit) != 0) return false;
-    if (TovarMp::mp_montgomery_normalization(mu, p) != 0) return false;
-    if (!s.setUp(p, a, mu) || !EccArithScratch::growPoint(tG, p) || !EccArithScratch::growPoint(M0, p) ||
-        !EccArithScratch::growPoint(M1, p))
+    if (TovarMp::mp_montgomery_setup(p, digit) != 0)
+        return false;
+    if (TovarMp::mp_montgomery_normalization(mu, p) != 0)
+        return false;
+    if (!s.setUp(p, a, mu) || !EccArithScratch::growPoint(M0, p) || !EccArithScratch::growPoint(M1, p))
         return false;
 
-    // tG = G in Montgomery form.
+    // tG = G in Montgomery form. tG is only read from here on; M0 receives a copy, keeping its own room.
     if (TovarMp::mp_mulmod(G.m_x, mu, p, tG.m_x) != 0 || TovarMp::mp_mulmod(G.m_y, mu, p, tG.m_y) != 0 ||
         TovarMp::mp_mulmod(G.m_z, mu, p, tG.m_z) != 0)
         return false;
@@ -65,7 +67,8 @@ bool pointMult_tmr(mp_int &k, EccPoint &G, EccPoint &R, mp_int *a, mp_int &p, in
     TovarMp::mp_copy(tG.m_x, M0.m_x);
     TovarMp::mp_copy(tG.m_y, M0.m_y);
     TovarMp::mp_copy(tG.m_z, M0.m_z);
-    if (!pointDouble(tG, M1, a, p, digit, s)) return false;
+    if (!pointDouble(tG, M1, a, p, digit, s))
+        return false;
 
     EccPoint *M[2] = {&M0, &M1};
     ScalarBitReader bits(k);
@@ -77,8 +80,10 @@ bool pointMult_tmr(mp_int &k, EccPoint &G, EccPoint &R, mp_int *a, mp_int &p, in
             started = bit == 1;
             continue;
         }
-        if (!pointAdd(M0, M1, *M[1 - bit], a, p, digit, s)) return false;
-        if (!pointDouble(*M[bit], *M[bit], a, p, digit, s)) return false;
+        if (!pointAdd(M0, M1, *M[1 - bit], a, p, digit, s))
+            return false;
+        if (!pointDouble(*M[bit], *M[bit], a, p, digit, s))
+            return false;
     }
 
     // M0 carries tG's m_format, never G's, so R ends with m_format 4.
