@@ -24,13 +24,20 @@ bool toMontgomery(EccPoint &src, EccPoint &dst, mp_int &mu, mp_int &p) {
 
 // T[i + 4j] = i·A + j·B for i, j in 0..3 (T[0] unused), from T[1] = A and T[4] = B.
 bool fillJointTable(EccPoint *T, mp_int *a, mp_int &p, MpDigit &digit, EccArithScratch &s) {
-    return pointDouble(T[1], T[2], a, p, digit, s) && pointAdd(T[1], T[2], T[3], a, p, digit, s) &&
-           pointDouble(T[4], T[8], a, p, digit, s) && pointAdd(T[4], T[8], T[12], a, p, digit, s) &&
-           pointAdd(T[1], T[4], T[5], a, p, digit, s) && pointAdd(T[1], T[8], T[9], a, p, digit, s) &&
-           pointAdd(T[1], T[12], T[13], a, p, digit, s) && pointAdd(T[2], T[4], T[6], a, p, digit, s) &&
-           pointAdd(T[2], T[8], T[10], a, p, digit, s) && pointAdd(T[2], T[12], T[14], a, p, digit, s) &&
-           pointAdd(T[3], T[4], T[7], a, p, digit, s) && pointAdd(T[3], T[8], T[11], a, p, digit, s) &&
-           pointAdd(T[3], T[12], T[15], a, p, digit, s);
+    bool ok = pointDouble(T[1], T[2], a, p, digit, s);        // 2A
+    ok = ok && pointAdd(T[1], T[2], T[3], a, p, digit, s);    // 3A
+    ok = ok && pointDouble(T[4], T[8], a, p, digit, s);       // 2B
+    ok = ok && pointAdd(T[4], T[8], T[12], a, p, digit, s);   // 3B
+    ok = ok && pointAdd(T[1], T[4], T[5], a, p, digit, s);    // A + B
+    ok = ok && pointAdd(T[1], T[8], T[9], a, p, digit, s);    // A + 2B
+    ok = ok && pointAdd(T[1], T[12], T[13], a, p, digit, s);  // A + 3B
+    ok = ok && pointAdd(T[2], T[4], T[6], a, p, digit, s);    // 2A + B
+    ok = ok && pointAdd(T[2], T[8], T[10], a, p, digit, s);   // 2A + 2B
+    ok = ok && pointAdd(T[2], T[12], T[14], a, p, digit, s);  // 2A + 3B
+    ok = ok && pointAdd(T[3], T[4], T[7], a, p, digit, s);    // 3A + B
+    ok = ok && pointAdd(T[3], T[8], T[11], a, p, digit, s);   // 3A + 2B
+    ok = ok && pointAdd(T[3], T[12], T[15], a, p, digit, s);  // 3A + 3B
+    return ok;
 }
 
 }  // namespace
@@ -71,8 +78,9 @@ bool EccKey::mul2add(EccPoint &A, mp_int &kA, EccPoint &B, mp_int &kB, EccPoint 
         return false;
     if (!s.setUp(p, a, mu) || !EccArithScratch::growPoint(R, p))
         return false;
-    for (int i = 1; i < 16; ++i)
-        if (!EccArithScratch::growPoint(T[i], p))
+    // T[1] and T[4] come from mp_mulmod, which brings its own buffers; they are only read afterwards.
+    for (int i = 2; i < 16; ++i)
+        if (i != 4 && !EccArithScratch::growPoint(T[i], p))
             return false;
 
     if (!toMontgomery(A, T[1], mu, p) || !toMontgomery(B, T[4], mu, p))

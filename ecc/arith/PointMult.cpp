@@ -12,6 +12,13 @@ namespace {
 class ScalarBitReader {
   public:
     explicit ScalarBitReader(const mp_int &k) : m_k(k), m_index(k.get_digit_count() - 1) {}
+    // The digit holds bits of a secret scalar.
+    ~ScalarBitReader() {
+        volatile MpDigit *d = &m_digit;
+        *d = 0;
+    }
+    ScalarBitReader(const ScalarBitReader &) = delete;
+    ScalarBitReader &operator=(const ScalarBitReader &) = delete;
 
     // False once every bit of k has been read.
     bool next(int &bit) {
