@@ -146,16 +146,20 @@ TEST_F(FieldInt256Test, MultiplyAndSquareMatchModularArithmetic) {
     }
 }
 
-TEST_F(FieldInt256Test, MultiplyStressesTheReductionNearTheModulus) {
-    // Operands within 2^40 of p and of 2^256: the products whose Barrett estimate is one short.
+TEST_F(FieldInt256Test, MultiplyWhenTheBarrettQuotientIsOneShort) {
+    // floor(2^512 / p) leaves the quotient estimate one short only when a·b mod p is below about 2^64.
+    // With a = p - x and b = p - y, a·b ≡ x·y: for x·y in [2^33, 2^64) the remainder before the final
+    // subtraction is x·y + p >= 2^256, which only the test of bits 256..287 catches; for x·y < 2^32 + 977
+    // it is below 2^256 but at least p.
     for (int i = 0; i < m_iterations; ++i) {
+        _tvUnsigned256 x, y;
+        x.value[0] = (std::uint32_t)m_rng.next() | 1u;
+        y.value[0] = (std::uint32_t)m_rng.next() | 1u;
+        if (i % 4 == 0) y.value[0] &= 0xFFu;  // x·y below 2^40, sometimes below 2^32
+        if (i % 8 == 0) x.value[0] &= 0xFFFFFFu;
         _tvUnsigned256 a = ecckey::m_Modulus, b = ecckey::m_Modulus;
-        _tvUnsigned256 da, db;
-        da.value[0] = (std::uint32_t)m_rng.next();
-        da.value[1] = (std::uint32_t)(m_rng.next() & 0xFF);
-        db.value[0] = (std::uint32_t)m_rng.next();
-        a.subtract(da, 1);
-        b.add(db, 1);
+        a.subtract(x, 1);
+        b.subtract(y, 1);
         mp_int ma, mb, expected;
         toMp(a, ma);
         toMp(b, mb);

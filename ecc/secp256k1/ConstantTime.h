@@ -15,6 +15,11 @@ inline std::uint32_t opaque(std::uint32_t v) {
     return v;
 }
 
+inline std::uint64_t opaque64(std::uint64_t v) {
+    __asm__("" : "+r"(v));
+    return v;
+}
+
 // m = -c: all ones when c is 1, zero when c is 0.
 inline std::uint32_t takeMask(unsigned c) { return opaque(0u - c); }
 // k = c - 1: all ones when c is 0, zero when c is 1.

@@ -17,12 +17,16 @@ static_assert(sizeof(_tvUnsigned256) == 32, "_tvUnsigned256 must be exactly eigh
 #error "the secp256k1 engine copies its words as a little-endian image"
 #endif
 
+// The fixed eight-word loops below are unrolled (#pragma GCC unroll): straight-line carry chains, and
+// nothing in them could depend on the data anyway.
+
 namespace {
 
 // The running ordering comparison: r = (a[i] > b[i]) | ((a[i] == b[i]) & r) from word 0 up to word 7.
 // The last word that differs decides; equal values leave the starting r (0 for strict, 1 otherwise).
 // Each step turns flags into bits, never into a branch.
 unsigned greaterThan(const std::uint32_t *a, const std::uint32_t *b, unsigned r) {
+#pragma GCC unroll 8
     for (int i = 0; i < 8; ++i) {
         unsigned gt = static_cast<unsigned>(a[i] > b[i]);
         unsigned eq = static_cast<unsigned>(a[i] == b[i]);
@@ -35,6 +39,7 @@ unsigned greaterThan(const std::uint32_t *a, const std::uint32_t *b, unsigned r)
 
 _tvUnsigned256::_tvUnsigned256(const unsigned char *bigEndian32) : value{} {
     // Byte j of the big-endian string is byte 31 - j of the little-endian image.
+#pragma GCC unroll 32
     for (int j = 0; j < 32; ++j) {
         int le = 31 - j;
         value[le / 4] |= static_cast<std::uint32_t>(bigEndian32[j]) << (8 * (le % 4));
@@ -42,12 +47,14 @@ _tvUnsigned256::_tvUnsigned256(const unsigned char *bigEndian32) : value{} {
 }
 
 _tvUnsigned256::_tvUnsigned256(const FieldInt256 &f) : value{} {
+#pragma GCC unroll 8
     for (int i = 0; i < 8; ++i) value[i] = f.value[i];
 }
 
 unsigned _tvUnsigned256::add(const _tvUnsigned256 &other, unsigned enable) {
     std::uint32_t m = ct::takeMask(enable);
     std::uint64_t carry = 0;
+#pragma GCC unroll 8
     for (int i = 0; i < 8; ++i) {
         carry += static_cast<std::uint64_t>(value[i]) + (other.value[i] & m);
         value[i] = static_cast<std::uint32_t>(carry);
@@ -59,6 +66,7 @@ unsigned _tvUnsigned256::add(const _tvUnsigned256 &other, unsigned enable) {
 unsigned _tvUnsigned256::subtract(const _tvUnsigned256 &other, unsigned enable) {
     std::uint32_t m = ct::takeMask(enable);
     std::uint64_t borrow = 0;
+#pragma GCC unroll 8
     for (int i = 0; i < 8; ++i) {
         // A negative step wraps the 64-bit difference, setting its top bit: that is the borrow.
         std::uint64_t d = static_cast<std::uint64_t>(value[i]) - (other.value[i] & m) - borrow;
@@ -70,6 +78,7 @@ unsigned _tvUnsigned256::subtract(const _tvUnsigned256 &other, unsigned enable) 
 
 unsigned _tvUnsigned256::shiftLeft1() {
     unsigned out = value[7] >> 31;
+#pragma GCC unroll 8
     for (int i = 7; i > 0; --i) value[i] = (value[i] << 1) | (value[i - 1] >> 31);
     value[0] <<= 1;
     return out;
@@ -78,6 +87,7 @@ unsigned _tvUnsigned256::shiftLeft1() {
 void _tvUnsigned256::shiftRight1(unsigned enable) {
     std::uint32_t m = ct::takeMask(enable);
     std::uint32_t k = ct::keepMask(enable);
+#pragma GCC unroll 8
     for (int i = 0; i < 7; ++i) {
         std::uint32_t shifted = (value[i] >> 1) | (value[i + 1] << 31);
         value[i] = (shifted & m) | (value[i] & k);
@@ -125,11 +135,13 @@ void _tvUnsigned256::reciprocal(const _tvUnsigned256 &modulus) {
 void _tvUnsigned256::replace(const _tvUnsigned256 &other, unsigned enable) {
     std::uint32_t m = ct::takeMask(enable);
     std::uint32_t k = ct::keepMask(enable);
+#pragma GCC unroll 8
     for (int i = 0; i < 8; ++i) value[i] = (other.value[i] & m) | (value[i] & k);
 }
 
 void _tvUnsigned256::swap(_tvUnsigned256 &other, unsigned enable) {
     std::uint32_t m = ct::takeMask(enable);
+#pragma GCC unroll 8
     for (int i = 0; i < 8; ++i) {
         std::uint32_t t = (value[i] ^ other.value[i]) & m;
         value[i] ^= t;
@@ -138,6 +150,7 @@ void _tvUnsigned256::swap(_tvUnsigned256 &other, unsigned enable) {
 }
 
 void _tvUnsigned256::getBigEndian(unsigned char *out32) const {
+#pragma GCC unroll 32
     for (int j = 0; j < 32; ++j) {
         int le = 31 - j;
         out32[j] = static_cast<unsigned char>(value[le / 4] >> (8 * (le % 4)));
@@ -146,6 +159,7 @@ void _tvUnsigned256::getBigEndian(unsigned char *out32) const {
 
 bool _tvUnsigned256::operator==(const _tvUnsigned256 &other) const {
     std::uint32_t diff = 0;
+#pragma GCC unroll 8
     for (int i = 0; i < 8; ++i) diff |= value[i] ^ other.value[i];
     return diff == 0;
 }
