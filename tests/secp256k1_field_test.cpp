@@ -18,18 +18,20 @@ namespace {
 
 FieldInt256 fieldOf(const _tvUnsigned256 &v) {
     FieldInt256 f;
-    for (int i = 0; i < 8; ++i) f.value[i] = v.value[i];  // raw copy, no reduction
+    for (int i = 0; i < 8; ++i)
+        f.value[i] = v.value[i];  // raw copy, no reduction
     return f;
 }
 
 class FieldInt256Test : public ::testing::Test {
-protected:
+  protected:
     // Reduced operand pairs: every pair of edge values below p, then random values below p.
     std::vector<std::pair<FieldInt256, FieldInt256>> reducedPairs() {
         std::vector<std::pair<FieldInt256, FieldInt256>> pairs;
         std::vector<_tvUnsigned256> edges = reducedEdgeValues();
         for (const auto &a : edges)
-            for (const auto &b : edges) pairs.emplace_back(fieldOf(a), fieldOf(b));
+            for (const auto &b : edges)
+                pairs.emplace_back(fieldOf(a), fieldOf(b));
         for (int i = 0; i < m_iterations; ++i) {
             pairs.emplace_back(fieldOf(randomBelow(m_rng, ecckey::m_Modulus)),
                                fieldOf(randomBelow(m_rng, ecckey::m_Modulus)));
@@ -42,7 +44,8 @@ protected:
         std::vector<std::pair<FieldInt256, FieldInt256>> pairs;
         std::vector<_tvUnsigned256> edges = edgeValues();
         for (const auto &a : edges)
-            for (const auto &b : edges) pairs.emplace_back(fieldOf(a), fieldOf(b));
+            for (const auto &b : edges)
+                pairs.emplace_back(fieldOf(a), fieldOf(b));
         return pairs;
     }
 
@@ -52,7 +55,8 @@ protected:
 
 TEST_F(FieldInt256Test, ConstructionFromAnIntegerReducesOnce) {
     std::vector<_tvUnsigned256> values = edgeValues();
-    for (int i = 0; i < m_iterations; ++i) values.push_back(randomU256(m_rng));
+    for (int i = 0; i < m_iterations; ++i)
+        values.push_back(randomU256(m_rng));
     for (const _tvUnsigned256 &v : values) {
         mp_int a, r;
         toMp(v, a);
@@ -101,13 +105,16 @@ TEST_F(FieldInt256Test, AddSubtractAndDoubleOnUnreducedInputsMakeOneCorrection) 
         toMp(op.first, a);
         toMp(op.second, b);
         TovarMp::mp_add(a, b, s);
-        if (TovarMp::mp_cmp(s, numbers().p) >= 0) TovarMp::mp_sub(s, numbers().p, s);
+        if (TovarMp::mp_cmp(s, numbers().p) >= 0)
+            TovarMp::mp_sub(s, numbers().p, s);
         TovarMp::mp_mod(s, numbers().twoTo256, s);
         TovarMp::mp_sub(a, b, d);
-        if (TovarMp::isNegative(d)) TovarMp::mp_add(d, numbers().p, d);
+        if (TovarMp::isNegative(d))
+            TovarMp::mp_add(d, numbers().p, d);
         TovarMp::mp_mod(d, numbers().twoTo256, d);
         TovarMp::mp_add(a, a, t);
-        if (TovarMp::mp_cmp(t, numbers().p) >= 0) TovarMp::mp_sub(t, numbers().p, t);
+        if (TovarMp::mp_cmp(t, numbers().p) >= 0)
+            TovarMp::mp_sub(t, numbers().p, t);
         TovarMp::mp_mod(t, numbers().twoTo256, t);
 
         FieldInt256 r = op.first;
@@ -126,7 +133,8 @@ TEST_F(FieldInt256Test, MultiplyAndSquareMatchModularArithmetic) {
     std::vector<std::pair<FieldInt256, FieldInt256>> pairs = reducedPairs();
     // The Barrett quotient is at most one short for any two 256-bit operands, so the product comes out
     // fully reduced even for unreduced inputs.
-    for (const auto &op : allEdgePairs()) pairs.push_back(op);
+    for (const auto &op : allEdgePairs())
+        pairs.push_back(op);
     for (const auto &op : pairs) {
         mp_int a, b, product, square;
         toMp(op.first, a);
@@ -155,8 +163,10 @@ TEST_F(FieldInt256Test, MultiplyWhenTheBarrettQuotientIsOneShort) {
         _tvUnsigned256 x, y;
         x.value[0] = (std::uint32_t)m_rng.next() | 1u;
         y.value[0] = (std::uint32_t)m_rng.next() | 1u;
-        if (i % 4 == 0) y.value[0] &= 0xFFu;  // x·y below 2^40, sometimes below 2^32
-        if (i % 8 == 0) x.value[0] &= 0xFFFFFFu;
+        if (i % 4 == 0)
+            y.value[0] &= 0xFFu;  // x·y below 2^40, sometimes below 2^32
+        if (i % 8 == 0)
+            x.value[0] &= 0xFFFFFFu;
         _tvUnsigned256 a = ecckey::m_Modulus, b = ecckey::m_Modulus;
         a.subtract(x, 1);
         b.subtract(y, 1);
@@ -203,10 +213,13 @@ TEST_F(FieldInt256Test, ReciprocalInvertsAndKeepsZero) {
     zero.reciprocal();
     EXPECT_TRUE(zero == _tvCurvePt::m_s_fiZero);
     std::vector<FieldInt256> values;
-    for (const _tvUnsigned256 &e : reducedEdgeValues()) values.push_back(fieldOf(e));
-    for (int i = 0; i < m_iterations / 10; ++i) values.push_back(fieldOf(randomBelow(m_rng, ecckey::m_Modulus)));
+    for (const _tvUnsigned256 &e : reducedEdgeValues())
+        values.push_back(fieldOf(e));
+    for (int i = 0; i < m_iterations / 10; ++i)
+        values.push_back(fieldOf(randomBelow(m_rng, ecckey::m_Modulus)));
     for (const FieldInt256 &v : values) {
-        if (v == _tvCurvePt::m_s_fiZero) continue;
+        if (v == _tvCurvePt::m_s_fiZero)
+            continue;
         FieldInt256 inv = v;
         inv.reciprocal();
         mp_int a, expected;

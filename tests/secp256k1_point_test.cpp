@@ -25,7 +25,7 @@ struct CtxFree {
 };
 
 class CurvePtTest : public ::testing::Test {
-protected:
+  protected:
     CurvePtTest() : m_group(EC_GROUP_new_by_curve_name(NID_secp256k1)), m_ctx(BN_CTX_new()) {}
 
     // k·G by OpenSSL, k reduced modulo n first.
@@ -47,7 +47,8 @@ protected:
 
     // An affine OpenSSL point as an engine point (z = 1); the point at infinity as (0, 1, 0).
     _tvCurvePt toEngine(const EC_POINT *p) {
-        if (EC_POINT_is_at_infinity(m_group.get(), p)) return _tvCurvePt();
+        if (EC_POINT_is_at_infinity(m_group.get(), p))
+            return _tvCurvePt();
         BnPtr x(BN_new()), y(BN_new());
         EXPECT_EQ(1, EC_POINT_get_affine_coordinates(m_group.get(), p, x.get(), y.get(), m_ctx.get()));
         return _tvCurvePt(FieldInt256(fromBn(x.get())), FieldInt256(fromBn(y.get())));
@@ -101,8 +102,10 @@ TEST_F(CurvePtTest, ConstantsAndConstructors) {
 
 TEST_F(CurvePtTest, ScalarMultiplesOfGMatchOpenSsl) {
     std::vector<_tvUnsigned256> scalars;
-    for (const _tvUnsigned256 &e : edgeValues()) scalars.push_back(e);  // 0, 1, n - 1, n, n + 1, 2^256 - 1, ...
-    for (int i = 0; i < m_iterations; ++i) scalars.push_back(randomU256(m_rng));
+    for (const _tvUnsigned256 &e : edgeValues())
+        scalars.push_back(e);  // 0, 1, n - 1, n, n + 1, 2^256 - 1, ...
+    for (int i = 0; i < m_iterations; ++i)
+        scalars.push_back(randomU256(m_rng));
     for (const _tvUnsigned256 &k : scalars) {
         _tvCurvePt p = _tvCurvePt::m_s_G;
         p.multiplyPt(k);
@@ -194,7 +197,8 @@ TEST_F(CurvePtTest, AddingAPointToItselfDoublesIt) {
 
 TEST_F(CurvePtTest, ZeroOperandOnEitherSide) {
     _tvCurvePt p = rescaled(toEngine(opensslMulG(randomScalar()).get()));
-    _tvCurvePt nonCanonicalZero(_tvCurvePt::m_s_fiZero, FieldInt256(u256FromHex("5")), _tvCurvePt::m_s_fiZero);
+    _tvCurvePt nonCanonicalZero(_tvCurvePt::m_s_fiZero, FieldInt256(u256FromHex("5")),
+                                _tvCurvePt::m_s_fiZero);
     ASSERT_TRUE(nonCanonicalZero.isZero());
     for (const _tvCurvePt &zero : {_tvCurvePt::m_s_Zero, nonCanonicalZero}) {
         _tvCurvePt left = zero;
@@ -295,7 +299,8 @@ TEST_F(CurvePtTest, IsOnCurveReadsAffineCoordinates) {
 TEST_F(CurvePtTest, EqualityComparesRepresentations) {
     _tvCurvePt g = _tvCurvePt::m_s_G;
     _tvCurvePt scaled = rescaled(g);
-    while (scaled.z == _tvCurvePt::m_s_fiOne) scaled = rescaled(g);
+    while (scaled.z == _tvCurvePt::m_s_fiOne)
+        scaled = rescaled(g);
     EXPECT_FALSE(scaled == g);
     EXPECT_TRUE(scaled != g);
     scaled.normalizePt();

@@ -22,8 +22,10 @@ std::vector<std::pair<_tvUnsigned256, _tvUnsigned256>> operandPairs(TestPrng &rn
     std::vector<std::pair<_tvUnsigned256, _tvUnsigned256>> pairs;
     std::vector<_tvUnsigned256> edges = edgeValues();
     for (const auto &a : edges)
-        for (const auto &b : edges) pairs.emplace_back(a, b);
-    for (int i = 0; i < randomCount; ++i) pairs.emplace_back(randomU256(rng), randomU256(rng));
+        for (const auto &b : edges)
+            pairs.emplace_back(a, b);
+    for (int i = 0; i < randomCount; ++i)
+        pairs.emplace_back(randomU256(rng), randomU256(rng));
     return pairs;
 }
 
@@ -40,7 +42,7 @@ std::string low256(const mp_int &v, unsigned &overflow) {
 }
 
 class Unsigned256Test : public ::testing::Test {
-protected:
+  protected:
     TestPrng m_rng{testSeed()};
     int m_iterations = testIterations(3000);
 };
@@ -72,7 +74,8 @@ TEST_F(Unsigned256Test, SubtractMatchesBigIntegersAndReturnsTheBorrow) {
         toMp(op.second, b);
         TovarMp::mp_sub(a, b, diff);
         unsigned expectedBorrow = TovarMp::isNegative(diff) ? 1 : 0;
-        if (expectedBorrow) TovarMp::mp_add(diff, numbers().twoTo256, diff);
+        if (expectedBorrow)
+            TovarMp::mp_add(diff, numbers().twoTo256, diff);
 
         _tvUnsigned256 r = op.first;
         unsigned borrow = r.subtract(op.second, 1);
@@ -104,7 +107,8 @@ TEST_F(Unsigned256Test, AddAndSubtractEdgeCases) {
 
 TEST_F(Unsigned256Test, ShiftsMatchBigIntegers) {
     std::vector<_tvUnsigned256> values = edgeValues();
-    for (int i = 0; i < m_iterations; ++i) values.push_back(randomU256(m_rng));
+    for (int i = 0; i < m_iterations; ++i)
+        values.push_back(randomU256(m_rng));
     for (const _tvUnsigned256 &v : values) {
         mp_int a, twice, half;
         toMp(v, a);
@@ -178,7 +182,8 @@ TEST_F(Unsigned256Test, HexConstructorParsesMostSignificantDigitFirstInEitherCas
     static const char digits[] = "0123456789abcdefABCDEF";
     for (int i = 0; i < m_iterations; ++i) {
         char text[65];
-        for (int j = 0; j < 64; ++j) text[j] = digits[m_rng.next() % 22];
+        for (int j = 0; j < 64; ++j)
+            text[j] = digits[m_rng.next() % 22];
         text[64] = 'Z';  // past the 64 digits: never read
         mp_int expected;
         std::string terminated(text, 64);
@@ -193,7 +198,8 @@ TEST_F(Unsigned256Test, HexConstructorMapsAnInvalidDigitToAllOnes) {
     text += 'G';
     _tvUnsigned256 v(text.c_str());
     EXPECT_EQ(v.value[0], 0xFFFFFFFFu);
-    for (int i = 1; i < 8; ++i) EXPECT_EQ(v.value[i], 0u);
+    for (int i = 1; i < 8; ++i)
+        EXPECT_EQ(v.value[i], 0u);
 
     // An invalid digit at nibble 1 of word 2 sets that nibble and every higher bit of word 2 only.
     std::string mid(64, '1');
@@ -231,8 +237,10 @@ TEST_F(Unsigned256Test, ReciprocalMatchesModularInverse) {
         toMp(*modulus, m);
         std::vector<_tvUnsigned256> values;
         for (const _tvUnsigned256 &e : edgeValues())
-            if (e < *modulus) values.push_back(e);
-        for (int i = 0; i < m_iterations / 10; ++i) values.push_back(randomBelow(m_rng, *modulus));
+            if (e < *modulus)
+                values.push_back(e);
+        for (int i = 0; i < m_iterations / 10; ++i)
+            values.push_back(randomBelow(m_rng, *modulus));
         for (const _tvUnsigned256 &v : values) {
             _tvUnsigned256 r = v;
             r.reciprocal(*modulus);
@@ -255,11 +263,14 @@ TEST_F(Unsigned256Test, MultiplyModOrderMatchesBigIntegers) {
     const _tvUnsigned256 &n = _tvCurvePt::m_s_order;
     std::vector<_tvUnsigned256> values;
     for (const _tvUnsigned256 &e : edgeValues())
-        if (e < n) values.push_back(e);
+        if (e < n)
+            values.push_back(e);
     std::vector<std::pair<_tvUnsigned256, _tvUnsigned256>> pairs;
     for (const auto &a : values)
-        for (const auto &b : values) pairs.emplace_back(a, b);
-    for (int i = 0; i < m_iterations / 3; ++i) pairs.emplace_back(randomBelow(m_rng, n), randomBelow(m_rng, n));
+        for (const auto &b : values)
+            pairs.emplace_back(a, b);
+    for (int i = 0; i < m_iterations / 3; ++i)
+        pairs.emplace_back(randomBelow(m_rng, n), randomBelow(m_rng, n));
     for (const auto &op : pairs) {
         mp_int a, b, expected;
         toMp(op.first, a);

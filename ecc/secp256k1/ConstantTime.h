@@ -21,9 +21,13 @@ inline std::uint64_t opaque64(std::uint64_t v) {
 }
 
 // m = -c: all ones when c is 1, zero when c is 0.
-inline std::uint32_t takeMask(unsigned c) { return opaque(0u - c); }
+inline std::uint32_t takeMask(unsigned c) {
+    return opaque(0u - c);
+}
 // k = c - 1: all ones when c is 0, zero when c is 1.
-inline std::uint32_t keepMask(unsigned c) { return opaque(c - 1u); }
+inline std::uint32_t keepMask(unsigned c) {
+    return opaque(c - 1u);
+}
 
 // Zeroes a temporary that held secret-dependent values; the barrier keeps the store from being elided
 // as dead.

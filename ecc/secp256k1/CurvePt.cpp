@@ -9,7 +9,8 @@ namespace {
 // OR of all eight words: zero exactly when the value is zero.
 std::uint32_t orWords(const _tvUnsigned256 &v) {
     std::uint32_t acc = 0;
-    for (int i = 0; i < 8; ++i) acc |= v.value[i];
+    for (int i = 0; i < 8; ++i)
+        acc |= v.value[i];
     return acc;
 }
 
@@ -160,7 +161,8 @@ void _tvCurvePt::multiplyPt(const _tvUnsigned256 &k) {
         }
         unsigned nibble = (k.value[s / 32] >> (s % 32)) & 15u;
         _tvCurvePt q = m_s_Zero;
-        for (unsigned j = 0; j < 16; ++j) q.replace(table[j], static_cast<unsigned>(nibble == j));
+        for (unsigned j = 0; j < 16; ++j)
+            q.replace(table[j], static_cast<unsigned>(nibble == j));
         addPt(q);
         ct::wipe(&q, sizeof q);
     }
@@ -209,7 +211,9 @@ bool _tvCurvePt::operator==(const _tvCurvePt &other) const {
     return diff == 0;
 }
 
-bool _tvCurvePt::operator!=(const _tvCurvePt &other) const { return !(*this == other); }
+bool _tvCurvePt::operator!=(const _tvCurvePt &other) const {
+    return !(*this == other);
+}
 
 void _tvCurvePt::toCompressedPoint(unsigned char *out33) const {
     out33[0] = static_cast<unsigned char>(0x02u | (y.value[0] & 1u));

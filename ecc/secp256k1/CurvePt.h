@@ -11,9 +11,9 @@
 namespace ecckey {
 
 class _tvCurvePt {
-public:
-    constexpr _tvCurvePt() : x(), y(), z() { y.value[0] = 1; }  // canonical zero point (0, 1, 0)
-    _tvCurvePt(const FieldInt256 &xValue, const FieldInt256 &yValue);     // z = 1
+  public:
+    constexpr _tvCurvePt() : x(), y(), z() { y.value[0] = 1; }         // canonical zero point (0, 1, 0)
+    _tvCurvePt(const FieldInt256 &xValue, const FieldInt256 &yValue);  // z = 1
     constexpr _tvCurvePt(const char *xHex, const char *yHex) : x(xHex), y(yHex), z() {  // z = 1, no reduction
         z.value[0] = 1;
     }
@@ -32,8 +32,8 @@ public:
     void normalizePt();
     void replace(const _tvCurvePt &other, unsigned enable);
 
-    bool isZero() const;     // x = 0, z = 0 and y != 0
-    bool isOnCurve() const;  // affine x, y on the curve; the zero point is not
+    bool isZero() const;                             // x = 0, z = 0 and y != 0
+    bool isOnCurve() const;                          // affine x, y on the curve; the zero point is not
     bool operator==(const _tvCurvePt &other) const;  // compares representations
     bool operator!=(const _tvCurvePt &other) const;
     // out[0] = 0x02 | (y & 1), out[1..32] = x big-endian. The point must be normalised.

@@ -34,12 +34,13 @@ namespace {
 typedef unsigned __int128 u128;
 
 // p = 2^256 - 2^32 - 977 as 64-bit limbs.
-constexpr std::uint64_t kModulusLimbs[4] = {0xFFFFFFFEFFFFFC2Full, 0xFFFFFFFFFFFFFFFFull, 0xFFFFFFFFFFFFFFFFull,
-                                            0xFFFFFFFFFFFFFFFFull};
+constexpr std::uint64_t kModulusLimbs[4] = {0xFFFFFFFEFFFFFC2Full, 0xFFFFFFFFFFFFFFFFull,
+                                            0xFFFFFFFFFFFFFFFFull, 0xFFFFFFFFFFFFFFFFull};
 
 // The words taken in pairs as 64-bit limbs, least significant first (limb i = words 2i and 2i + 1).
 inline void toLimbs(const std::uint32_t *w, std::uint64_t *limb) {
-    for (int i = 0; i < 4; ++i) limb[i] = w[2 * i] | static_cast<std::uint64_t>(w[2 * i + 1]) << 32;
+    for (int i = 0; i < 4; ++i)
+        limb[i] = w[2 * i] | static_cast<std::uint64_t>(w[2 * i + 1]) << 32;
 }
 
 }  // namespace
@@ -75,9 +76,12 @@ void FieldInt256::multiply(const FieldInt256 &other) {
         u128 carry = 0;
 #pragma GCC unroll 16
         for (int i = 0; i < 12; ++i) {
-            if (i < 8) carry += static_cast<u128>(product0[i]) * c;
-            if (i >= 4) carry += product0[i - 4];
-            if (i >= 8) q[i - 8] = static_cast<std::uint64_t>(carry);
+            if (i < 8)
+                carry += static_cast<u128>(product0[i]) * c;
+            if (i >= 4)
+                carry += product0[i - 4];
+            if (i >= 8)
+                q[i - 8] = static_cast<std::uint64_t>(carry);
             carry >>= 64;
         }
     }
@@ -137,19 +141,41 @@ void FieldInt256::multiply(const FieldInt256 &other) {
     }
 }
 
-void FieldInt256::square() { multiply(*this); }
+void FieldInt256::square() {
+    multiply(*this);
+}
 
-void FieldInt256::reciprocal() { _tvUnsigned256::reciprocal(m_Modulus); }
+void FieldInt256::reciprocal() {
+    _tvUnsigned256::reciprocal(m_Modulus);
+}
 
-void FieldInt256::replace(const FieldInt256 &other, unsigned enable) { _tvUnsigned256::replace(other, enable); }
+void FieldInt256::replace(const FieldInt256 &other, unsigned enable) {
+    _tvUnsigned256::replace(other, enable);
+}
 
-bool FieldInt256::operator==(const FieldInt256 &other) const { return _tvUnsigned256::operator==(other); }
-bool FieldInt256::operator!=(const FieldInt256 &other) const { return _tvUnsigned256::operator!=(other); }
-bool FieldInt256::operator<(const FieldInt256 &other) const { return _tvUnsigned256::operator<(other); }
-bool FieldInt256::operator<=(const FieldInt256 &other) const { return _tvUnsigned256::operator<=(other); }
-bool FieldInt256::operator>(const FieldInt256 &other) const { return _tvUnsigned256::operator>(other); }
-bool FieldInt256::operator>=(const FieldInt256 &other) const { return _tvUnsigned256::operator>=(other); }
-bool FieldInt256::operator<(const _tvUnsigned256 &other) const { return _tvUnsigned256::operator<(other); }
-bool FieldInt256::operator>=(const _tvUnsigned256 &other) const { return _tvUnsigned256::operator>=(other); }
+bool FieldInt256::operator==(const FieldInt256 &other) const {
+    return _tvUnsigned256::operator==(other);
+}
+bool FieldInt256::operator!=(const FieldInt256 &other) const {
+    return _tvUnsigned256::operator!=(other);
+}
+bool FieldInt256::operator<(const FieldInt256 &other) const {
+    return _tvUnsigned256::operator<(other);
+}
+bool FieldInt256::operator<=(const FieldInt256 &other) const {
+    return _tvUnsigned256::operator<=(other);
+}
+bool FieldInt256::operator>(const FieldInt256 &other) const {
+    return _tvUnsigned256::operator>(other);
+}
+bool FieldInt256::operator>=(const FieldInt256 &other) const {
+    return _tvUnsigned256::operator>=(other);
+}
+bool FieldInt256::operator<(const _tvUnsigned256 &other) const {
+    return _tvUnsigned256::operator<(other);
+}
+bool FieldInt256::operator>=(const _tvUnsigned256 &other) const {
+    return _tvUnsigned256::operator>=(other);
+}
 
 }  // namespace ecckey

@@ -10,7 +10,7 @@
 namespace ecckey {
 
 class FieldInt256 : public _tvUnsigned256 {
-public:
+  public:
     constexpr FieldInt256() : _tvUnsigned256() {}
     constexpr explicit FieldInt256(const char *hex) : _tvUnsigned256(hex) {}  // no reduction
     explicit FieldInt256(const _tvUnsigned256 &value);  // subtracts p once when value >= p

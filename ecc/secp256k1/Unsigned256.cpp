@@ -48,7 +48,8 @@ _tvUnsigned256::_tvUnsigned256(const unsigned char *bigEndian32) : value{} {
 
 _tvUnsigned256::_tvUnsigned256(const FieldInt256 &f) : value{} {
 #pragma GCC unroll 8
-    for (int i = 0; i < 8; ++i) value[i] = f.value[i];
+    for (int i = 0; i < 8; ++i)
+        value[i] = f.value[i];
 }
 
 unsigned _tvUnsigned256::add(const _tvUnsigned256 &other, unsigned enable) {
@@ -79,7 +80,8 @@ unsigned _tvUnsigned256::subtract(const _tvUnsigned256 &other, unsigned enable) 
 unsigned _tvUnsigned256::shiftLeft1() {
     unsigned out = value[7] >> 31;
 #pragma GCC unroll 8
-    for (int i = 7; i > 0; --i) value[i] = (value[i] << 1) | (value[i - 1] >> 31);
+    for (int i = 7; i > 0; --i)
+        value[i] = (value[i] << 1) | (value[i - 1] >> 31);
     value[0] <<= 1;
     return out;
 }
@@ -136,7 +138,8 @@ void _tvUnsigned256::replace(const _tvUnsigned256 &other, unsigned enable) {
     std::uint32_t m = ct::takeMask(enable);
     std::uint32_t k = ct::keepMask(enable);
 #pragma GCC unroll 8
-    for (int i = 0; i < 8; ++i) value[i] = (other.value[i] & m) | (value[i] & k);
+    for (int i = 0; i < 8; ++i)
+        value[i] = (other.value[i] & m) | (value[i] & k);
 }
 
 void _tvUnsigned256::swap(_tvUnsigned256 &other, unsigned enable) {
@@ -160,11 +163,14 @@ void _tvUnsigned256::getBigEndian(unsigned char *out32) const {
 bool _tvUnsigned256::operator==(const _tvUnsigned256 &other) const {
     std::uint32_t diff = 0;
 #pragma GCC unroll 8
-    for (int i = 0; i < 8; ++i) diff |= value[i] ^ other.value[i];
+    for (int i = 0; i < 8; ++i)
+        diff |= value[i] ^ other.value[i];
     return diff == 0;
 }
 
-bool _tvUnsigned256::operator!=(const _tvUnsigned256 &other) const { return !(*this == other); }
+bool _tvUnsigned256::operator!=(const _tvUnsigned256 &other) const {
+    return !(*this == other);
+}
 
 bool _tvUnsigned256::operator<(const _tvUnsigned256 &other) const {
     return greaterThan(other.value, value, 0) != 0;
@@ -201,11 +207,14 @@ void multiplyModOrder(_tvUnsigned256 &x, const _tvUnsigned256 &y) {
 bool mp_int_to_uint256(const mp_int &in, _tvUnsigned256 &out) {
     DataBuffer bytes;
     bytes.setSensitive();
-    if (!TovarMp::mpint_to_db(in, bytes)) return false;
-    if (bytes.getSize() > 32) return false;
+    if (!TovarMp::mpint_to_db(in, bytes))
+        return false;
+    if (bytes.getSize() > 32)
+        return false;
     static const unsigned char zeros[32] = {0};
     unsigned padLen = 32 - bytes.getSize();
-    if (padLen > 0 && !bytes.prepend(zeros, padLen)) return false;
+    if (padLen > 0 && !bytes.prepend(zeros, padLen))
+        return false;
     bytes.reverseBytes();
     std::memcpy(out.value, bytes.getData2(), 32);
     return true;
@@ -219,7 +228,8 @@ void uint256_to_mp_int(const _tvUnsigned256 &in, mp_int &out) {
         return;
     }
     bytes.reverseBytes();
-    if (!TovarMp::mpint_from_bytes(out, bytes.getData2(), 32)) TovarMp::mp_zero(out);
+    if (!TovarMp::mpint_from_bytes(out, bytes.getData2(), 32))
+        TovarMp::mp_zero(out);
 }
 
 }  // namespace ecckey

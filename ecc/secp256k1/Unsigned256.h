@@ -17,7 +17,7 @@ class FieldInt256;
 class mp_int;
 
 class _tvUnsigned256 {
-public:
+  public:
     constexpr _tvUnsigned256() : value{} {}
     // Exactly 64 hex characters, most significant first; no terminator is looked for. A character that
     // is not a hex digit maps to all ones (it sets its nibble and every higher bit of its word): the
@@ -56,12 +56,15 @@ public:
 
     std::uint32_t value[8];
 
-private:
+  private:
     // '0'-'9', 'a'-'f', 'A'-'F' to 0-15; anything else to 0xFFFFFFFF.
     static constexpr std::uint32_t hexDigitValue(char c) {
-        if (c >= '0' && c <= '9') return static_cast<std::uint32_t>(c - '0');
-        if (c >= 'a' && c <= 'f') return static_cast<std::uint32_t>(c - 'a' + 10);
-        if (c >= 'A' && c <= 'F') return static_cast<std::uint32_t>(c - 'A' + 10);
+        if (c >= '0' && c <= '9')
+            return static_cast<std::uint32_t>(c - '0');
+        if (c >= 'a' && c <= 'f')
+            return static_cast<std::uint32_t>(c - 'a' + 10);
+        if (c >= 'A' && c <= 'F')
+            return static_cast<std::uint32_t>(c - 'A' + 10);
         return 0xFFFFFFFFu;
     }
 };

@@ -51,7 +51,8 @@ std::uint32_t nextWord() {
 
 _tvUnsigned256 arbitraryBelow(const _tvUnsigned256 &bound) {
     _tvUnsigned256 v;
-    for (int i = 0; i < 8; ++i) v.value[i] = nextWord();
+    for (int i = 0; i < 8; ++i)
+        v.value[i] = nextWord();
     v.value[7] &= 0x7FFFFFFFu;  // below 2^255, hence below p and n
     (void)bound;
     return v;
@@ -70,7 +71,8 @@ void integerOperations() {
     _tvUnsigned256 a = arbitraryBelow(m_Modulus), b = arbitraryBelow(m_Modulus);
     unsigned enable = nextWord() & 1u;
     unsigned char bytes[32];
-    for (unsigned char &c : bytes) c = static_cast<unsigned char>(nextWord());
+    for (unsigned char &c : bytes)
+        c = static_cast<unsigned char>(nextWord());
     makeSecret(a);
     makeSecret(b);
     makeSecret(enable);
@@ -119,7 +121,8 @@ void integerOperations() {
 void fieldOperations() {
     FieldInt256 a(arbitraryBelow(m_Modulus)), b(arbitraryBelow(m_Modulus));
     _tvUnsigned256 wide;
-    for (int i = 0; i < 8; ++i) wide.value[i] = nextWord() | 0x80000000u;  // at least 2^255
+    for (int i = 0; i < 8; ++i)
+        wide.value[i] = nextWord() | 0x80000000u;  // at least 2^255
     unsigned enable = nextWord() & 1u;
     makeSecret(a);
     makeSecret(b);
@@ -255,7 +258,8 @@ int main(int argc, char **argv) {
     fieldOperations();
     scalarMultiplication();
     secretPointOperations();
-    if (runCanary) canary();
+    if (runCanary)
+        canary();
     if (g_failures != 0) {
         std::printf("%d check(s) failed\n", g_failures);
         return 1;

@@ -22,7 +22,8 @@ std::string wordsHex(const _tvUnsigned256 &v) {
 }
 
 _tvUnsigned256 u256FromHex(const std::string &hexIn) {
-    if (hexIn.size() > 64) throw std::invalid_argument("more than 64 hex digits");
+    if (hexIn.size() > 64)
+        throw std::invalid_argument("more than 64 hex digits");
     std::string hex = std::string(64 - hexIn.size(), '0') + hexIn;
     _tvUnsigned256 v;
     for (int i = 0; i < 8; ++i) {
@@ -33,20 +34,26 @@ _tvUnsigned256 u256FromHex(const std::string &hexIn) {
 }
 
 void toMp(const _tvUnsigned256 &v, mp_int &out) {
-    if (!TovarMp::mpint_from_radix(out, wordsHex(v).c_str(), 16)) throw std::runtime_error("mpint_from_radix");
+    if (!TovarMp::mpint_from_radix(out, wordsHex(v).c_str(), 16))
+        throw std::runtime_error("mpint_from_radix");
 }
 
 std::string mpHex(const mp_int &v) {
-    if (TovarMp::isNegative(v)) throw std::invalid_argument("negative value");
+    if (TovarMp::isNegative(v))
+        throw std::invalid_argument("negative value");
     ecckey::StringBuffer sb;
-    if (!TovarMp::mpint_to_hex_zero_extended(v, 32, sb)) throw std::runtime_error("mpint_to_hex");
+    if (!TovarMp::mpint_to_hex_zero_extended(v, 32, sb))
+        throw std::runtime_error("mpint_to_hex");
     return sb.getString();
 }
 
-_tvUnsigned256 fromMp(const mp_int &v) { return u256FromHex(mpHex(v)); }
+_tvUnsigned256 fromMp(const mp_int &v) {
+    return u256FromHex(mpHex(v));
+}
 
 void mpFromHex(const char *hex, mp_int &out) {
-    if (!TovarMp::mpint_from_radix(out, hex, 16)) throw std::runtime_error("mpint_from_radix");
+    if (!TovarMp::mpint_from_radix(out, hex, 16))
+        throw std::runtime_error("mpint_from_radix");
 }
 
 BnPtr toBn(const _tvUnsigned256 &v) {
@@ -57,7 +64,8 @@ BnPtr toBn(const _tvUnsigned256 &v) {
 
 _tvUnsigned256 fromBn(const BIGNUM *bn) {
     unsigned char b[32];
-    if (BN_is_negative(bn) || BN_bn2binpad(bn, b, 32) != 32) throw std::invalid_argument("not a 256-bit value");
+    if (BN_is_negative(bn) || BN_bn2binpad(bn, b, 32) != 32)
+        throw std::invalid_argument("not a 256-bit value");
     return u256FromHex(hexOf(b, 32));
 }
 
@@ -91,7 +99,8 @@ std::vector<_tvUnsigned256> edgeValues() {
         "FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFF",
     };
     std::vector<_tvUnsigned256> v;
-    for (const char *h : hex) v.push_back(u256FromHex(h));
+    for (const char *h : hex)
+        v.push_back(u256FromHex(h));
     return v;
 }
 
@@ -101,7 +110,8 @@ std::vector<_tvUnsigned256> reducedEdgeValues() {
     for (const _tvUnsigned256 &e : edgeValues()) {
         mp_int m;
         toMp(e, m);
-        if (TovarMp::mp_cmp(m, p) < 0) v.push_back(e);
+        if (TovarMp::mp_cmp(m, p) < 0)
+            v.push_back(e);
     }
     return v;
 }
@@ -126,8 +136,10 @@ _tvUnsigned256 randomBelow(TestPrng &rng, const _tvUnsigned256 &bound) {
         _tvUnsigned256 v = randomU256(rng);
         // Compare independently of the engine: the most significant differing word decides.
         for (int i = 7; i >= 0; --i) {
-            if (v.value[i] < bound.value[i]) return v;
-            if (v.value[i] > bound.value[i]) break;
+            if (v.value[i] < bound.value[i])
+                return v;
+            if (v.value[i] > bound.value[i])
+                break;
         }
     }
 }

@@ -18,7 +18,7 @@ namespace ecckey_test {
 
 using ecckey::_tvUnsigned256;
 
-std::string wordsHex(const _tvUnsigned256 &v);  // 64 upper-case digits, most significant first
+std::string wordsHex(const _tvUnsigned256 &v);       // 64 upper-case digits, most significant first
 _tvUnsigned256 u256FromHex(const std::string &hex);  // up to 64 digits, parsed here
 
 // mp_int <-> _tvUnsigned256; fromMp requires 0 <= v < 2^256.
