@@ -149,6 +149,12 @@ TEST_F(CurvePtTest, SmallScalars) {
     doubled.normalizePt();
     EXPECT_TRUE(two == doubled);
 
+    // The scalar may be a coordinate of the point itself.
+    _tvCurvePt self = _tvCurvePt::m_s_G;
+    self.multiplyPt(self.x);
+    PointPtr expected = opensslMulG(_tvCurvePt::m_s_G.x);
+    expectSamePoint(self, expected.get(), "k = Gx");
+
     // The zero point times anything is the zero point.
     _tvCurvePt z;
     z.multiplyPt(randomScalar());

@@ -140,7 +140,8 @@ void _tvCurvePt::addPt(const _tvCurvePt &other) {
 // Fixed 4-bit windows, most significant first: a 16-entry table of multiples, then for each of the 64
 // windows four doublings and one addition of the entry picked by a full scan of the table. The work is
 // the same for every k; a zero window adds the zero point.
-void _tvCurvePt::multiplyPt(const _tvUnsigned256 &k) {
+void _tvCurvePt::multiplyPt(const _tvUnsigned256 &kIn) {
+    _tvUnsigned256 k = kIn;  // k may be one of this point's own coordinates
     _tvCurvePt table[16];
     table[0] = m_s_Zero;
     table[1] = *this;
@@ -167,6 +168,7 @@ void _tvCurvePt::multiplyPt(const _tvUnsigned256 &k) {
         ct::wipe(&q, sizeof q);
     }
     ct::wipe(table, sizeof table);
+    ct::wipe(&k, sizeof k);
 }
 
 void _tvCurvePt::normalizePt() {

@@ -17,6 +17,7 @@ class _tvCurvePt {
     constexpr _tvCurvePt(const char *xHex, const char *yHex) : x(xHex), y(yHex), z() {  // z = 1, no reduction
         z.value[0] = 1;
     }
+    // (x, y, z) as given; builds the constants and projective points such as (X, Y, 1) or (0, Y, 0).
     constexpr _tvCurvePt(const FieldInt256 &xValue, const FieldInt256 &yValue, const FieldInt256 &zValue)
         : x(xValue), y(yValue), z(zValue) {}
 
