@@ -49,12 +49,12 @@ std::uint32_t nextWord() {
     return static_cast<std::uint32_t>(z ^ (z >> 31));
 }
 
-_tvUnsigned256 arbitraryBelow(const _tvUnsigned256 &bound) {
+// A value below 2^255, hence below both p and n.
+_tvUnsigned256 arbitraryValue() {
     _tvUnsigned256 v;
     for (int i = 0; i < 8; ++i)
         v.value[i] = nextWord();
-    v.value[7] &= 0x7FFFFFFFu;  // below 2^255, hence below p and n
-    (void)bound;
+    v.value[7] &= 0x7FFFFFFFu;
     return v;
 }
 
@@ -68,7 +68,7 @@ void check(bool ok, const char *what) {
 
 // Every _tvUnsigned256 operation with secret operands and secret enable bits.
 void integerOperations() {
-    _tvUnsigned256 a = arbitraryBelow(m_Modulus), b = arbitraryBelow(m_Modulus);
+    _tvUnsigned256 a = arbitraryValue(), b = arbitraryValue();
     unsigned enable = nextWord() & 1u;
     unsigned char bytes[32];
     for (unsigned char &c : bytes)
@@ -119,7 +119,7 @@ void integerOperations() {
 
 // Every FieldInt256 operation with secret operands.
 void fieldOperations() {
-    FieldInt256 a(arbitraryBelow(m_Modulus)), b(arbitraryBelow(m_Modulus));
+    FieldInt256 a(arbitraryValue()), b(arbitraryValue());
     _tvUnsigned256 wide;
     for (int i = 0; i < 8; ++i)
         wide.value[i] = nextWord() | 0x80000000u;  // at least 2^255
@@ -169,7 +169,7 @@ void fieldOperations() {
 
 // k·G, then normalisation, as in signing and public-key derivation: the scalar is secret.
 void scalarMultiplication() {
-    _tvUnsigned256 k = arbitraryBelow(_tvCurvePt::m_s_order);
+    _tvUnsigned256 k = arbitraryValue();
     _tvUnsigned256 k2 = k;
     k2.add(s_ONE, 1);
     makeSecret(k);
@@ -201,10 +201,10 @@ void scalarMultiplication() {
 // A secret point (an ECDH peer's point is public, but intermediate points of a secret multiple are not):
 // doubling, addition with every special case reachable, and a multiple of the secret point.
 void secretPointOperations() {
-    _tvUnsigned256 k = arbitraryBelow(_tvCurvePt::m_s_order);
+    _tvUnsigned256 k = arbitraryValue();
     _tvCurvePt base = _tvCurvePt::m_s_G;
     base.multiplyPt(k);  // public computation, a projective point with z != 1
-    _tvUnsigned256 e = arbitraryBelow(_tvCurvePt::m_s_order);
+    _tvUnsigned256 e = arbitraryValue();
     makeSecret(base);
     makeSecret(e);
 
@@ -240,7 +240,7 @@ void secretPointOperations() {
 
 // Deliberately leaks: a branch on a secret bit and a table index from a secret nibble.
 void canary() {
-    _tvUnsigned256 k = arbitraryBelow(_tvCurvePt::m_s_order);
+    _tvUnsigned256 k = arbitraryValue();
     makeSecret(k);
     static const char *const parity[2] = {"even", "odd"};
     if (k.value[0] & 1u) {
