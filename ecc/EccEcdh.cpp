@@ -42,9 +42,10 @@ void sharedXK(const mp_int &d, const EccPoint &Q, EccPoint &S) {
 
 bool EccKey::sharedSecret(EccKey &peer, DataBuffer &out, LogBase &log) {
     LogContextExitor ctx(log, "sharedSecret");
-    out.clear();
-    // The secret is about to be written into the caller's buffer: have it wiped when released.
+    // The secret is about to be written into the caller's buffer: have it wiped when released (and
+    // whatever it held before wiped by the clear).
     out.setSensitive();
+    out.clear();
     EccPoint S;  // m_format 4
 
     if (m_keyType != 1) {
