@@ -27,7 +27,7 @@ void sharedXK(const mp_int &d, const EccPoint &Q, EccPoint &S) {
     mp_int_to_uint256(Q.m_y, qy);
 
     // Peer coordinates not below p are brought into the field by one masked subtraction of p.
-    _tvCurvePt R(FieldInt256(qx), FieldInt256(qy));
+    _tvCurvePt R{FieldInt256(qx), FieldInt256(qy)};
     R.z = _tvCurvePt::m_s_fiOne;
     R.multiplyPt(k);
     R.normalizePt();

@@ -154,7 +154,7 @@ bool EccKey::isPoint(LogBase &log) {
         TovarMp::mp_mod(t1, p, t1) != 0) {   // t1 = t1 mod p
         return false;
     }
-    while (TovarMp::mp_isneg(t1)) {
+    while (TovarMp::isNegative(t1)) {
         if (TovarMp::mp_add(t1, p, t1) != 0) return false;
     }
     while (TovarMp::mp_cmp(t1, p) >= 0) {

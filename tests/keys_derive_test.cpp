@@ -24,12 +24,6 @@ bool keyFromHex(EccKey &key, const CurveInfo &c, const std::string &hex, LogBase
     return key.generateNewKey2(StringBuffer(c.name), hex.c_str(), "hex", log);
 }
 
-BnPtr bnFromHex(const std::string &hex) {
-    BIGNUM *b = nullptr;
-    BN_hex2bn(&b, hex.c_str());
-    return BnPtr(b);
-}
-
 bool isCanonicalZeroPoint(const EccPoint &P) {
     return hexOf(P.m_x) == "0" && hexOf(P.m_y) == "1" && hexOf(P.m_z) == "0";
 }
