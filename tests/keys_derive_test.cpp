@@ -105,7 +105,7 @@ TEST_P(DeriveGenericCurves, ZeroAndOrderScalarsGiveGenerator) {
 
     BnPtr n = orderOf(c);
     EccKey atOrder;
-    ASSERT_TRUE(keyFromHex(atOrder, c, hexOf(n.get()), log)) << log.toText();
+    ASSERT_TRUE(keyFromHex(atOrder, c, bnHex(n.get(), c.byteLen), log)) << log.toText();
     EXPECT_EQ(hexOf(atOrder.m_privKey), "0");
     EXPECT_EQ(pointOf(atOrder.m_pubPoint, c.byteLen), G);
     EXPECT_TRUE(log.errors().empty());
@@ -122,7 +122,7 @@ TEST_P(DeriveGenericCurves, ScalarAboveOrderIsReducedInPlace) {
 
     EccKey key;
     LogNull log;
-    ASSERT_TRUE(keyFromHex(key, c, hexOf(above.get()), log));
+    ASSERT_TRUE(keyFromHex(key, c, bnHex(above.get(), c.byteLen), log));
     EXPECT_EQ(hexOf(key.m_privKey), "5");
     EXPECT_EQ(pointOf(key.m_pubPoint, c.byteLen), opensslPublicPoint(c, five.get()));
 }
@@ -148,7 +148,7 @@ TEST(DeriveSecp256k1, ScalarAtOrAboveOrderIsKeptUnreduced) {
     LogNull log;
 
     EccKey atOrder;
-    ASSERT_TRUE(keyFromHex(atOrder, c, hexOf(n.get()), log));
+    ASSERT_TRUE(keyFromHex(atOrder, c, bnHex(n.get(), c.byteLen), log));
     EXPECT_EQ(hexOf(atOrder.m_privKey), hexOf(n.get()));
     EXPECT_TRUE(isCanonicalZeroPoint(atOrder.m_pubPoint));
 
@@ -157,7 +157,7 @@ TEST(DeriveSecp256k1, ScalarAtOrAboveOrderIsKeptUnreduced) {
     BnPtr five(BN_new());
     BN_set_word(five.get(), 5);
     EccKey key;
-    ASSERT_TRUE(keyFromHex(key, c, hexOf(above.get()), log));
+    ASSERT_TRUE(keyFromHex(key, c, bnHex(above.get(), c.byteLen), log));
     EXPECT_EQ(hexOf(key.m_privKey), hexOf(above.get()));
     EXPECT_EQ(pointOf(key.m_pubPoint, c.byteLen), opensslPublicPoint(c, five.get()));
 }
