@@ -19,12 +19,18 @@ struct BenchCurve {
 
 const std::vector<BenchCurve> &benchCurves() {
     static const std::vector<BenchCurve> curves = {
-        {"secp192r1", "prime192v1"},           {"secp224r1", "secp224r1"},
-        {"secp256r1", "prime256v1"},           {"secp384r1", "secp384r1"},
-        {"secp521r1", "secp521r1"},            {"secp256k1", "secp256k1"},
-        {"brainpoolp160r1", "brainpoolP160r1"}, {"brainpoolp192r1", "brainpoolP192r1"},
-        {"brainpoolp224r1", "brainpoolP224r1"}, {"brainpoolp256r1", "brainpoolP256r1"},
-        {"brainpoolp320r1", "brainpoolP320r1"}, {"brainpoolp384r1", "brainpoolP384r1"},
+        {"secp192r1", "prime192v1"},
+        {"secp224r1", "secp224r1"},
+        {"secp256r1", "prime256v1"},
+        {"secp384r1", "secp384r1"},
+        {"secp521r1", "secp521r1"},
+        {"secp256k1", "secp256k1"},
+        {"brainpoolp160r1", "brainpoolP160r1"},
+        {"brainpoolp192r1", "brainpoolP192r1"},
+        {"brainpoolp224r1", "brainpoolP224r1"},
+        {"brainpoolp256r1", "brainpoolP256r1"},
+        {"brainpoolp320r1", "brainpoolP320r1"},
+        {"brainpoolp384r1", "brainpoolP384r1"},
         {"brainpoolp512r1", "brainpoolP512r1"},
     };
     return curves;

@@ -93,8 +93,10 @@ bool EccKey::sharedSecret(EccKey &peer, DataBuffer &out, LogBase &log) {
     static const unsigned char s_zeros[66] = {0};
     while ((long)out.getSize() < (long)m_curve.m_byteLen) {
         unsigned missing = (unsigned)((long)m_curve.m_byteLen - (long)out.getSize());
-        if (missing > sizeof s_zeros) missing = sizeof s_zeros;
-        if (!out.prepend(s_zeros, missing)) return false;
+        if (missing > sizeof s_zeros)
+            missing = sizeof s_zeros;
+        if (!out.prepend(s_zeros, missing))
+            return false;
     }
     return ok;
 }

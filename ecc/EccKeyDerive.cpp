@@ -52,14 +52,16 @@ bool EccKey::genPubKey(LogBase &log) {
     if (!TovarMp::mpint_from_radix(p, m_curve.m_p.getString(), 16) ||
         !TovarMp::mpint_from_radix(n, m_curve.m_order.getString(), 16) ||
         !TovarMp::mpint_from_radix(G.m_x, m_curve.m_Gx.getString(), 16) ||
-        !TovarMp::mpint_from_radix(G.m_y, m_curve.m_Gy.getString(), 16) || TovarMp::mp_set_int(G.m_z, 1) != 0) {
+        !TovarMp::mpint_from_radix(G.m_y, m_curve.m_Gy.getString(), 16) ||
+        TovarMp::mp_set_int(G.m_z, 1) != 0) {
         log.logError("Big integer calculations failed.");
         return false;
     }
 
     // Reduced in place: the stored scalar becomes d mod n.
     if (TovarMp::mp_cmp(m_privKey, n) >= 0) {
-        if (TovarMp::mp_mod(m_privKey, n, m_privKey) != 0) return false;
+        if (TovarMp::mp_mod(m_privKey, n, m_privKey) != 0)
+            return false;
     }
 
     bool ok;
@@ -94,7 +96,8 @@ bool EccKey::regeneratePubKey(EccKey &other, LogBase &log) {
 
     clearEccKey();
     m_keyType = 1;
-    if (!m_curve.loadCurveByName(src->m_curve.m_name.getString(), log)) return false;
+    if (!m_curve.loadCurveByName(src->m_curve.m_name.getString(), log))
+        return false;
 
     TovarMp::mp_copy(src->m_privKey, m_privKey);
     if (!genPubKey(log)) {
@@ -155,10 +158,12 @@ bool EccKey::isPoint(LogBase &log) {
         return false;
     }
     while (TovarMp::isNegative(t1)) {
-        if (TovarMp::mp_add(t1, p, t1) != 0) return false;
+        if (TovarMp::mp_add(t1, p, t1) != 0)
+            return false;
     }
     while (TovarMp::mp_cmp(t1, p) >= 0) {
-        if (TovarMp::mp_sub(t1, p, t1) != 0) return false;
+        if (TovarMp::mp_sub(t1, p, t1) != 0)
+            return false;
     }
     return TovarMp::mp_cmp(t1, b) == 0;
 }

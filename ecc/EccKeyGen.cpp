@@ -43,7 +43,8 @@ bool EccKey::generateNewKey(const StringBuffer &curveName, _tvPrng &prng, LogBas
         log.logError("Failed to generate random private key.");
         return false;
     }
-    if (!scalarFromBytes(k, m_privKey)) return false;
+    if (!scalarFromBytes(k, m_privKey))
+        return false;
     k.secureClear();
 
     return genPubKey(log);
@@ -56,7 +57,8 @@ bool EccKey::generateNewKey2(const StringBuffer &curveName, const char *kText, c
     clearEccKey();
     m_keyType = 1;
     // The catalogue explains an unknown curve; nothing is added here.
-    if (!m_curve.loadCurveByName(curveName.getString(), log)) return false;
+    if (!m_curve.loadCurveByName(curveName.getString(), log))
+        return false;
 
     DataBuffer k;
     k.setSensitive();
@@ -64,7 +66,8 @@ bool EccKey::generateNewKey2(const StringBuffer &curveName, const char *kText, c
         log.logError("Failed to decode K.");
         return false;
     }
-    if (!scalarFromBytes(k, m_privKey)) return false;
+    if (!scalarFromBytes(k, m_privKey))
+        return false;
     k.secureClear();
 
     return genPubKey(log);

@@ -26,8 +26,17 @@ bool appendCoordinate(const mp_int &v, int len, DataBuffer &out) {
     std::memset(scratch, 0, sizeof scratch);
     int vLen = TovarMp::mp_unsigned_bin_size(v);
     int offset = vLen <= len ? len - vLen : 0;
-    if (!TovarMp::mpint_to_bytes(v, scratch + offset)) return false;
+    if (!TovarMp::mpint_to_bytes(v, scratch + offset))
+        return false;
     return out.append(scratch, (unsigned)len);
+}
+
+// Records the form byte at the point's start, logs the whole input and refuses it.
+bool rejectPoint(EccPoint &P, unsigned char form, const DataBuffer &in, LogBase &log) {
+    P.m_format = form;
+    log.LogDataHex("eccPoint", in.getData2(), in.getSize());
+    log.logError("Invalid ANSI X9.63 ECC point.");
+    return false;
 }
 
 }  // namespace
@@ -35,13 +44,17 @@ bool appendCoordinate(const mp_int &v, int len, DataBuffer &out) {
 bool EccPoint::exportEccPoint(int len, DataBuffer &out, LogBase &log) const {
     LogContextExitor ctx(log, "exportEccPoint");
 
-    if (!out.appendChar(0x04)) return false;
-    // The 0x04 stays in out when a coordinate is too long for the scratch area.
-    if (TovarMp::mp_unsigned_bin_size(m_x) > kMaxCoordLen || TovarMp::mp_unsigned_bin_size(m_y) > kMaxCoordLen)
+    if (!out.appendChar(0x04))
         return false;
-    if (len < 0 || len > kMaxCoordLen) return false;
+    // The 0x04 stays in out when a coordinate is too long for the scratch area.
+    if (TovarMp::mp_unsigned_bin_size(m_x) > kMaxCoordLen ||
+        TovarMp::mp_unsigned_bin_size(m_y) > kMaxCoordLen)
+        return false;
+    if (len < 0 || len > kMaxCoordLen)
+        return false;
 
-    if (!appendCoordinate(m_x, len, out)) return false;
+    if (!appendCoordinate(m_x, len, out))
+        return false;
     return appendCoordinate(m_y, len, out);
 }
 
@@ -53,7 +66,8 @@ bool EccPoint::loadEccPoint(const DataBuffer &in, LogBase &log) {
     m_format = 4;
 
     const unsigned char *data = in.getData2();
-    if (data == nullptr) return false;
+    if (data == nullptr)
+        return false;
     unsigned size = in.getSize();
     if (size == 0) {
         log.logError("dbX963 is empty.");
@@ -62,44 +76,30 @@ bool EccPoint::loadEccPoint(const DataBuffer &in, LogBase &log) {
 
     const unsigned char *start = data;
     unsigned remaining = size;
-    bool valid = true;
-    bool formatSet = false;
-
     // An even length is only valid as 00 || (odd-length point).
     if (remaining % 2 == 0) {
-        if (start[0] == 0x00) {
-            ++start;
-            --remaining;
-        } else {
-            valid = false;
-        }
+        if (start[0] != 0x00)
+            return rejectPoint(*this, start[0], in, log);
+        ++start;
+        --remaining;
     }
 
-    if (valid) {
-        unsigned char f = start[0];
-        if (f != 0x04 && f != 0x06 && f != 0x07) {
-            log.logError("First byte of ECC point is invalid.");
-            valid = false;
-        } else {
-            m_format = f;
-            formatSet = true;
-            unsigned half = (remaining - 1) / 2;
-            if (half == 0) {
-                valid = false;
-            } else {
-                bool okX = TovarMp::mpint_from_bytes(m_x, start + 1, half);
-                bool okY = TovarMp::mpint_from_bytes(m_y, start + 1 + half, half);
-                TovarMp::mp_set(m_z, 1);
-                if (okX && okY) return true;
-                valid = false;
-            }
-        }
+    unsigned char form = start[0];
+    if (form != 0x04 && form != 0x06 && form != 0x07) {
+        log.logError("First byte of ECC point is invalid.");
+        return rejectPoint(*this, form, in, log);
     }
+    m_format = form;
 
-    if (!formatSet) m_format = start[0];
-    log.LogDataHex("eccPoint", data, size);
-    log.logError("Invalid ANSI X9.63 ECC point.");
-    return false;
+    unsigned half = (remaining - 1) / 2;
+    if (half == 0)
+        return rejectPoint(*this, form, in, log);
+    bool okX = TovarMp::mpint_from_bytes(m_x, start + 1, half);
+    bool okY = TovarMp::mpint_from_bytes(m_y, start + 1 + half, half);
+    TovarMp::mp_set(m_z, 1);
+    if (!okX || !okY)
+        return rejectPoint(*this, form, in, log);
+    return true;
 }
 
 }  // namespace ecckey

@@ -70,7 +70,8 @@ bool EccKey::loadEcPubKeyByCurveAndPoint(const char *curveName, const DataBuffer
     clearEccKey();
 
     // The catalogue logs why a name is unknown.
-    if (!m_curve.loadCurveByName(curveName ? curveName : "", log)) return false;
+    if (!m_curve.loadCurveByName(curveName ? curveName : "", log))
+        return false;
     if (!m_pubPoint.loadEccPoint(point, log)) {
         log.logError("Failed to load ECC point.");
         return false;
@@ -85,7 +86,8 @@ bool EccKey::loadEccPublicRaw(const DataBuffer &in, LogBase &log) {
     clearEccKey();
 
     unsigned size = in.getSize();
-    if (size == 0) return false;
+    if (size == 0)
+        return false;
     if (in.getData2()[0] != 0x04) {
         log.logError("Not a raw ECC public key.");
         return false;
@@ -97,9 +99,11 @@ bool EccKey::loadEccPublicRaw(const DataBuffer &in, LogBase &log) {
     }
 
     StringBuffer curveOid(oid);
-    if (!m_curve.loadCurveByOid(curveOid, log)) return false;
+    if (!m_curve.loadCurveByOid(curveOid, log))
+        return false;
     bool ok = m_pubPoint.loadEccPoint(in, log);
-    if (!ok) log.logError("Failed to load ECC point.");
+    if (!ok)
+        log.logError("Failed to load ECC point.");
     m_keyType = 0;
     return ok;
 }
@@ -122,7 +126,8 @@ bool EccKey::loadEccPrivateRaw(const DataBuffer &in, bool isSecp256k1, LogBase &
     }
 
     StringBuffer curveOid(oid);
-    if (!m_curve.loadCurveByOid(curveOid, log)) return false;
+    if (!m_curve.loadCurveByOid(curveOid, log))
+        return false;
     // No range check against n here: genPubKey reduces a generic-curve scalar that is not below n.
     if (!genPubKey(log)) {
         log.logError("Failed to generate EC public key from private.");

@@ -12,7 +12,9 @@ using namespace ecckey_test;
 
 namespace {
 
-std::uint64_t nextOf(void *ctx) { return static_cast<TestPrng *>(ctx)->next(); }
+std::uint64_t nextOf(void *ctx) {
+    return static_cast<TestPrng *>(ctx)->next();
+}
 
 BnPtr orderOf(const CurveInfo &c) {
     GroupPtr g = groupFor(c);
@@ -128,9 +130,13 @@ TEST_P(DeriveGenericCurves, ScalarAboveOrderIsReducedInPlace) {
 }
 
 INSTANTIATE_TEST_SUITE_P(AllCurves, DeriveAllCurves, ::testing::ValuesIn(allCurves()),
-                         [](const ::testing::TestParamInfo<CurveInfo> &i) { return curveParamName(i.param); });
+                         [](const ::testing::TestParamInfo<CurveInfo> &i) {
+                             return curveParamName(i.param);
+                         });
 INSTANTIATE_TEST_SUITE_P(GenericCurves, DeriveGenericCurves, ::testing::ValuesIn(genericCurves()),
-                         [](const ::testing::TestParamInfo<CurveInfo> &i) { return curveParamName(i.param); });
+                         [](const ::testing::TestParamInfo<CurveInfo> &i) {
+                             return curveParamName(i.param);
+                         });
 
 // ---- secp256k1: the engine never reduces the scalar and represents infinity as (0, 1, 0) ----
 
@@ -206,7 +212,7 @@ TEST(GenPubKey, FailedMultiplicationIsReported) {
 // ---- regeneratePubKey ----
 
 class Regenerate : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         LogNull quiet;
         TestPrng rng(testSeed() + 11);
@@ -246,7 +252,8 @@ TEST_F(Regenerate, UnknownCurveLogsOnlyTheCatalogue) {
     EccKey again;
     LogRecorder log;
     EXPECT_FALSE(again.regeneratePubKey(m_tampered, log));
-    EXPECT_EQ(log.errors(), (std::vector<std::string>{"Unsupported ECDSA curve.", "Unsupported ECC curve.."}));
+    EXPECT_EQ(log.errors(),
+              (std::vector<std::string>{"Unsupported ECDSA curve.", "Unsupported ECC curve.."}));
 }
 
 TEST_F(Regenerate, FromItselfChecksItsOwnPoint) {
@@ -279,7 +286,9 @@ TEST_P(IsPointAllCurves, TrueExactlyOnAMinusThreeCurves) {
 }
 
 INSTANTIATE_TEST_SUITE_P(AllCurves, IsPointAllCurves, ::testing::ValuesIn(allCurves()),
-                         [](const ::testing::TestParamInfo<CurveInfo> &i) { return curveParamName(i.param); });
+                         [](const ::testing::TestParamInfo<CurveInfo> &i) {
+                             return curveParamName(i.param);
+                         });
 
 TEST(IsPoint, UnparsablePrime) {
     EccKey key;

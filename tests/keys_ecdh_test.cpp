@@ -12,7 +12,9 @@ using namespace ecckey_test;
 
 namespace {
 
-std::uint64_t nextOf(void *ctx) { return static_cast<TestPrng *>(ctx)->next(); }
+std::uint64_t nextOf(void *ctx) {
+    return static_cast<TestPrng *>(ctx)->next();
+}
 
 Bytes bytesOf(const DataBuffer &db) {
     return db.getSize() ? Bytes(db.getData2(), db.getData2() + db.getSize()) : Bytes();
@@ -37,7 +39,9 @@ bool publicKeyFrom(EccKey &key, const CurveInfo &c, const Bytes &point) {
     return key.loadEcPubKeyByCurveAndPoint(c.name, db, log);
 }
 
-Bytes xOf(const Bytes &point, int len) { return Bytes(point.begin() + 1, point.begin() + 1 + len); }
+Bytes xOf(const Bytes &point, int len) {
+    return Bytes(point.begin() + 1, point.begin() + 1 + len);
+}
 
 class EcdhAllCurves : public ::testing::TestWithParam<CurveInfo> {};
 
@@ -94,7 +98,8 @@ TEST_P(EcdhAllCurves, LeadingZeroSecretIsPadded) {
         BnPtr d = randomScalar(EC_GROUP_get0_order(g.get()), nextOf, &rng);
         Bytes product = opensslMultiply(c, d.get(), peerPoint);
         ASSERT_FALSE(product.empty());
-        if (product[1] == 0) found = std::move(d);
+        if (product[1] == 0)
+            found = std::move(d);
     }
     ASSERT_TRUE(found) << "no scalar with a leading zero byte found";
 
@@ -129,10 +134,12 @@ TEST_P(EcdhAllCurves, OutputIsClearedAndMarkedSensitive) {
 }
 
 INSTANTIATE_TEST_SUITE_P(AllCurves, EcdhAllCurves, ::testing::ValuesIn(allCurves()),
-                         [](const ::testing::TestParamInfo<CurveInfo> &i) { return curveParamName(i.param); });
+                         [](const ::testing::TestParamInfo<CurveInfo> &i) {
+                             return curveParamName(i.param);
+                         });
 
 class EcdhEdges : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         TestPrng rng(testSeed() + 5);
         LogNull quiet;

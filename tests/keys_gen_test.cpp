@@ -19,7 +19,7 @@ BnPtr orderOf(const CurveInfo &c) {
 
 // Records whether the buffer it is asked to fill is already marked sensitive.
 class SensitivityProbe : public _tvPrng {
-public:
+  public:
     bool genRandom(unsigned count, DataBuffer &out, LogBase &) override {
         m_sawSensitive = out.isSensitive();
         m_count = count;
@@ -32,7 +32,7 @@ public:
 
 // Reports success but delivers one byte less than asked.
 class ShortPrng : public _tvPrng {
-public:
+  public:
     bool genRandom(unsigned count, DataBuffer &out, LogBase &) override {
         std::vector<unsigned char> b(count, 0x11);
         return out.append(b.data(), count - 1);
@@ -109,7 +109,9 @@ TEST_P(GenerateAllCurves, FromOidTextAndBase64) {
 }
 
 INSTANTIATE_TEST_SUITE_P(AllCurves, GenerateAllCurves, ::testing::ValuesIn(allCurves()),
-                         [](const ::testing::TestParamInfo<CurveInfo> &i) { return curveParamName(i.param); });
+                         [](const ::testing::TestParamInfo<CurveInfo> &i) {
+                             return curveParamName(i.param);
+                         });
 
 TEST(GenerateNewKey, AliasLoadsCanonicalCurve) {
     TestPrng rng(testSeed());
@@ -162,7 +164,8 @@ TEST(GenerateNewKey2, UnknownCurveLogsOnlyTheCatalogue) {
     EccKey key;
     LogRecorder log;
     EXPECT_FALSE(key.generateNewKey2(StringBuffer("ed25519"), "01", "hex", log));
-    EXPECT_EQ(log.errors(), (std::vector<std::string>{"Unsupported ECDSA curve.", "Unsupported ECC curve.."}));
+    EXPECT_EQ(log.errors(),
+              (std::vector<std::string>{"Unsupported ECDSA curve.", "Unsupported ECC curve.."}));
 }
 
 TEST(GenerateNewKey2, UndecodableScalar) {

@@ -15,7 +15,9 @@ using namespace ecckey_test;
 
 namespace {
 
-std::uint64_t nextOf(void *ctx) { return static_cast<TestPrng *>(ctx)->next(); }
+std::uint64_t nextOf(void *ctx) {
+    return static_cast<TestPrng *>(ctx)->next();
+}
 
 DataBuffer bufferOf(const Bytes &b) {
     DataBuffer db;
@@ -29,7 +31,8 @@ std::string lower(std::string s) {
 }
 
 bool isLowerHex(const std::string &s) {
-    return std::all_of(s.begin(), s.end(), [](char ch) { return (ch >= '0' && ch <= '9') || (ch >= 'a' && ch <= 'f'); });
+    return std::all_of(s.begin(), s.end(),
+                       [](char ch) { return (ch >= '0' && ch <= '9') || (ch >= 'a' && ch <= 'f'); });
 }
 
 struct RawCase {
@@ -210,7 +213,8 @@ TEST(LoadEcPubKeyByCurveAndPoint, Failures) {
     EccKey key;
     LogRecorder unknown;
     EXPECT_FALSE(key.loadEcPubKeyByCurveAndPoint("x25519", bufferOf(pt), unknown));
-    EXPECT_EQ(unknown.errors(), (std::vector<std::string>{"Unsupported ECDSA curve.", "Unsupported ECC curve.."}));
+    EXPECT_EQ(unknown.errors(),
+              (std::vector<std::string>{"Unsupported ECDSA curve.", "Unsupported ECC curve.."}));
 
     LogRecorder badPoint;
     EXPECT_FALSE(key.loadEcPubKeyByCurveAndPoint("secp256r1", bufferOf(Bytes{0x04}), badPoint));

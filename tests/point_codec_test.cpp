@@ -184,8 +184,8 @@ TEST_P(CodecAllCurves, RoundTripsOpenSslPoints) {
     TestPrng rng(testSeed() ^ (std::uint64_t)c.nid);
     GroupPtr g = groupFor(c);
     for (int i = 0; i < testIterations(5); ++i) {
-        BnPtr d = randomScalar(EC_GROUP_get0_order(g.get()), [](void *r) { return static_cast<TestPrng *>(r)->next(); },
-                               &rng);
+        BnPtr d = randomScalar(
+            EC_GROUP_get0_order(g.get()), [](void *r) { return static_cast<TestPrng *>(r)->next(); }, &rng);
         Bytes pt = opensslPublicPoint(c, d.get());
         ASSERT_EQ(pt.size(), (size_t)(2 * c.byteLen + 1));
         EccPoint P;
@@ -199,7 +199,9 @@ TEST_P(CodecAllCurves, RoundTripsOpenSslPoints) {
 }
 
 INSTANTIATE_TEST_SUITE_P(AllCurves, CodecAllCurves, ::testing::ValuesIn(allCurves()),
-                         [](const ::testing::TestParamInfo<CurveInfo> &i) { return curveParamName(i.param); });
+                         [](const ::testing::TestParamInfo<CurveInfo> &i) {
+                             return curveParamName(i.param);
+                         });
 
 // Exporting a P-521 point whose x has leading zero bytes still gives 133 bytes. The scalar is found with
 // OpenSSL under a fixed seed (two leading zero bytes: about one in 512).
@@ -210,10 +212,11 @@ TEST(ExportEccPoint, P521LeadingZeroXIsPadded) {
     Bytes pt;
     BnPtr found;
     for (int i = 0; i < 20000 && !found; ++i) {
-        BnPtr d = randomScalar(EC_GROUP_get0_order(g.get()), [](void *r) { return static_cast<TestPrng *>(r)->next(); },
-                               &rng);
+        BnPtr d = randomScalar(
+            EC_GROUP_get0_order(g.get()), [](void *r) { return static_cast<TestPrng *>(r)->next(); }, &rng);
         pt = opensslPublicPoint(c, d.get());
-        if (pt[1] == 0 && pt[2] == 0) found = std::move(d);
+        if (pt[1] == 0 && pt[2] == 0)
+            found = std::move(d);
     }
     ASSERT_TRUE(found);
 

@@ -8,22 +8,33 @@ namespace ecckey_test {
 
 namespace {
 
-struct CtxFree { void operator()(EVP_PKEY_CTX *c) const { EVP_PKEY_CTX_free(c); } };
-struct BldFree { void operator()(OSSL_PARAM_BLD *b) const { OSSL_PARAM_BLD_free(b); } };
-struct ParamsFree { void operator()(OSSL_PARAM *p) const { OSSL_PARAM_free(p); } };
+struct CtxFree {
+    void operator()(EVP_PKEY_CTX *c) const { EVP_PKEY_CTX_free(c); }
+};
+struct BldFree {
+    void operator()(OSSL_PARAM_BLD *b) const { OSSL_PARAM_BLD_free(b); }
+};
+struct ParamsFree {
+    void operator()(OSSL_PARAM *p) const { OSSL_PARAM_free(p); }
+};
 using CtxPtr = std::unique_ptr<EVP_PKEY_CTX, CtxFree>;
 
-const char *groupName(const CurveInfo &c) { return OBJ_nid2sn(c.nid); }
+const char *groupName(const CurveInfo &c) {
+    return OBJ_nid2sn(c.nid);
+}
 
 EvpPkeyPtr fromData(const CurveInfo &c, const BIGNUM *d, const Bytes &point) {
     std::unique_ptr<OSSL_PARAM_BLD, BldFree> bld(OSSL_PARAM_BLD_new());
-    if (!bld) return nullptr;
+    if (!bld)
+        return nullptr;
     OSSL_PARAM_BLD_push_utf8_string(bld.get(), OSSL_PKEY_PARAM_GROUP_NAME, groupName(c), 0);
     OSSL_PARAM_BLD_push_octet_string(bld.get(), OSSL_PKEY_PARAM_PUB_KEY, point.data(), point.size());
-    if (d) OSSL_PARAM_BLD_push_BN(bld.get(), OSSL_PKEY_PARAM_PRIV_KEY, d);
+    if (d)
+        OSSL_PARAM_BLD_push_BN(bld.get(), OSSL_PKEY_PARAM_PRIV_KEY, d);
     std::unique_ptr<OSSL_PARAM, ParamsFree> params(OSSL_PARAM_BLD_to_param(bld.get()));
     CtxPtr ctx(EVP_PKEY_CTX_new_from_name(nullptr, "EC", nullptr));
-    if (!params || !ctx || EVP_PKEY_fromdata_init(ctx.get()) <= 0) return nullptr;
+    if (!params || !ctx || EVP_PKEY_fromdata_init(ctx.get()) <= 0)
+        return nullptr;
     EVP_PKEY *key = nullptr;
     if (EVP_PKEY_fromdata(ctx.get(), &key, d ? EVP_PKEY_KEYPAIR : EVP_PKEY_PUBLIC_KEY, params.get()) <= 0)
         return nullptr;
@@ -33,7 +44,8 @@ EvpPkeyPtr fromData(const CurveInfo &c, const BIGNUM *d, const Bytes &point) {
 Bytes pointBytes(const EC_GROUP *g, const EC_POINT *p) {
     size_t len = EC_POINT_point2oct(g, p, POINT_CONVERSION_UNCOMPRESSED, nullptr, 0, nullptr);
     Bytes out(len);
-    if (len) EC_POINT_point2oct(g, p, POINT_CONVERSION_UNCOMPRESSED, out.data(), len, nullptr);
+    if (len)
+        EC_POINT_point2oct(g, p, POINT_CONVERSION_UNCOMPRESSED, out.data(), len, nullptr);
     return out;
 }
 
@@ -52,7 +64,8 @@ BnPtr evpPrivate(const EVP_PKEY *key) {
 Bytes opensslPublicPoint(const CurveInfo &c, const BIGNUM *d) {
     GroupPtr g = groupFor(c);
     PointPtr q(EC_POINT_new(g.get()));
-    if (!EC_POINT_mul(g.get(), q.get(), d, nullptr, nullptr, nullptr)) return {};
+    if (!EC_POINT_mul(g.get(), q.get(), d, nullptr, nullptr, nullptr))
+        return {};
     return pointBytes(g.get(), q.get());
 }
 
@@ -60,14 +73,20 @@ Bytes opensslMultiply(const CurveInfo &c, const BIGNUM *d, const Bytes &point) {
     GroupPtr g = groupFor(c);
     PointPtr q(EC_POINT_new(g.get()));
     PointPtr r(EC_POINT_new(g.get()));
-    if (!EC_POINT_oct2point(g.get(), q.get(), point.data(), point.size(), nullptr)) return {};
-    if (!EC_POINT_mul(g.get(), r.get(), nullptr, q.get(), d, nullptr)) return {};
+    if (!EC_POINT_oct2point(g.get(), q.get(), point.data(), point.size(), nullptr))
+        return {};
+    if (!EC_POINT_mul(g.get(), r.get(), nullptr, q.get(), d, nullptr))
+        return {};
     return pointBytes(g.get(), r.get());
 }
 
-EvpPkeyPtr evpFromPrivate(const CurveInfo &c, const BIGNUM *d) { return fromData(c, d, opensslPublicPoint(c, d)); }
+EvpPkeyPtr evpFromPrivate(const CurveInfo &c, const BIGNUM *d) {
+    return fromData(c, d, opensslPublicPoint(c, d));
+}
 
-EvpPkeyPtr evpFromPublic(const CurveInfo &c, const Bytes &point) { return fromData(c, nullptr, point); }
+EvpPkeyPtr evpFromPublic(const CurveInfo &c, const Bytes &point) {
+    return fromData(c, nullptr, point);
+}
 
 Bytes evpDerive(EVP_PKEY *priv, EVP_PKEY *peer) {
     CtxPtr ctx(EVP_PKEY_CTX_new_from_pkey(nullptr, priv, nullptr));
@@ -76,7 +95,8 @@ Bytes evpDerive(EVP_PKEY *priv, EVP_PKEY *peer) {
         EVP_PKEY_derive(ctx.get(), nullptr, &len) <= 0)
         return {};
     Bytes out(len);
-    if (EVP_PKEY_derive(ctx.get(), out.data(), &len) <= 0) return {};
+    if (EVP_PKEY_derive(ctx.get(), out.data(), &len) <= 0)
+        return {};
     out.resize(len);
     return out;
 }
@@ -88,7 +108,8 @@ Bytes evpPublicPoint(const CurveInfo &c, const EVP_PKEY *key) {
     EVP_PKEY_get_bn_param(key, OSSL_PKEY_PARAM_EC_PUB_Y, &y);
     BnPtr bx(x);
     BnPtr by(y);
-    if (!x || !y) return {};
+    if (!x || !y)
+        return {};
     Bytes out{0x04};
     Bytes bxBytes = bnBytes(x, c.byteLen);
     Bytes byBytes = bnBytes(y, c.byteLen);
@@ -100,7 +121,8 @@ Bytes evpPublicPoint(const CurveInfo &c, const EVP_PKEY *key) {
 Bytes mpBytes(const ecckey::mp_int &v, int len) {
     ecckey::DataBuffer db;
     ecckey::TovarMp::mpint_to_db(v, db);
-    if ((int)db.getSize() > len) return {};
+    if ((int)db.getSize() > len)
+        return {};
     Bytes out(len - db.getSize(), 0);
     out.insert(out.end(), db.getData2(), db.getData2() + db.getSize());
     return out;

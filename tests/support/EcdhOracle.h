@@ -11,7 +11,9 @@
 
 namespace ecckey_test {
 
-struct EvpPkeyFree { void operator()(EVP_PKEY *k) const { EVP_PKEY_free(k); } };
+struct EvpPkeyFree {
+    void operator()(EVP_PKEY *k) const { EVP_PKEY_free(k); }
+};
 using EvpPkeyPtr = std::unique_ptr<EVP_PKEY, EvpPkeyFree>;
 using Bytes = std::vector<unsigned char>;
 
