@@ -13,4 +13,13 @@ class LogBase;
 bool unpackDsaSig(const unsigned char *sig, unsigned sigLen, bool split, mp_int &r, mp_int &s, LogBase &log,
                   unsigned rLen);
 
+// Number of hash bytes that signing and verification use: the hash is cut to the curve's byte length
+// (whole bytes, never bits) when that is shorter, except on the curves of 64 bytes or more
+// (brainpoolP512r1, P-521), which take a longer hash whole. Both sides must agree on it, so it lives here.
+inline unsigned ecdsaHashLen(int curveByteLen, unsigned hashLen) {
+    if (curveByteLen >= 0 && (unsigned)curveByteLen < hashLen && curveByteLen < 64)
+        return (unsigned)curveByteLen;
+    return hashLen;
+}
+
 }  // namespace ecckey
