@@ -57,7 +57,7 @@ bool computeSignature(const EccKey &key, const mp_int &n, const mp_int &e, _tvPr
         // r = x(k·G) mod n
         if (TovarMp::mp_mod(eph.m_pubPoint.m_x, n, r) != 0)
             break;
-        if (TovarMp::mp_iszero(r)) {
+        if (TovarMp::isZero(r)) {
             eph.clearEccKey();
             continue;
         }
@@ -76,7 +76,7 @@ bool computeSignature(const EccKey &key, const mp_int &n, const mp_int &e, _tvPr
             log.logError(calcError);
             break;
         }
-        if (TovarMp::mp_iszero(s))
+        if (TovarMp::isZero(s))
             continue;  // the next generateNewKey clears the ephemeral key
         if (!rejectHighLeadingByte)
             return true;
@@ -143,7 +143,7 @@ bool prepareSigning(const EccKey &key, mp_int &n, LogBase &log) {
 }
 
 bool signIsNegative(const mp_int &r, const mp_int &s, LogBase &log) {
-    if (!TovarMp::mp_isneg(r) && !TovarMp::mp_isneg(s))
+    if (!TovarMp::isNegative(r) && !TovarMp::isNegative(s))
         return false;
     log.logInfo("R or S is negative");
     return true;

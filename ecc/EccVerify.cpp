@@ -32,7 +32,7 @@ bool verifyError(VerifyError code, LogBase &log) {
 }
 
 bool inRange(const mp_int &v, const mp_int &n) {
-    return !TovarMp::mp_iszero(v) && TovarMp::mp_cmp(v, n) == -1;
+    return !TovarMp::isZero(v) && TovarMp::mp_cmp(v, n) == -1;
 }
 
 }  // namespace

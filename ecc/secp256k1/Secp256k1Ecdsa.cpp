@@ -154,7 +154,7 @@ bool EccKey::eccSignHashK(const unsigned char *hash, unsigned hashLen, _tvPrng &
     }
 
     // Converted values are never negative; the test stands on the raw path only.
-    if (TovarMp::mp_isneg(rm) || TovarMp::mp_isneg(sm)) {
+    if (TovarMp::isNegative(rm) || TovarMp::isNegative(sm)) {
         log.logInfo("R or S is negative");
         return false;
     }
