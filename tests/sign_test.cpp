@@ -152,10 +152,11 @@ TEST_P(SignAllCurves, SshBlobsUseTheWholeHashAndVerifyInOpenSsl) {
             BN_CTX *ctx = BN_CTX_new();
             BN_nnmod(e.get(), e.get(), m_ossl.order(), ctx);
             BN_CTX_free(ctx);
-            EXPECT_TRUE(m_ossl.verifyRs(ecckey_test::bytesOf(e.get()), r.get(), s.get()));
+            Bytes der = ecckey_test::derOf(r.get(), s.get());
+            EXPECT_TRUE(m_ossl.verifyDer(ecckey_test::bytesOf(e.get()), der));
             if (h.size() > (size_t)curve().byteLen && curve().byteLen < 64) {
                 // Where eccSignHash would cut, the SSH signer does not.
-                EXPECT_FALSE(m_ossl.verifyRs(prefix(h, curve().byteLen), r.get(), s.get()));
+                EXPECT_FALSE(m_ossl.verifyDer(prefix(h, curve().byteLen), der));
             }
         }
         EXPECT_EQ(blob.size(), off);  // two blobs, one after the other, nothing else
@@ -426,6 +427,24 @@ TEST_F(SignOn, Secp256k1CutsLongHashesAndRefusesShortOnes) {
     EXPECT_FALSE(sign(m_key, h20, true, m_prng, der, shortLog));
     EXPECT_EQ(std::vector<std::string>{"secp256k1 must use SHA256"}, shortLog.errors());
     EXPECT_TRUE(der.empty());
+}
+
+TEST_F(SignOn, SshSignerKeepsHighLeadingBytes) {
+    // No leading-byte rule on the SSH path: r or s at 0x80 and above comes out with its mpint sign octet.
+    load("secp256r1");
+    Bytes h = ecckey_test::digestOf("SHA256", m_prng.bytes(10));
+    bool sawSignOctet = false;
+    for (int i = 0; i < 64 && !sawSignOctet; ++i) {
+        LogRecorder log;
+        DataBuffer out;
+        ASSERT_TRUE(m_key.eccSignHash_forSsh(h.data(), (unsigned)h.size(), m_prng, out, log));
+        Bytes blob = toBytes(out), rc, sc;
+        size_t off = 0;
+        ASSERT_TRUE(readSshString(blob, off, rc));
+        ASSERT_TRUE(readSshString(blob, off, sc));
+        sawSignOctet = rc.size() == 33 || sc.size() == 33;
+    }
+    EXPECT_TRUE(sawSignOctet);
 }
 
 TEST_F(SignOn, NullHashFailsToGetE) {
