@@ -99,6 +99,11 @@ bool signWithNonce(const _tvUnsigned256 &k, const _tvUnsigned256 &d, const _tvUn
 
 }  // namespace
 
+// Signs a 32-byte hash (anything else: "secp256k1 must use SHA256"; null: false, silently) into out,
+// cleared first, as DER or as 64 bytes r||s. Draws up to 100 nonces of 32 bytes, read least significant
+// byte first; a nonce of 0 or n and above, or an r or s of 0, costs an attempt. After 100 failed
+// attempts returns false silently; a failing generator logs "Failed to generate random nonce.". The
+// nonce, its inverse, d and r·d + e are wiped on every path.
 bool EccKey::eccSignHashK(const unsigned char *hash, unsigned hashLen, _tvPrng &prng, bool bAsn,
                           DataBuffer &out, LogBase &log) {
     LogContextExitor ctx(log, "eccSignHashK");
@@ -161,6 +166,11 @@ bool EccKey::eccSignHashK(const unsigned char *hash, unsigned hashLen, _tvPrng &
     return appendPadded(rm, m_curve.m_byteLen, out) && appendPadded(sm, m_curve.m_byteLen, out);
 }
 
+// Checks sig over a 32-byte hash. True, with the verdict in valid and "sigValid" logged, for every
+// signature it could examine: r or s out of [1, n), a public point off the curve or outside the group and
+// a wrong signature are all an invalid verdict. False, valid false, for null inputs ("null inputs."), a
+// hash not 32 bytes long ("hash length must be 32"), an unreadable signature ("Failed to unpack ASN.1
+// DSA/ECC signature.") and values wider than 256 bits (silently).
 bool EccKey::eccVerifyHashK(const unsigned char *sig, unsigned sigLen, bool split, const unsigned char *hash,
                             unsigned hashLen, bool &valid, LogBase &log, unsigned rLen) {
     LogContextExitor ctx(log, "eccVerifyHashK");
