@@ -154,7 +154,7 @@ bool signIsNegative(const mp_int &r, const mp_int &s, LogBase &log) {
 // Signs the first eLen bytes of hash (ecdsaHashLen) into out, cleared first: DER when bAsn, else r||s
 // padded to 2·m_byteLen. secp256k1 keys go to eccSignHashK with the cut hash. Refuses a public key
 // ("Must be a private key.") before drawing any random byte. Logs "bAsn" and "inlen" (uncut) when
-// verbose. On failure out is empty.
+// verbose.
 bool EccKey::eccSignHash(const unsigned char *hash, unsigned hashLen, _tvPrng &prng, bool bAsn,
                          DataBuffer &out, LogBase &log) {
     LogContextExitor ctx(log, "eccSignHash");
