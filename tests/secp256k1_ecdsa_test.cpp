@@ -322,3 +322,18 @@ TEST_F(Secp256k1Ecdsa, VerifierInputErrors) {
 }
 
 }  // namespace
+
+// A public-only key once "signed" with d = 0 through the secp256k1 hand-off and returned true.
+TEST_F(Secp256k1Ecdsa, PublicKeyIsRefusedBeforeAnyNonceIsDrawn) {
+    for (bool viaGeneric : {false, true}) {
+        TestPrng prng(5);
+        LogRecorder log;
+        DataBuffer out;
+        bool ok = viaGeneric ? m_pub.eccSignHash(m_hash.data(), (unsigned)m_hash.size(), prng, true, out, log)
+                             : m_pub.eccSignHashK(m_hash.data(), (unsigned)m_hash.size(), prng, true, out, log);
+        EXPECT_FALSE(ok);
+        EXPECT_EQ(std::vector<std::string>{"Must be a private key."}, log.errors());
+        EXPECT_EQ(0, prng.m_calls);
+        EXPECT_EQ(0u, out.getSize());
+    }
+}

@@ -102,8 +102,10 @@ bool signWithNonce(const _tvUnsigned256 &k, const _tvUnsigned256 &d, const _tvUn
 // Signs a 32-byte hash (anything else: "secp256k1 must use SHA256"; null: false, silently) into out,
 // cleared first, as DER or as 64 bytes r||s. Draws up to 100 nonces of 32 bytes, read least significant
 // byte first; a nonce of 0 or n and above, or an r or s of 0, costs an attempt. After 100 failed
-// attempts returns false silently; a failing generator logs "Failed to generate random nonce.". The
-// nonce, its inverse, d and r·d + e are wiped on every path.
+// attempts returns false silently; a failing generator logs "Failed to generate random nonce.". A key
+// without a private scalar is refused with "Must be a private key." before any nonce is drawn: signing
+// with d = 0 would hand back a "signature" that proves nothing. The nonce, its inverse, d and r·d + e are
+// wiped on every path.
 bool EccKey::eccSignHashK(const unsigned char *hash, unsigned hashLen, _tvPrng &prng, bool bAsn,
                           DataBuffer &out, LogBase &log) {
     LogContextExitor ctx(log, "eccSignHashK");
@@ -111,6 +113,10 @@ bool EccKey::eccSignHashK(const unsigned char *hash, unsigned hashLen, _tvPrng &
 
     if (!hash)
         return false;
+    if (m_keyType != 1) {
+        log.logError("Must be a private key.");
+        return false;
+    }
     if (hashLen != kScalarLen) {
         log.logError("secp256k1 must use SHA256");
         return false;
