@@ -7,6 +7,7 @@
 #include <openssl/x509.h>
 
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -61,12 +62,16 @@ Bytes withFill(Bytes prefix, size_t fill) {
 
 // n SEQUENCEs, each the only content of the one outside it; the innermost is empty.
 Bytes nestedSequences(int n) {
-    Bytes der;
+    std::vector<Bytes> headers;  // innermost first
+    unsigned innerLen = 0;
     for (int i = 0; i < n; ++i) {
         unsigned char header[10];
-        const unsigned headerLen = DerReader::writeHeader(0, true, 16, (unsigned)der.size(), header);
-        der.insert(der.begin(), header, header + headerLen);
+        const unsigned headerLen = DerReader::writeHeader(0, true, 16, innerLen, header);
+        headers.emplace_back(header, header + headerLen);
+        innerLen += headerLen;
     }
+    Bytes der;
+    for (auto it = headers.rbegin(); it != headers.rend(); ++it) der.insert(der.end(), it->begin(), it->end());
     return der;
 }
 
@@ -225,8 +230,8 @@ Bytes derOf(F i2d) {
     return der;
 }
 
-// SEC 1, PKCS #8, named and explicit SubjectPublicKeyInfo, and one ECDSA signature of a key.
-std::vector<std::pair<std::string, Bytes>> opensslStructures(const ecckey_test::CurveInfo &curve) {
+// SEC 1, PKCS #8, named and explicit SubjectPublicKeyInfo, and one ECDSA signature of a new key.
+std::vector<std::pair<std::string, Bytes>> makeOpensslStructures(const ecckey_test::CurveInfo &curve) {
     PkeyPtr key(EVP_EC_gen(OBJ_nid2sn(curve.nid)));
     if (!key) return {};
     std::vector<std::pair<std::string, Bytes>> out;
@@ -247,6 +252,14 @@ std::vector<std::pair<std::string, Bytes>> opensslStructures(const ecckey_test::
         out.emplace_back("ECDSA signature", Bytes(sig, sig + sigLen));
     EVP_MD_CTX_free(ctx);
     return out;
+}
+
+// One key per curve for the whole run.
+const std::vector<std::pair<std::string, Bytes>> &opensslStructures(const ecckey_test::CurveInfo &curve) {
+    static std::map<std::string, std::vector<std::pair<std::string, Bytes>>> cache;
+    auto it = cache.find(curve.name);
+    if (it == cache.end()) it = cache.emplace(curve.name, makeOpensslStructures(curve)).first;
+    return it->second;
 }
 
 class OpensslDer : public ::testing::TestWithParam<ecckey_test::CurveInfo> {};
