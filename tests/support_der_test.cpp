@@ -32,8 +32,10 @@ bool viaTree(const Bytes &in, unsigned &consumed, Bytes &reencoded, LogBase &log
     // An exactly sized heap copy: a read past its end is a sanitizer report.
     std::unique_ptr<unsigned char[]> exact(new unsigned char[in.size() ? in.size() : 1]);
     std::copy(in.begin(), in.end(), exact.get());
-    _tvAsn1 *root = _tvAsn1::DecodeToAsn(in.empty() ? nullptr : exact.get(), (unsigned)in.size(), consumed, log);
-    if (!root) return false;
+    _tvAsn1 *root =
+        _tvAsn1::DecodeToAsn(in.empty() ? nullptr : exact.get(), (unsigned)in.size(), consumed, log);
+    if (!root)
+        return false;
     RefCountedObjectOwner owner(root);
     DataBuffer out;
     EXPECT_TRUE(root->EncodeToDer(out, false, log));
@@ -46,7 +48,8 @@ bool viaItems(const Bytes &in, unsigned &consumed, Bytes &reencoded, LogBase &lo
     std::copy(in.begin(), in.end(), exact.get());
     ObjectOwner<tv_asnItem> item(
         _tvDer::DecodeAsn(in.empty() ? nullptr : exact.get(), (unsigned)in.size(), consumed, log));
-    if (!item.get()) return false;
+    if (!item.get())
+        return false;
     DataBuffer out;
     EXPECT_TRUE(_tvDer::EncodeAsn(item.get(), out));
     reencoded.assign(out.getData2(), out.getData2() + out.getSize());
@@ -71,7 +74,8 @@ Bytes nestedSequences(int n) {
         innerLen += headerLen;
     }
     Bytes der;
-    for (auto it = headers.rbegin(); it != headers.rend(); ++it) der.insert(der.end(), it->begin(), it->end());
+    for (auto it = headers.rbegin(); it != headers.rend(); ++it)
+        der.insert(der.end(), it->begin(), it->end());
     return der;
 }
 
@@ -233,7 +237,8 @@ Bytes derOf(F i2d) {
 // SEC 1, PKCS #8, named and explicit SubjectPublicKeyInfo, and one ECDSA signature of a new key.
 std::vector<std::pair<std::string, Bytes>> makeOpensslStructures(const ecckey_test::CurveInfo &curve) {
     PkeyPtr key(EVP_EC_gen(OBJ_nid2sn(curve.nid)));
-    if (!key) return {};
+    if (!key)
+        return {};
     std::vector<std::pair<std::string, Bytes>> out;
     out.emplace_back("SEC1", derOf([&](unsigned char **p) { return i2d_PrivateKey(key.get(), p); }));
     PKCS8_PRIV_KEY_INFO *p8 = EVP_PKEY2PKCS8(key.get());
@@ -258,7 +263,8 @@ std::vector<std::pair<std::string, Bytes>> makeOpensslStructures(const ecckey_te
 const std::vector<std::pair<std::string, Bytes>> &opensslStructures(const ecckey_test::CurveInfo &curve) {
     static std::map<std::string, std::vector<std::pair<std::string, Bytes>>> cache;
     auto it = cache.find(curve.name);
-    if (it == cache.end()) it = cache.emplace(curve.name, makeOpensslStructures(curve)).first;
+    if (it == cache.end())
+        it = cache.emplace(curve.name, makeOpensslStructures(curve)).first;
     return it->second;
 }
 
