@@ -1,7 +1,6 @@
 // tv_asnItem and _tvDer: the item model of ECDSA signatures, and a readable dump of any DER.
 #include "support/AsnItem.h"
 
-#include <cstdio>
 #include <new>
 
 #include "support/Asn1.h"
@@ -150,9 +149,12 @@ bool encodeItem(const tv_asnItem *item, DataBuffer &out) {
 }  // namespace
 
 bool _tvDer::EncodeAsn(const tv_asnItem *item, DataBuffer &out) {
-    if (!item)
+    unsigned long long contentLen = 0;
+    if (!item || !contentLength(item, contentLen))
         return false;
-    return encodeItem(item, out);
+    // Reserve everything first so that the appends cannot fail half-way.
+    const unsigned long long totalLen = out.getSize() + contentLen + 10;
+    return totalLen <= 0xffffffffull && out.ensureCapacity((unsigned)totalLen) && encodeItem(item, out);
 }
 
 tv_asnItem *_tvDer::DecodeAsn(const unsigned char *bytes, unsigned count, unsigned &consumed, LogBase &log) {
