@@ -36,6 +36,8 @@ public:
     void clear();        // empties; a sensitive buffer also zeroes what it held
     void secureClear();  // zeroes, then empties
     void reverseBytes();
+    // Drops the bytes past newSize (wiped when sensitive); false when newSize is beyond the content.
+    bool truncate(unsigned newSize);
     bool ensureCapacity(unsigned count);
 
     // Pointer to the content, valid until the next change; null while no memory was ever allocated.

@@ -33,6 +33,8 @@ public:
     const void *raw() const { return m_raw; }
 
 private:
+    void breakValue();  // wipes and frees the digits; the value then fails every operation
+
     alignas(8) unsigned char m_raw[24];
 };
 

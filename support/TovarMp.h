@@ -34,9 +34,10 @@ public:
     // Comparison: -1, 0 or 1.
     static int mp_cmp(const mp_int &a, const mp_int &b);
     static int mp_cmp_d(const mp_int &a, MpDigit digit);
-    static bool mp_iszero(const mp_int &a);
-    static bool mp_isodd(const mp_int &a);
-    static bool mp_isneg(const mp_int &a);
+    // Named apart from LibTomMath's macros of the same purpose, so both headers can be included together.
+    static bool isZero(const mp_int &a);
+    static bool isOdd(const mp_int &a);
+    static bool isNegative(const mp_int &a);
     static int mp_unsigned_bin_size(const mp_int &a);  // byte length of |a|; 0 for zero
     static int mp_count_bits(const mp_int &a);
 

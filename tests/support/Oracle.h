@@ -5,6 +5,9 @@
 #include <openssl/bn.h>
 #include <openssl/ec.h>
 
+#include <cstdint>
+#include <memory>
+
 #include <string>
 #include <vector>
 

@@ -1,0 +1,20 @@
+# cmake --install: headers (keeping their ecc/ and support/ folders), the library, the ecckey command,
+# a CMake package and a pkg-config file.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+install(TARGETS ecckey ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(TARGETS ecckey_cli RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(DIRECTORY ${CMAKE_SOURCE_DIR}/ecc ${CMAKE_SOURCE_DIR}/support
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ecckey
+        FILES_MATCHING PATTERN "*.h")
+
+configure_file(${CMAKE_SOURCE_DIR}/cmake/ecckeyConfig.cmake.in
+               ${CMAKE_BINARY_DIR}/cmake/ecckeyConfig.cmake @ONLY)
+write_basic_package_version_file(${CMAKE_BINARY_DIR}/cmake/ecckeyConfigVersion.cmake
+                                 VERSION ${PROJECT_VERSION} COMPATIBILITY SameMinorVersion)
+install(FILES ${CMAKE_BINARY_DIR}/cmake/ecckeyConfig.cmake ${CMAKE_BINARY_DIR}/cmake/ecckeyConfigVersion.cmake
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/ecckey)
+
+configure_file(${CMAKE_SOURCE_DIR}/cmake/ecckey.pc.in ${CMAKE_BINARY_DIR}/ecckey.pc @ONLY)
+install(FILES ${CMAKE_BINARY_DIR}/ecckey.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -1,0 +1,220 @@
+#include "support/TovarMp.h"
+
+#include <cstring>
+#include <vector>
+
+#include "support/DataBuffer.h"
+#include "support/LogBase.h"
+#include "support/StringBuffer.h"
+
+// LibTomMath comes last: its header declares a global mp_int and function-like macros.
+#include <tommath.h>
+
+namespace ecckey {
+
+namespace {
+
+::mp_int *L(mp_int &a) { return static_cast<::mp_int *>(a.raw()); }
+const ::mp_int *L(const mp_int &a) { return static_cast<const ::mp_int *>(a.raw()); }
+
+// An mp_int whose construction could not allocate fails every operation instead of crashing.
+bool usable(const mp_int &a) { return !a.isBroken(); }
+bool usable(const mp_int &a, const mp_int &b) { return usable(a) && usable(b); }
+bool usable(const mp_int &a, const mp_int &b, const mp_int &c) { return usable(a, b) && usable(c); }
+
+int ord(mp_ord o) { return o == MP_LT ? -1 : (o == MP_GT ? 1 : 0); }
+
+// Minimal big-endian bytes of |a| into a stack area when it fits; the area is wiped on the way out.
+class MagnitudeBytes {
+public:
+    explicit MagnitudeBytes(const mp_int &a) {
+        if (a.isBroken()) return;
+        m_len = ::mp_ubin_size(L(a));
+        m_data = m_len <= sizeof m_small ? m_small : (m_heap.resize(m_len), m_heap.data());
+        size_t written = 0;
+        m_ok = m_len == 0 || ::mp_to_ubin(L(a), m_data, m_len, &written) == MP_OKAY;
+    }
+    ~MagnitudeBytes() {
+        volatile unsigned char *v = m_data;
+        for (size_t i = 0; v && i < m_len; ++i) v[i] = 0;
+    }
+    MagnitudeBytes(const MagnitudeBytes &) = delete;
+    MagnitudeBytes &operator=(const MagnitudeBytes &) = delete;
+
+    bool ok() const { return m_ok; }
+    const unsigned char *data() const { return m_data; }
+    unsigned size() const { return (unsigned)m_len; }
+
+private:
+    unsigned char m_small[160];
+    std::vector<unsigned char> m_heap;
+    unsigned char *m_data = m_small;
+    size_t m_len = 0;
+    bool m_ok = false;
+};
+
+}  // namespace
+
+int TovarMp::mp_add(const mp_int &a, const mp_int &b, mp_int &c) {
+    return usable(a, b, c) ? ::mp_add(L(a), L(b), L(c)) : MP_MEM;
+}
+
+int TovarMp::mp_sub(const mp_int &a, const mp_int &b, mp_int &c) {
+    return usable(a, b, c) ? ::mp_sub(L(a), L(b), L(c)) : MP_MEM;
+}
+
+int TovarMp::mp_mul(const mp_int &a, const mp_int &b, mp_int &c) {
+    return usable(a, b, c) ? ::mp_mul(L(a), L(b), L(c)) : MP_MEM;
+}
+
+int TovarMp::mp_sqr(const mp_int &a, mp_int &c) { return usable(a, c) ? ::mp_sqr(L(a), L(c)) : MP_MEM; }
+
+int TovarMp::mp_mod(const mp_int &a, const mp_int &m, mp_int &c) {
+    return usable(a, m, c) ? ::mp_mod(L(a), L(m), L(c)) : MP_MEM;
+}
+
+int TovarMp::mp_mulmod(const mp_int &a, const mp_int &b, const mp_int &m, mp_int &c) {
+    if (!usable(a, b, m) || !usable(c)) return MP_MEM;
+    return ::mp_mulmod(L(a), L(b), L(m), L(c));
+}
+
+int TovarMp::mp_invmod(const mp_int &a, const mp_int &m, mp_int &c) {
+    return usable(a, m, c) ? ::mp_invmod(L(a), L(m), L(c)) : MP_MEM;
+}
+
+int TovarMp::mp_div_2(const mp_int &a, mp_int &c) { return usable(a, c) ? ::mp_div_2(L(a), L(c)) : MP_MEM; }
+
+int TovarMp::mp_copy(const mp_int &a, mp_int &c) { return usable(a, c) ? ::mp_copy(L(a), L(c)) : MP_MEM; }
+
+int TovarMp::mp_set(mp_int &a, MpDigit digit) {
+    if (!usable(a)) return MP_MEM;
+    ::mp_set(L(a), digit);
+    return MP_OKAY;
+}
+
+int TovarMp::mp_set_int(mp_int &a, unsigned long value) {
+    if (!usable(a)) return MP_MEM;
+    ::mp_set_ul(L(a), value);
+    return MP_OKAY;
+}
+
+void TovarMp::mp_zero(mp_int &a) {
+    if (usable(a)) ::mp_zero(L(a));
+}
+
+void TovarMp::mp_exch(mp_int &a, mp_int &b) {
+    if (usable(a, b)) ::mp_exch(L(a), L(b));
+}
+
+int TovarMp::mp_grow(mp_int &a, int numDigits) { return usable(a) ? ::mp_grow(L(a), numDigits) : MP_MEM; }
+
+int TovarMp::mp_cmp(const mp_int &a, const mp_int &b) { return usable(a, b) ? ord(::mp_cmp(L(a), L(b))) : 0; }
+
+int TovarMp::mp_cmp_d(const mp_int &a, MpDigit digit) { return usable(a) ? ord(::mp_cmp_d(L(a), digit)) : 0; }
+
+bool TovarMp::isZero(const mp_int &a) { return !usable(a) || L(a)->used == 0; }
+
+bool TovarMp::isOdd(const mp_int &a) { return usable(a) && L(a)->used > 0 && (L(a)->dp[0] & 1u) != 0; }
+
+bool TovarMp::isNegative(const mp_int &a) { return usable(a) && L(a)->sign == MP_NEG; }
+
+int TovarMp::mp_unsigned_bin_size(const mp_int &a) { return usable(a) ? (int)::mp_ubin_size(L(a)) : 0; }
+
+int TovarMp::mp_count_bits(const mp_int &a) { return usable(a) ? ::mp_count_bits(L(a)) : 0; }
+
+int TovarMp::mp_montgomery_setup(const mp_int &m, MpDigit &rho) {
+    if (!usable(m)) return MP_MEM;
+    mp_digit r = 0;
+    int err = ::mp_montgomery_setup(L(m), &r);
+    rho = r;
+    return err;
+}
+
+int TovarMp::mp_montgomery_normalization(mp_int &r, const mp_int &m) {
+    return usable(r, m) ? ::mp_montgomery_calc_normalization(L(r), L(m)) : MP_MEM;
+}
+
+int TovarMp::mp_montgomery_reduce(mp_int &x, const mp_int &m, MpDigit rho) {
+    return usable(x, m) ? ::mp_montgomery_reduce(L(x), L(m), rho) : MP_MEM;
+}
+
+// Hexadecimal only ever arrives here from the catalogue and from tests; anything but a non-empty run of
+// hex digits (either case) is refused, a sign included.
+bool TovarMp::mpint_from_radix(mp_int &a, const char *text, int radix) {
+    if (!usable(a) || !text || !*text || radix < 2 || radix > 36) return false;
+    for (const char *p = text; *p; ++p) {
+        char c = *p;
+        int v = (c >= '0' && c <= '9') ? c - '0'
+                : (c >= 'a' && c <= 'z') ? c - 'a' + 10
+                : (c >= 'A' && c <= 'Z') ? c - 'A' + 10
+                                         : 99;
+        if (v >= radix) return false;
+    }
+    return ::mp_read_radix(L(a), text, radix) == MP_OKAY;
+}
+
+bool TovarMp::mpint_from_bytes(mp_int &a, const unsigned char *bytes, unsigned count) {
+    if (!usable(a) || (count && !bytes)) return false;
+    if (count == 0) {
+        ::mp_zero(L(a));
+        return true;
+    }
+    return ::mp_from_ubin(L(a), bytes, count) == MP_OKAY;
+}
+
+bool TovarMp::mpint_to_db(const mp_int &a, DataBuffer &out) {
+    MagnitudeBytes mag(a);
+    return mag.ok() && out.append(mag.data(), mag.size());
+}
+
+bool TovarMp::unsigned_mpint_to_db(const mp_int &a, DataBuffer &out) {
+    if (isNegative(a)) return false;
+    MagnitudeBytes mag(a);
+    if (!mag.ok()) return false;
+    if (mag.size() && mag.data()[0] >= 0x80 && !out.appendChar(0)) return false;
+    return out.append(mag.data(), mag.size());
+}
+
+bool TovarMp::mpint_to_bytes(const mp_int &a, unsigned char *out) {
+    if (!usable(a) || !out) return false;
+    size_t len = ::mp_ubin_size(L(a));
+    if (len == 0) return true;
+    size_t written = 0;
+    return ::mp_to_ubin(L(a), out, len, &written) == MP_OKAY;
+}
+
+bool TovarMp::mpint_to_base64url(const mp_int &a, StringBuffer &out, LogBase &) {
+    MagnitudeBytes mag(a);
+    if (!mag.ok()) return false;
+    DataBuffer db;
+    db.setSensitive();
+    return db.append(mag.data(), mag.size()) && db.encodeDB("base64url", out);
+}
+
+bool TovarMp::mpint_to_hex_zero_extended(const mp_int &a, unsigned byteCount, StringBuffer &out) {
+    MagnitudeBytes mag(a);
+    if (!mag.ok()) return false;
+    DataBuffer db;
+    db.setSensitive();
+    for (unsigned i = mag.size(); i < byteCount; ++i) db.appendChar(0);
+    return db.append(mag.data(), mag.size()) && db.encodeDB("hex", out);
+}
+
+bool TovarMp::mpint_to_hex(const mp_int &a, StringBuffer &out) {
+    if (!usable(a)) return false;
+    if (isNegative(a) && !out.appendChar('-')) return false;
+    if (isZero(a)) return out.append("0");
+    StringBuffer hex;
+    if (!mpint_to_hex_zero_extended(a, 0, hex)) return false;
+    const char *s = hex.getString();
+    if (*s == '0') ++s;  // a byte-aligned text has at most one leading zero digit
+    return out.append(s);
+}
+
+void TovarMp::log_mpint(const char *name, const mp_int &a, LogBase &log) {
+    StringBuffer hex;
+    mpint_to_hex(a, hex);
+    log.logData(name, hex.getString());
+}
+
+}  // namespace ecckey

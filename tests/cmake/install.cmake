@@ -1,0 +1,7 @@
+# The example in examples/ builds against an installed copy of the package, as a user's project would,
+# then signs and verifies with a key made by openssl.
+add_test(NAME install_and_build_example
+  COMMAND ${CMAKE_COMMAND}
+    -DSOURCE_DIR=${CMAKE_SOURCE_DIR} -DBINARY_DIR=${CMAKE_BINARY_DIR}
+    -P ${CMAKE_SOURCE_DIR}/tests/cmake/scripts/install_example.cmake)
+set_tests_properties(install_and_build_example PROPERTIES TIMEOUT 300)

@@ -1,0 +1,23 @@
+# Installs the build tree into a scratch prefix, builds examples/ against it and runs it.
+set(work ${BINARY_DIR}/example-check)
+file(REMOVE_RECURSE ${work})
+file(MAKE_DIRECTORY ${work})
+
+function(run)
+  execute_process(COMMAND ${ARGN} RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
+  if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "failed (${rc}): ${ARGN}\n${out}\n${err}")
+  endif()
+  set(LAST_OUTPUT "${out}" PARENT_SCOPE)
+endfunction()
+
+run(${CMAKE_COMMAND} --install ${BINARY_DIR} --prefix ${work}/prefix)
+run(${CMAKE_COMMAND} -S ${SOURCE_DIR}/examples -B ${work}/build -DCMAKE_PREFIX_PATH=${work}/prefix)
+run(${CMAKE_COMMAND} --build ${work}/build)
+run(openssl ecparam -name prime256v1 -genkey -noout -out ${work}/key.pem)
+file(WRITE ${work}/message.txt "a file to sign\n")
+run(${work}/build/sign_file ${work}/key.pem ${work}/message.txt)
+if(NOT LAST_OUTPUT MATCHES "valid\n$" OR LAST_OUTPUT MATCHES "invalid")
+  message(FATAL_ERROR "unexpected output: ${LAST_OUTPUT}")
+endif()
+message(STATUS "example signed and verified: ${LAST_OUTPUT}")
