@@ -79,9 +79,14 @@ bool appendWrapped(_tvAsn1 *parent, int tag, _tvAsn1 *child) {
     return parent->AppendPart(wrapper);
 }
 
-// Writes the private-key PEM label into label (at least 15 bytes).
+// The private-key PEM label ("EC PRIVATE KEY") is held scrambled (StringBuffer::litScram) so that the
+// binary does not carry it as plain text; it is unscrambled into a local array just before use.
+const char s_scrambledPrivateKeyLabel[] = "RP CEVINGR XRL";
+
+// Writes the private-key PEM label into label (at least sizeof s_scrambledPrivateKeyLabel bytes).
 void privateKeyPemLabel(char *label) {
-    tvStrCpy(label, "EC PRIVATE KEY");
+    tvStrCpy(label, s_scrambledPrivateKeyLabel);
+    StringBuffer::litScram(label);
 }
 
 }  // namespace
@@ -199,7 +204,7 @@ bool EccKey::toEccPrivateKeyPem(bool pkcs1, StringBuffer &out, LogBase &log) {
     der.setSensitive();
     bool ok = pkcs1 ? toEccPkcs1PrivateKeyDer(der, log) : toEccPkcs8PrivateKeyDer(der, log);
     if (!ok) return false;
-    char label[32];
+    char label[sizeof s_scrambledPrivateKeyLabel];
     privateKeyPemLabel(label);
     return _tvPublicKey::derToPem(label, der, out, log);
 }
