@@ -379,8 +379,9 @@ TEST_F(AsnImport, Pkcs8ShapeFailures) {
         LogRecorder log;
         EXPECT_FALSE(loadDer(key, tc.input, log));
         // The DER reader may add its own diagnosis before the module's message.
-        ASSERT_FALSE(log.errors().empty());
-        std::vector<std::string> tail(log.errors().end() - (long)tc.errors.size(), log.errors().end());
+        std::vector<std::string> errors = log.errors();
+        ASSERT_GE(errors.size(), tc.errors.size()) << log.errorText();
+        std::vector<std::string> tail(errors.end() - (long)tc.errors.size(), errors.end());
         EXPECT_EQ(tail, tc.errors) << log.errorText();
     }
 }

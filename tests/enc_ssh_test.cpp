@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <openssl/evp.h>
 
+#include <algorithm>
 #include <sstream>
 #include <string>
 
@@ -359,9 +360,41 @@ TEST_F(PuttyKeys, Nistp521PrivateBlobIsRejected) {
     DataBuffer pointDb = toDb(point);
     DataBuffer priv = toDb(ppk.privateBlob);
     EXPECT_FALSE(key.loadPrivateFromPuttySsh(curveId.c_str(), pointDb, priv, log));
-    EXPECT_EQ(log.errors(), (std::vector<std::string>{"no alt curve name"}));
+    // The mpint's length prefix is read as the length of the curve name and d's bytes as the name. The SSH
+    // reader refuses a name with a NUL byte inside, so when d holds a zero byte the first field already
+    // fails; otherwise the name is taken and the second name is missing.
+    SshReader r(ppk.privateBlob);
+    Bytes dBytes = r.string();
+    ASSERT_TRUE(r.ok);
+    ASSERT_EQ(r.pos, ppk.privateBlob.size());
+    bool nulInside = std::find(dBytes.begin(), dBytes.end(), 0) != dBytes.end();
     std::string logged;
-    EXPECT_TRUE(log.dataValue("curveName", logged));
+    if (nulInside) {
+        EXPECT_EQ(log.errors(), (std::vector<std::string>{"no long curve name"}));
+    } else {
+        EXPECT_EQ(log.errors(), (std::vector<std::string>{"no alt curve name"}));
+        EXPECT_TRUE(log.dataValue("curveName", logged));
+    }
+    EXPECT_FALSE(log.dataValue("altCurveName", logged));
+}
+
+// The same blob shape, deterministic: 66 bytes of d without (and with) a zero byte.
+TEST(PuttyBlobP521, BareMpintOfSixtySixBytes) {
+    for (bool withZero : {false, true}) {
+        Bytes d(66, 0x5A);
+        d[0] = 0x01;
+        if (withZero) d[30] = 0;
+        Bytes blob;
+        putString(blob, d);
+        TestPrng prng(testSeed() ^ 0x521);
+        PkeyPtr pkey = osslRandomKey(curveInfo("secp521r1"), prng);
+        EccKey key;
+        LogRecorder log;
+        DataBuffer pointDb = toDb(osslPubPoint(pkey.get()));
+        DataBuffer priv = toDb(blob);
+        EXPECT_FALSE(key.loadPrivateFromPuttySsh("nistp521", pointDb, priv, log));
+        EXPECT_EQ(log.errors(), (std::vector<std::string>{withZero ? "no long curve name" : "no alt curve name"}));
+    }
 }
 
 // The four-field form: keytype, curve, Q and d as they sit inside an unencrypted OpenSSH private key.

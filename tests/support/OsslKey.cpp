@@ -7,6 +7,8 @@
 #include <openssl/objects.h>
 #include <openssl/param_build.h>
 
+#include <string>
+
 namespace ecckey_test {
 
 namespace {
@@ -100,9 +102,12 @@ Bytes osslPubPoint(EVP_PKEY *pkey) {
 }
 
 bool osslHasNamedGroup(EVP_PKEY *pkey) {
-    char name[80];
+    // OpenSSL maps explicit parameters of a known curve to its name, but remembers how they were encoded.
+    char encoding[40];
     size_t n = 0;
-    return EVP_PKEY_get_utf8_string_param(pkey, OSSL_PKEY_PARAM_GROUP_NAME, name, sizeof name, &n) == 1;
+    if (EVP_PKEY_get_utf8_string_param(pkey, OSSL_PKEY_PARAM_EC_ENCODING, encoding, sizeof encoding, &n) != 1)
+        return false;
+    return std::string(encoding) == OSSL_PKEY_EC_ENCODING_GROUP;
 }
 
 bool osslGroupIs(EVP_PKEY *pkey, const CurveInfo &c) {

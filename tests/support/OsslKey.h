@@ -35,7 +35,7 @@ BnPtr osslPrivScalar(EVP_PKEY *pkey);  // null for a public key
 Bytes osslPubPoint(EVP_PKEY *pkey);    // uncompressed X9.63
 // True when the key's domain parameters (named or explicit) are those of curve c.
 bool osslGroupIs(EVP_PKEY *pkey, const CurveInfo &c);
-// True when the key carries a named curve (as opposed to explicit parameters).
+// True when the key was read with (or is set to write) a named curve rather than explicit parameters.
 bool osslHasNamedGroup(EVP_PKEY *pkey);
 
 // OpenSSL's encoders. output "DER" or "PEM"; structure "type-specific" (SEC 1 for a private key),
