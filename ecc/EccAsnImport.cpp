@@ -56,7 +56,8 @@ bool EccKey::loadEccDer(DataBuffer &der, LogBase &log) {
     RefCountedObjectOwner rootOwner(root);
 
     bool ok = loadAnyEccAsn(root, log);
-    if (!ok) _tvDer::logDerAsXml(der, log);
+    if (!ok)
+        _tvDer::logDerAsXml(der, log);
     return ok;
 }
 
@@ -108,7 +109,8 @@ bool EccKey::loadAnyEccAsn(_tvAsn1 *root, LogBase &log) {
         log.logError("Invalid ASN.1 for ECC key.");
         return false;
     }
-    if (!second->isSequence()) return loadEccPrivateAsn(root, curveOid, log);
+    if (!second->isSequence())
+        return loadEccPrivateAsn(root, curveOid, log);
 
     // PKCS #8: { INTEGER version, AlgorithmIdentifier, OCTET STRING ECPrivateKey, ... }
     if (!parseAldId(second, algOid, curveOid, log)) {
@@ -126,7 +128,8 @@ bool EccKey::loadAnyEccAsn(_tvAsn1 *root, LogBase &log) {
     }
     DataBuffer inner;
     inner.setSensitive();
-    if (!octets->getAsnContent(inner)) return false;
+    if (!octets->getAsnContent(inner))
+        return false;
 
     unsigned consumed = 0;
     _tvAsn1 *innerRoot = _tvAsn1::DecodeToAsn(inner.getData2(), inner.getSize(), consumed, log);
@@ -142,29 +145,37 @@ bool EccKey::loadAnyEccAsn(_tvAsn1 *root, LogBase &log) {
 // their base point alone. Logs nothing: the callers say what failed.
 bool EccKey::parseAldId(_tvAsn1 *algId, StringBuffer &algOid, StringBuffer &curveOid, LogBase &log) {
     LogContextExitor ctx(log, "parseAldId");
-    if (!algId) return false;
+    if (!algId)
+        return false;
     algOid.clear();
     curveOid.clear();
 
     _tvAsn1 *alg = algId->getAsnPart(0);
     _tvAsn1 *params = algId->getAsnPart(1);
-    if (!alg || !params) return false;
-    if (!alg->GetOid(algOid)) return false;
+    if (!alg || !params)
+        return false;
+    if (!alg->GetOid(algOid))
+        return false;
 
     // Named curve; a NULL or any other non-SEQUENCE fails here.
-    if (params->tagNumber() != _tvAsn1::TAG_SEQUENCE) return params->GetOid(curveOid);
+    if (params->tagNumber() != _tvAsn1::TAG_SEQUENCE)
+        return params->GetOid(curveOid);
 
     // ECParameters: { version, fieldID, curve, base, order, cofactor }; only base is looked at.
     _tvAsn1 *base = params->getAsnPart(3);
-    if (!base) return false;
+    if (!base)
+        return false;
     DataBuffer basePoint;
-    if (!base->getAsnContent(basePoint)) return false;
-    if (basePoint.getSize() < kMinBasePointLen) return false;
+    if (!base->getAsnContent(basePoint))
+        return false;
+    if (basePoint.getSize() < kMinBasePointLen)
+        return false;
 
     StringBuffer hex;
     basePoint.encodeDB("hex", hex);
     for (const ExplicitBasePoint &row : s_explicitBasePoints) {
-        if (hex.beginsWith(row.hexPrefix)) return curveOid.append(row.curveOid);
+        if (hex.beginsWith(row.hexPrefix))
+            return curveOid.append(row.curveOid);
     }
     return false;
 }
@@ -179,12 +190,16 @@ bool EccKey::loadEccPublicAsn(_tvAsn1 *bitString, const StringBuffer &curveOid, 
         log.logError("No bitstring for ECC public key.");
         return false;
     }
-    if (log.m_verbose) log.LogDataSb("curveOid", curveOid);
-    if (!m_curve.loadCurveByOid(curveOid, log)) return false;
+    if (log.m_verbose)
+        log.LogDataSb("curveOid", curveOid);
+    if (!m_curve.loadCurveByOid(curveOid, log))
+        return false;
 
     DataBuffer point;
-    if (!bitString->getAsnContent(point)) return false;
-    if (log.m_verbose) log.LogDataLong("dbPubKeySize", (long)point.getSize());
+    if (!bitString->getAsnContent(point))
+        return false;
+    if (log.m_verbose)
+        log.LogDataLong("dbPubKeySize", (long)point.getSize());
 
     if (!m_pubPoint.loadEccPoint(point, log)) {
         log.logError("Failed to load ECC point.");
@@ -213,7 +228,8 @@ bool EccKey::loadEccPrivateAsn(_tvAsn1 *ecPrivateKey, const StringBuffer &passed
             log.logError("Invalid ASN.1 for ECC private key.");
             return false;
         }
-        if (log.m_verbose) log.logInfo("ECC parsing success.");
+        if (log.m_verbose)
+            log.logInfo("ECC parsing success.");
         m_keyType = 1;
         return true;
     };
@@ -246,22 +262,28 @@ bool EccKey::loadEccPrivateAsn(_tvAsn1 *ecPrivateKey, const StringBuffer &passed
             if (!gotCurve && child->isOid()) {
                 StringBuffer oid;
                 child->GetOid(oid);
-                if (log.m_verbose) log.LogDataSb("curveOid", oid);
+                if (log.m_verbose)
+                    log.LogDataSb("curveOid", oid);
                 gotCurve = m_curve.loadCurveByOid(oid, log);
-                if (!gotCurve) log.logError("Failed to load curve by OID.");
+                if (!gotCurve)
+                    log.logError("Failed to load curve by OID.");
                 kOk = gotCurve;
             } else if (!gotPub && child->isBitString()) {
                 DataBuffer point;
                 gotPub = child->getAsnContent(point) && m_pubPoint.loadEccPoint(point, log);
-                if (!gotPub) log.logError("Failed to load ECC point.");
+                if (!gotPub)
+                    log.logError("Failed to load ECC point.");
                 kOk = gotPub;
             }
-            if (gotCurve && gotPub) return finish(kOk);
-            if (!kOk) break;
+            if (gotCurve && gotPub)
+                return finish(kOk);
+            if (!kOk)
+                break;
         }
     }
 
-    if (!gotPub && log.m_verbose) log.logError("No public key bits found (this is not an error)");
+    if (!gotPub && log.m_verbose)
+        log.logError("No public key bits found (this is not an error)");
 
     if (!gotCurve) {
         if (passedCurveOid.getSize() == 0) {
@@ -280,7 +302,8 @@ bool EccKey::loadEccPrivateAsn(_tvAsn1 *ecPrivateKey, const StringBuffer &passed
     }
 
     if (!gotPub && kOk) {
-        if (log.m_verbose) log.logInfo("computing the public key...");
+        if (log.m_verbose)
+            log.logInfo("computing the public key...");
         kOk = genPubKey(log);
     }
     return finish(kOk);

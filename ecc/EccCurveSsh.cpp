@@ -37,19 +37,25 @@ const PpkTypeRow s_ppkTypes[] = {
 bool EccCurve::getPpkType(StringBuffer &out, LogBase &log) const {
     LogContextExitor ctx(log, "getPpkType");
     for (const PpkTypeRow &row : s_ppkTypes) {
-        if (m_oid.equals(row.oid)) return out.append(row.keyType);
+        if (m_oid.equals(row.oid))
+            return out.append(row.keyType);
     }
     log.logError("Unsupported ecdsa curve.");
     return false;
 }
 
 const char *EccCurve::puttyCurveName() const {
-    if (m_name.equals("secp256r1")) return "nistp256";
-    if (m_name.equals("secp224r1")) return "nistp224";
-    if (m_name.equals("secp384r1")) return "nistp384";
-    if (m_name.equals("secp521r1")) return "nistp521";
+    if (m_name.equals("secp256r1"))
+        return "nistp256";
+    if (m_name.equals("secp224r1"))
+        return "nistp224";
+    if (m_name.equals("secp384r1"))
+        return "nistp384";
+    if (m_name.equals("secp521r1"))
+        return "nistp521";
     // Blobs written for secp256k1 keys carry this identifier; readers of those blobs expect it.
-    if (m_name.equals("secp256k1")) return "nistk256";
+    if (m_name.equals("secp256k1"))
+        return "nistk256";
     // Curves without an SSH identifier of their own (secp192r1, the Brainpool curves) fall back to P-256's.
     return "nistp256";
 }

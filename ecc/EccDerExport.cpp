@@ -26,14 +26,16 @@ const char *const kOptEmitPkcs1Pubkey = "EMIT_ECC_PKCS1_PUBKEY";
 // Appends a freshly built child; false when the builder returned null or the append failed (in which case
 // AppendPart has already released the child).
 bool appendNew(_tvAsn1 *parent, _tvAsn1 *child) {
-    if (!child) return false;
+    if (!child)
+        return false;
     return parent->AppendPart(child);
 }
 
 // SEQUENCE { id-ecPublicKey, OID namedCurve }
 _tvAsn1 *newNamedCurveAlgId(const EccKey &key) {
     _tvAsn1 *algId = _tvAsn1::newSequence();
-    if (!algId) return nullptr;
+    if (!algId)
+        return nullptr;
     if (!appendNew(algId, _tvAsn1::newOid(kOidEcPublicKey)) ||
         !appendNew(algId, _tvAsn1::newOid(key.m_curve.m_oid.getString()))) {
         algId->decRefCount();
@@ -45,14 +47,16 @@ _tvAsn1 *newNamedCurveAlgId(const EccKey &key) {
 // BIT STRING holding the key's uncompressed X9.63 point.
 _tvAsn1 *newPointBitString(const EccKey &key, LogBase &log) {
     DataBuffer point;
-    if (!key.exportEccPoint(point, log)) return nullptr;
+    if (!key.exportEccPoint(point, log))
+        return nullptr;
     return _tvAsn1::newBitString(point.getData2(), point.getSize());
 }
 
 // Appends INTEGER 1 and OCTET STRING d, the start of every ECPrivateKey written here. d takes its minimal
 // big-endian length, not m_byteLen. Logs "k is empty" when d is zero.
 bool appendVersionAndScalar(const EccKey &key, _tvAsn1 *ecPrivateKey, LogBase &log) {
-    if (!appendNew(ecPrivateKey, _tvAsn1::newInteger(1))) return false;
+    if (!appendNew(ecPrivateKey, _tvAsn1::newInteger(1)))
+        return false;
 
     DataBuffer dBytes;
     dBytes.setSensitive();
@@ -66,7 +70,8 @@ bool appendVersionAndScalar(const EccKey &key, _tvAsn1 *ecPrivateKey, LogBase &l
 
 // [tag] constructed { child }
 bool appendWrapped(_tvAsn1 *parent, int tag, _tvAsn1 *child) {
-    if (!child) return false;
+    if (!child)
+        return false;
     _tvAsn1 *wrapper = _tvAsn1::newContextSpecificContructed(tag);
     if (!wrapper) {
         child->decRefCount();
@@ -97,10 +102,13 @@ bool EccKey::toPublicKeyDer_shortFmt(DataBuffer &out, LogBase &log) {
     out.setSensitive();
 
     _tvAsn1 *spki = _tvAsn1::newSequence();
-    if (!spki) return false;
+    if (!spki)
+        return false;
     RefCountedObjectOwner spkiOwner(spki);
-    if (!appendNew(spki, newNamedCurveAlgId(*this))) return false;
-    if (!appendNew(spki, newPointBitString(*this, log))) return false;
+    if (!appendNew(spki, newNamedCurveAlgId(*this)))
+        return false;
+    if (!appendNew(spki, newPointBitString(*this, log)))
+        return false;
     return spki->EncodeToDer(out, false, log);
 }
 
@@ -113,19 +121,25 @@ bool EccKey::toPublicKeyDer_longFmt(DataBuffer &out, LogBase &log) {
     out.setSensitive();
 
     const char *tmpl = explicitSpkiTemplate(m_curve.m_name.getString());
-    if (!tmpl) return toPublicKeyDer_shortFmt(out, log);
+    if (!tmpl)
+        return toPublicKeyDer_shortFmt(out, log);
 
     DataBuffer tmplDer;
-    if (!tmplDer.appendEncoded(tmpl, "base64")) return false;
+    if (!tmplDer.appendEncoded(tmpl, "base64"))
+        return false;
     unsigned consumed = 0;
     _tvAsn1 *spki = _tvAsn1::DecodeToAsn(tmplDer.getData2(), tmplDer.getSize(), consumed, log);
-    if (!spki) return false;
+    if (!spki)
+        return false;
     RefCountedObjectOwner spkiOwner(spki);
 
     _tvAsn1 *samplePoint = spki->getAsnPart(1);
-    if (!samplePoint || samplePoint->tagNumber() != _tvAsn1::TAG_BIT_STRING) return false;
-    if (!spki->deletePart(1)) return false;
-    if (!appendNew(spki, newPointBitString(*this, log))) return false;
+    if (!samplePoint || samplePoint->tagNumber() != _tvAsn1::TAG_BIT_STRING)
+        return false;
+    if (!spki->deletePart(1))
+        return false;
+    if (!appendNew(spki, newPointBitString(*this, log)))
+        return false;
     return spki->EncodeToDer(out, false, log);
 }
 
@@ -137,10 +151,13 @@ bool EccKey::toEccPkcs1PrivateKeyDer(DataBuffer &out, LogBase &log) {
     out.setSensitive();
 
     _tvAsn1 *ecPrivateKey = _tvAsn1::newSequence();
-    if (!ecPrivateKey) return false;
+    if (!ecPrivateKey)
+        return false;
     RefCountedObjectOwner keyOwner(ecPrivateKey);
-    if (!appendVersionAndScalar(*this, ecPrivateKey, log)) return false;
-    if (!appendWrapped(ecPrivateKey, 0, _tvAsn1::newOid(m_curve.m_oid.getString()))) return false;
+    if (!appendVersionAndScalar(*this, ecPrivateKey, log))
+        return false;
+    if (!appendWrapped(ecPrivateKey, 0, _tvAsn1::newOid(m_curve.m_oid.getString())))
+        return false;
     if (log.m_options.containsSubstring(kOptEmitPkcs1Pubkey) &&
         !appendWrapped(ecPrivateKey, 1, newPointBitString(*this, log))) {
         return false;
@@ -160,18 +177,23 @@ bool EccKey::toEccPkcs8PrivateKeyDer(DataBuffer &out, LogBase &log) {
     }
 
     _tvAsn1 *pkcs8 = _tvAsn1::newSequence();
-    if (!pkcs8) return false;
+    if (!pkcs8)
+        return false;
     RefCountedObjectOwner pkcs8Owner(pkcs8);
-    if (!appendNew(pkcs8, _tvAsn1::newInteger(0))) return false;
-    if (!appendNew(pkcs8, newNamedCurveAlgId(*this))) return false;
+    if (!appendNew(pkcs8, _tvAsn1::newInteger(0)))
+        return false;
+    if (!appendNew(pkcs8, newNamedCurveAlgId(*this)))
+        return false;
 
     DataBuffer ecPrivateKey;
     ecPrivateKey.setSensitive();
-    if (!toEccPkcs1PrivateKeyDer(ecPrivateKey, log)) return false;
+    if (!toEccPkcs1PrivateKeyDer(ecPrivateKey, log))
+        return false;
     if (!appendNew(pkcs8, _tvAsn1::newOctetString(ecPrivateKey.getData2(), ecPrivateKey.getSize()))) {
         return false;
     }
-    if (!addAttributesToPkcs8(*pkcs8, log)) return false;
+    if (!addAttributesToPkcs8(*pkcs8, log))
+        return false;
     return pkcs8->EncodeToDer(out, false, log);
 }
 
@@ -182,9 +204,11 @@ bool EccKey::toEccPkcs1PrivateKeyDer_forPkcs11(DataBuffer &out, LogBase &log) {
     out.setSensitive();
 
     _tvAsn1 *ecPrivateKey = _tvAsn1::newSequence();
-    if (!ecPrivateKey) return false;
+    if (!ecPrivateKey)
+        return false;
     RefCountedObjectOwner keyOwner(ecPrivateKey);
-    if (!appendVersionAndScalar(*this, ecPrivateKey, log)) return false;
+    if (!appendVersionAndScalar(*this, ecPrivateKey, log))
+        return false;
     return ecPrivateKey->EncodeToDer(out, false, log);
 }
 
@@ -192,7 +216,8 @@ bool EccKey::toEccPublicKeyPem(bool shortFormat, StringBuffer &out, LogBase &log
     LogContextExitor ctx(log, "toEccPublicKeyPem");
     DataBuffer der;
     bool ok = shortFormat ? toPublicKeyDer_shortFmt(der, log) : toPublicKeyDer_longFmt(der, log);
-    if (!ok) return false;
+    if (!ok)
+        return false;
     return _tvPublicKey::derToPem("PUBLIC KEY", der, out, log);
 }
 
@@ -203,7 +228,8 @@ bool EccKey::toEccPrivateKeyPem(bool pkcs1, StringBuffer &out, LogBase &log) {
     DataBuffer der;
     der.setSensitive();
     bool ok = pkcs1 ? toEccPkcs1PrivateKeyDer(der, log) : toEccPkcs8PrivateKeyDer(der, log);
-    if (!ok) return false;
+    if (!ok)
+        return false;
     char label[sizeof s_scrambledPrivateKeyLabel];
     privateKeyPemLabel(label);
     return _tvPublicKey::derToPem(label, der, out, log);

@@ -67,9 +67,11 @@ const ExplicitTemplate s_templates[] = {
 }  // namespace
 
 const char *explicitSpkiTemplate(const char *curveName) {
-    if (!curveName) return nullptr;
+    if (!curveName)
+        return nullptr;
     for (const ExplicitTemplate &t : s_templates) {
-        if (std::strcmp(curveName, t.curveName) == 0) return t.base64;
+        if (std::strcmp(curveName, t.curveName) == 0)
+            return t.base64;
     }
     return nullptr;
 }

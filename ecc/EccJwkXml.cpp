@@ -53,7 +53,8 @@ bool EccKey::toEccPrivateKeyJwk(StringBuffer &out, LogBase &log) {
     ok = out.append("\",\"d\":\"") && ok;
     ok = TovarMp::mpint_to_base64url(m_privKey, out, log) && ok;
     ok = out.append("\"}") && ok;
-    if (!ok) out.secureClear();
+    if (!ok)
+        out.secureClear();
     return ok;
 }
 
@@ -76,7 +77,8 @@ bool EccKey::toEccPublicKeyJwk(StringBuffer &out, bool crvFirst, LogBase &log) {
     ok = out.append("\",\"y\":\"") && ok;
     ok = TovarMp::mpint_to_base64url(m_pubPoint.m_y, out, log) && ok;
     ok = out.append("\"}") && ok;
-    if (!ok) out.clear();
+    if (!ok)
+        out.clear();
     return ok;
 }
 
@@ -86,14 +88,16 @@ bool EccKey::toEccPrivateKeyXml(StringBuffer &out, LogBase &log) {
     out.clear();
     DataBuffer der;
     der.setSensitive();
-    if (!toEccPkcs1PrivateKeyDer(der, log)) return false;
+    if (!toEccPkcs1PrivateKeyDer(der, log))
+        return false;
 
     bool ok = out.append("<ECCKeyValue curve=\"");
     ok = out.append(m_curve.m_name) && ok;
     ok = out.append("\">") && ok;
     ok = der.encodeDB("base64", out) && ok;
     ok = out.append("</ECCKeyValue>") && ok;
-    if (!ok) out.secureClear();
+    if (!ok)
+        out.secureClear();
     return ok;
 }
 
@@ -103,7 +107,8 @@ bool EccKey::toEccPublicKeyXml(StringBuffer &out, LogBase &log) {
     LogContextExitor ctx(log, "toEccPublicKeyXml");
     out.clear();
     DataBuffer der;
-    if (!toPublicKeyDer_longFmt(der, log)) return false;
+    if (!toPublicKeyDer_longFmt(der, log))
+        return false;
 
     unsigned byteLen = (unsigned)m_curve.m_byteLen;
     bool ok = out.append("<ECCPublicKey curve=\"");
@@ -115,7 +120,8 @@ bool EccKey::toEccPublicKeyXml(StringBuffer &out, LogBase &log) {
     ok = out.append("\">") && ok;
     ok = der.encodeDB("base64", out) && ok;
     ok = out.append("</ECCPublicKey>") && ok;
-    if (!ok) out.clear();
+    if (!ok)
+        out.clear();
     return ok;
 }
 
@@ -132,7 +138,8 @@ bool EccKey::toEccPublicKeyXmlDSig(StringBuffer &out, LogBase &log) {
     ok = m_pubPoint.exportEccPoint(m_curve.m_byteLen, point, log) && ok;
     ok = point.encodeDB("base64", pointBase64) && ok;
     ok = out.replaceFirstOccurance("PUBKEY_BASE64", pointBase64.getString(), false) && ok;
-    if (!ok) out.clear();
+    if (!ok)
+        out.clear();
     return ok;
 }
 
@@ -146,7 +153,8 @@ bool EccKey::loadAnyJwk(ClsJsonObject &json, LogBase &log) {
 
     if (json.hasMember("d", quiet)) {
         m_keyType = 1;
-        if (!jwkContentToMpInt(json, "d", m_privKey, log)) return false;
+        if (!jwkContentToMpInt(json, "d", m_privKey, log))
+            return false;
     }
 
     StringBuffer crv;

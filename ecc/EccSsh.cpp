@@ -29,14 +29,16 @@ bool EccKey::puttyPublicKeyBlob(DataBuffer &out, LogBase &log) {
     SshMessage::pack_string(curveId, out);
 
     DataBuffer point;
-    if (!exportEccPoint(point, log)) return false;
+    if (!exportEccPoint(point, log))
+        return false;
     return SshMessage::pack_db(point, out);
 }
 
 bool EccKey::calc_fingerprint_digest(int hashAlg, DataBuffer &out, LogBase &log) {
     out.clear();
     DataBuffer blob;
-    if (!puttyPublicKeyBlob(blob, log)) return false;
+    if (!puttyPublicKeyBlob(blob, log))
+        return false;
     _tvHash::doHash(blob.getData2(), blob.getSize(), hashAlg, out);
     return true;
 }
@@ -45,7 +47,8 @@ bool EccKey::calc_fingerprint_digest(int hashAlg, DataBuffer &out, LogBase &log)
 // report 528; callers compare these lines with ones written earlier, so the figure stays.
 bool EccKey::calc_fingerprint(StringBuffer &out, LogBase &log) {
     DataBuffer blob;
-    if (!puttyPublicKeyBlob(blob, log)) return false;
+    if (!puttyPublicKeyBlob(blob, log))
+        return false;
 
     unsigned char digest[16];
     FingerprintDigest md;
@@ -68,7 +71,8 @@ bool EccKey::loadPrivateFromPuttySsh(const char *curveName, const DataBuffer &pu
     clearEccKey();
     m_keyType = privBlob.getSize() == 0 ? 0 : 1;
 
-    if (!m_curve.loadCurveByName(curveName, log)) return false;
+    if (!m_curve.loadCurveByName(curveName, log))
+        return false;
 
     privBlob.setSensitive();
     unsigned offset = 0;

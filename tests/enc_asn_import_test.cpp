@@ -36,7 +36,8 @@ bool loadPem(EccKey &key, const Bytes &pem, LogRecorder &log) {
     std::string text(pem.begin(), pem.end());
     StringBuffer label;
     DataBuffer db;
-    if (!_tvPublicKey::pemToDer(text.c_str(), label, db, log)) return false;
+    if (!_tvPublicKey::pemToDer(text.c_str(), label, db, log))
+        return false;
     return key.loadEccDer(db, log);
 }
 
@@ -79,8 +80,8 @@ void checkOsslForm(const CurveInfo &c, EVP_PKEY *pkey, const OsslForm &f, const 
         return;
     }
     if (sec1) {
-        EXPECT_EQ(log.errors(), (std::vector<std::string>{"curve OID not found.",
-                                                          "Invalid ASN.1 for ECC private key."}));
+        EXPECT_EQ(log.errors(),
+                  (std::vector<std::string>{"curve OID not found.", "Invalid ASN.1 for ECC private key."}));
     } else if (f.privatePart) {
         EXPECT_EQ(log.errors(), (std::vector<std::string>{"Invalid ASN.1 for ECC key."}));
     } else {
@@ -115,8 +116,8 @@ TEST_P(AsnImportCurve, Pkcs8TakesTheCurveFromTheAlgorithmIdentifier) {
     Bytes q = osslPubPoint(pkey.get());
 
     Bytes inner = der::seq({der::integer(1), der::octets(dBytes), der::ctx(1, {der::bits(q)})});
-    Bytes pkcs8 = der::seq({der::integer(0), der::seq({der::oid(der::ecPublicKeyOid()), der::oid(c.oid)}),
-                            der::octets(inner)});
+    Bytes pkcs8 = der::seq(
+        {der::integer(0), der::seq({der::oid(der::ecPublicKeyOid()), der::oid(c.oid)}), der::octets(inner)});
     EccKey key;
     LogRecorder log;
     ASSERT_TRUE(loadDer(key, pkcs8, log)) << log.toText();
@@ -146,8 +147,8 @@ TEST_P(AsnImportCurve, MissingPublicKeyIsComputed) {
     EXPECT_TRUE(log.hasInfo("ECC parsing success."));
 
     Bytes bare = der::seq({der::integer(1), der::octets(dBytes)});
-    Bytes pkcs8 = der::seq({der::integer(0), der::seq({der::oid(der::ecPublicKeyOid()), der::oid(c.oid)}),
-                            der::octets(bare)});
+    Bytes pkcs8 = der::seq(
+        {der::integer(0), der::seq({der::oid(der::ecPublicKeyOid()), der::oid(c.oid)}), der::octets(bare)});
     EccKey key2;
     LogRecorder log2;
     ASSERT_TRUE(loadDer(key2, pkcs8, log2)) << log2.toText();
@@ -156,12 +157,14 @@ TEST_P(AsnImportCurve, MissingPublicKeyIsComputed) {
 }
 
 INSTANTIATE_TEST_SUITE_P(AllCurves, AsnImportCurve, ::testing::ValuesIn(allCurves()),
-                         [](const ::testing::TestParamInfo<CurveInfo> &i) { return curveParamName(i.param); });
+                         [](const ::testing::TestParamInfo<CurveInfo> &i) {
+                             return curveParamName(i.param);
+                         });
 
 // ---- Shapes and failures, on P-256 ----
 
 class AsnImport : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         TestPrng prng(testSeed() ^ 0xA51);
         m_pkey = osslRandomKey(curveInfo("secp256r1"), prng);
@@ -177,7 +180,8 @@ protected:
     Bytes spki(const Bytes &alg) { return der::seq({alg, der::bits(m_q)}); }
     Bytes sec1(std::initializer_list<Bytes> tail, int version = 1) {
         Bytes body = der::cat({der::integer(version), der::octets(m_d)});
-        for (const Bytes &t : tail) body.insert(body.end(), t.begin(), t.end());
+        for (const Bytes &t : tail)
+            body.insert(body.end(), t.begin(), t.end());
         return der::tlv(0x30, body);
     }
     Bytes curveParam() { return der::ctx(0, {der::oid("1.2.840.10045.3.1.7")}); }
@@ -249,21 +253,26 @@ TEST_F(AsnImport, SpkiShapeFailures) {
     const Case cases[] = {
         {"not id-ecPublicKey", spki(algId("1.2.840.113549.1.1.1")), {"Not an ECC key."}},
         {"no BIT STRING", der::seq({algId()}), {"Invalid ASN.1 for ECC key."}},
-        {"OCTET STRING instead of BIT STRING", der::seq({algId(), der::octets(m_q)}),
+        {"OCTET STRING instead of BIT STRING",
+         der::seq({algId(), der::octets(m_q)}),
          {"Expected an ASN.1 bitstring."}},
         {"NULL parameters",
          spki(der::seq({der::oid(der::ecPublicKeyOid()), der::null()})),
          {"Failed to parse AlgorithmIdentifier", "Invalid ASN.1 for ECC key."}},
-        {"AlgorithmIdentifier without parameters", spki(der::seq({der::oid(der::ecPublicKeyOid())})),
+        {"AlgorithmIdentifier without parameters",
+         spki(der::seq({der::oid(der::ecPublicKeyOid())})),
          {"Failed to parse AlgorithmIdentifier", "Invalid ASN.1 for ECC key."}},
-        {"unknown named curve", spki(der::seq({der::oid(der::ecPublicKeyOid()), der::oid("1.3.132.0.99")})),
+        {"unknown named curve",
+         spki(der::seq({der::oid(der::ecPublicKeyOid()), der::oid("1.3.132.0.99")})),
          {"Unsupported ECDSA curve."}},
-        {"BIT STRING first", der::seq({der::bits(m_q), algId()}),
+        {"BIT STRING first",
+         der::seq({der::bits(m_q), algId()}),
          {"The ECC curve OID is unknown.", "Invalid ASN.1 for ECC key."}},
         {"empty SEQUENCE", der::seq({}), {"Invalid ASN.1 for ECC key."}},
         {"compressed point",
          der::seq({algId(), der::bits(Bytes{0x02, 1, 2, 3, 4})}),
-         {"First byte of ECC point is invalid.", "Invalid ANSI X9.63 ECC point.", "Failed to load ECC point."}},
+         {"First byte of ECC point is invalid.", "Invalid ANSI X9.63 ECC point.",
+          "Failed to load ECC point."}},
     };
     for (const Case &tc : cases) {
         SCOPED_TRACE(tc.what);
@@ -277,8 +286,9 @@ TEST_F(AsnImport, SpkiShapeFailures) {
 // Explicit parameters are recognised by the base point alone; the rest is not looked at.
 TEST_F(AsnImport, ExplicitParametersByBasePoint) {
     const CurveInfo &c = p256();
-    Bytes g = unhex("046B17D1F2E12C4247F8BCE6E563A440F277037D812DEB33A0F4A13945D898C2964FE342E2FE1A7F9B8EE7EB4A7C0F"
-                    "9E162BCE33576B315ECECBB6406837BF51F5");
+    Bytes g = unhex(
+        "046B17D1F2E12C4247F8BCE6E563A440F277037D812DEB33A0F4A13945D898C2964FE342E2FE1A7F9B8EE7EB4A7C0F"
+        "9E162BCE33576B315ECECBB6406837BF51F5");
     auto explicitSpki = [&](const Bytes &base) {
         Bytes params = der::seq({der::integer(1), der::seq({}), der::seq({}), der::octets(base)});
         return spki(der::seq({der::oid(der::ecPublicKeyOid()), params}));
@@ -298,8 +308,8 @@ TEST_F(AsnImport, ExplicitParametersByBasePoint) {
         EccKey key;
         LogRecorder log;
         EXPECT_FALSE(loadDer(key, explicitSpki(base), log));
-        EXPECT_EQ(log.errors(),
-                  (std::vector<std::string>{"Failed to parse AlgorithmIdentifier", "Invalid ASN.1 for ECC key."}));
+        EXPECT_EQ(log.errors(), (std::vector<std::string>{"Failed to parse AlgorithmIdentifier",
+                                                          "Invalid ASN.1 for ECC key."}));
     }
     {
         // Twenty bytes of prefix cannot reach the end of P-256's prefix, so even that fails.
@@ -331,7 +341,8 @@ TEST_F(AsnImport, ExplicitPrefixesSelectTheirCurves) {
         SCOPED_TRACE(r.curve);
         // The prefix padded with zero digits to 20 bytes and beyond: only the prefix matters.
         std::string hex = r.prefix;
-        while (hex.size() < 80) hex += "0";
+        while (hex.size() < 80)
+            hex += "0";
         Bytes params = der::seq({der::integer(1), der::seq({}), der::seq({}), der::octets(unhex(hex))});
         _tvAsn1 *alg = nullptr;
         Bytes algDer = der::seq({der::oid(der::ecPublicKeyOid()), params});
@@ -362,15 +373,19 @@ TEST_F(AsnImport, Pkcs8ShapeFailures) {
         std::vector<std::string> errors;
     };
     const Case cases[] = {
-        {"not id-ecPublicKey", der::seq({der::integer(0), algId("1.2.840.113549.1.1.1"), der::octets(inner)}),
+        {"not id-ecPublicKey",
+         der::seq({der::integer(0), algId("1.2.840.113549.1.1.1"), der::octets(inner)}),
          {"Not an ECC key."}},
         {"NULL parameters",
-         der::seq({der::integer(0), der::seq({der::oid(der::ecPublicKeyOid()), der::null()}), der::octets(inner)}),
+         der::seq(
+             {der::integer(0), der::seq({der::oid(der::ecPublicKeyOid()), der::null()}), der::octets(inner)}),
          {"Invalid ASN.1 for ECC key."}},
         {"no private key", der::seq({der::integer(0), algId()}), {"Invalid ASN.1 for ECC key."}},
-        {"BIT STRING private key", der::seq({der::integer(0), algId(), der::bits(inner)}),
+        {"BIT STRING private key",
+         der::seq({der::integer(0), algId(), der::bits(inner)}),
          {"Invalid ASN.1 for ECC key."}},
-        {"undecodable private key", der::seq({der::integer(0), algId(), der::octets(Bytes{0x30, 0x09})}),
+        {"undecodable private key",
+         der::seq({der::integer(0), algId(), der::octets(Bytes{0x30, 0x09})}),
          {"Failed to decode ECC key ASN.1"}},
     };
     for (const Case &tc : cases) {
@@ -416,8 +431,12 @@ TEST_F(AsnImport, Sec1Failures) {
         std::vector<std::string> errors;
     };
     const Case cases[] = {
-        {"version 2", sec1({curveParam()}, 2), {"curve OID not found.", "Invalid ASN.1 for ECC private key."}},
-        {"no curve anywhere", sec1({pubParam()}), {"curve OID not found.", "Invalid ASN.1 for ECC private key."}},
+        {"version 2",
+         sec1({curveParam()}, 2),
+         {"curve OID not found.", "Invalid ASN.1 for ECC private key."}},
+        {"no curve anywhere",
+         sec1({pubParam()}),
+         {"curve OID not found.", "Invalid ASN.1 for ECC private key."}},
         {"K not an OCTET STRING",
          der::seq({der::integer(1), der::integer(7), curveParam()}),
          {"Did not get octets for K", "curve OID not found.", "Invalid ASN.1 for ECC private key."}},
@@ -432,7 +451,8 @@ TEST_F(AsnImport, Sec1Failures) {
          sec1({curveParam(), der::ctx(1, {der::bits(badPoint)})}),
          {"First byte of ECC point is invalid.", "Invalid ANSI X9.63 ECC point.", "Failed to load ECC point.",
           "Invalid ASN.1 for ECC private key."}},
-        {"empty wrapper", sec1({der::ctx(2, {}), curveParam()}),
+        {"empty wrapper",
+         sec1({der::ctx(2, {}), curveParam()}),
          {"curve OID not found.", "Invalid ASN.1 for ECC private key."}},
     };
     for (const Case &tc : cases) {

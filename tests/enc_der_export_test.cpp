@@ -23,10 +23,14 @@ namespace {
 
 int explicitSize(const CurveInfo &c) {
     std::string n = c.name;
-    if (n == "secp256r1") return 335;
-    if (n == "secp384r1") return 464;
-    if (n == "secp521r1") return 608;
-    if (n == "secp256k1") return 248;
+    if (n == "secp256r1")
+        return 335;
+    if (n == "secp384r1")
+        return 464;
+    if (n == "secp521r1")
+        return 608;
+    if (n == "secp256k1")
+        return 248;
     return 0;
 }
 
@@ -40,7 +44,8 @@ PkeyPtr fullLengthKey(const CurveInfo &c, TestPrng &prng) {
     for (;;) {
         PkeyPtr k = osslRandomKey(c, prng);
         BnPtr d = osslPrivScalar(k.get());
-        if (BN_num_bytes(d.get()) == c.byteLen) return k;
+        if (BN_num_bytes(d.get()) == c.byteLen)
+            return k;
     }
 }
 
@@ -50,7 +55,7 @@ bool reload(EccKey &key, const DataBuffer &der, LogRecorder &log) {
 }
 
 class DerExportCurve : public ::testing::TestWithParam<CurveInfo> {
-protected:
+  protected:
     void SetUp() override {
         TestPrng prng(curveSeed(GetParam(), 1));
         m_pkey = fullLengthKey(GetParam(), prng);
@@ -137,7 +142,8 @@ TEST_P(DerExportCurve, Pkcs8LoadsInOpenSsl) {
         SCOPED_TRACE(withPub ? "with public key" : "without public key");
         DataBuffer out;
         LogRecorder log;
-        if (withPub) log.m_options.setString("EMIT_ECC_PKCS1_PUBKEY");
+        if (withPub)
+            log.m_options.setString("EMIT_ECC_PKCS1_PUBKEY");
         ASSERT_TRUE(m_key.toEccPkcs8PrivateKeyDer(out, log));
         EXPECT_TRUE(out.isSensitive());
         EXPECT_TRUE(log.hasContext("toEccPkcs8PrivateKeyDer"));
@@ -256,7 +262,9 @@ TEST_P(DerExportCurve, PublicKeyHasNoPrivateForms) {
 }
 
 INSTANTIATE_TEST_SUITE_P(AllCurves, DerExportCurve, ::testing::ValuesIn(allCurves()),
-                         [](const ::testing::TestParamInfo<CurveInfo> &i) { return curveParamName(i.param); });
+                         [](const ::testing::TestParamInfo<CurveInfo> &i) {
+                             return curveParamName(i.param);
+                         });
 
 // The key's PKCS #8 attributes follow the private key, where OpenSSL finds them.
 TEST(DerExport, Pkcs8CarriesTheKeysAttributes) {
@@ -342,7 +350,8 @@ TEST(DerExport, TemplatesHoldTheCurveParameters) {
             n->getAsnContent(b);
             return BnPtr(BN_bin2bn(b.getData2(), (int)b.getSize(), nullptr));
         };
-        EXPECT_EQ(BN_cmp(contentBn(params->getAsnPart(1)->getAsnPart(1)).get(), hexInt(curve.m_p.getString()).get()),
+        EXPECT_EQ(BN_cmp(contentBn(params->getAsnPart(1)->getAsnPart(1)).get(),
+                         hexInt(curve.m_p.getString()).get()),
                   0);
         _tvAsn1 *ab = params->getAsnPart(2);
         DataBuffer a, b;
@@ -370,7 +379,8 @@ TEST(DerExport, TemplatesHoldTheCurveParameters) {
             ab->getAsnPart(2)->getAsnContent(seed);
             Bytes seedBytes = toBytes(seed);
             EXPECT_EQ(seedBytes.size(), 21u);  // unused-bits byte and 20 bytes
-            EXPECT_NE(std::search(theirs.begin(), theirs.end(), seedBytes.begin(), seedBytes.end()), theirs.end());
+            EXPECT_NE(std::search(theirs.begin(), theirs.end(), seedBytes.begin(), seedBytes.end()),
+                      theirs.end());
         }
     }
     EXPECT_EQ(explicitSpkiTemplate("brainpoolp256r1"), nullptr);

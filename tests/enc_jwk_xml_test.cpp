@@ -27,24 +27,32 @@ std::string base64(const Bytes &b) {
 std::string base64url(const Bytes &b) {
     std::string s = base64(b);
     for (char &ch : s) {
-        if (ch == '+') ch = '-';
-        if (ch == '/') ch = '_';
+        if (ch == '+')
+            ch = '-';
+        if (ch == '/')
+            ch = '_';
     }
-    while (!s.empty() && s.back() == '=') s.pop_back();
+    while (!s.empty() && s.back() == '=')
+        s.pop_back();
     return s;
 }
 
 Bytes fromBase64url(std::string s) {
     for (char &ch : s) {
-        if (ch == '-') ch = '+';
-        if (ch == '_') ch = '/';
+        if (ch == '-')
+            ch = '+';
+        if (ch == '_')
+            ch = '/';
     }
-    while (s.size() % 4) s += '=';
+    while (s.size() % 4)
+        s += '=';
     Bytes out(s.size());
     int n = EVP_DecodeBlock(out.data(), reinterpret_cast<const unsigned char *>(s.data()), (int)s.size());
-    if (n < 0) return {};
+    if (n < 0)
+        return {};
     size_t pad = 0;
-    while (pad < s.size() && s[s.size() - 1 - pad] == '=') ++pad;
+    while (pad < s.size() && s[s.size() - 1 - pad] == '=')
+        ++pad;
     out.resize((size_t)n - pad);
     return out;
 }
@@ -60,26 +68,33 @@ void coordinates(EVP_PKEY *pkey, const CurveInfo &c, Bytes &x, Bytes &y) {
     Bytes q = osslPubPoint(pkey);
     x.assign(q.begin() + 1, q.begin() + 1 + c.byteLen);
     y.assign(q.begin() + 1 + c.byteLen, q.end());
-    while (!x.empty() && x[0] == 0) x.erase(x.begin());
-    while (!y.empty() && y[0] == 0) y.erase(y.begin());
+    while (!x.empty() && x[0] == 0)
+        x.erase(x.begin());
+    while (!y.empty() && y[0] == 0)
+        y.erase(y.begin());
 }
 
 std::string jwkCurveName(const CurveInfo &c) {
     std::string n = c.name;
-    if (n == "secp256r1") return "P-256";
-    if (n == "secp384r1") return "P-384";
-    if (n == "secp521r1") return "P-521";
+    if (n == "secp256r1")
+        return "P-256";
+    if (n == "secp384r1")
+        return "P-384";
+    if (n == "secp521r1")
+        return "P-521";
     return n;
 }
 
-std::string upperHex(const Bytes &b) { return hexOf(b.data(), b.size()); }
+std::string upperHex(const Bytes &b) {
+    return hexOf(b.data(), b.size());
+}
 
 std::uint64_t curveSeed(const CurveInfo &c, std::uint64_t salt) {
     return testSeed() ^ (std::hash<std::string>()(c.name) * 7919 + salt);
 }
 
 class JwkXmlCurve : public ::testing::TestWithParam<CurveInfo> {
-protected:
+  protected:
     void SetUp() override {
         TestPrng prng(curveSeed(GetParam(), 1));
         m_pkey = osslRandomKey(GetParam(), prng);
@@ -102,17 +117,17 @@ TEST_P(JwkXmlCurve, JwkTextsAreExact) {
 
     StringBuffer out("stale");
     ASSERT_TRUE(m_key.toEccPrivateKeyJwk(out, log));
-    EXPECT_EQ(std::string(out.getString()), "{\"kty\":\"EC\",\"crv\":\"" + crv + "\",\"x\":\"" + base64url(m_x) +
-                                                "\",\"y\":\"" + base64url(m_y) + "\",\"d\":\"" + base64url(m_d) +
-                                                "\"}");
+    EXPECT_EQ(std::string(out.getString()), "{\"kty\":\"EC\",\"crv\":\"" + crv + "\",\"x\":\"" +
+                                                base64url(m_x) + "\",\"y\":\"" + base64url(m_y) +
+                                                "\",\"d\":\"" + base64url(m_d) + "\"}");
     EXPECT_TRUE(log.hasContext("toEccPrivateKeyJwk"));
 
     ASSERT_TRUE(m_key.toEccPublicKeyJwk(out, false, log));
-    EXPECT_EQ(std::string(out.getString()), "{\"kty\":\"EC\",\"crv\":\"" + crv + "\",\"x\":\"" + base64url(m_x) +
-                                                "\",\"y\":\"" + base64url(m_y) + "\"}");
+    EXPECT_EQ(std::string(out.getString()), "{\"kty\":\"EC\",\"crv\":\"" + crv + "\",\"x\":\"" +
+                                                base64url(m_x) + "\",\"y\":\"" + base64url(m_y) + "\"}");
     ASSERT_TRUE(m_key.toEccPublicKeyJwk(out, true, log));
-    EXPECT_EQ(std::string(out.getString()), "{\"crv\":\"" + crv + "\",\"kty\":\"EC\",\"x\":\"" + base64url(m_x) +
-                                                "\",\"y\":\"" + base64url(m_y) + "\"}");
+    EXPECT_EQ(std::string(out.getString()), "{\"crv\":\"" + crv + "\",\"kty\":\"EC\",\"x\":\"" +
+                                                base64url(m_x) + "\",\"y\":\"" + base64url(m_y) + "\"}");
     EXPECT_TRUE(log.hasContext("toEccPublicKeyJwk"));
 }
 
@@ -148,8 +163,8 @@ TEST_P(JwkXmlCurve, PrivateXmlIsBase64OfSec1) {
     StringBuffer xml("stale");
     ASSERT_TRUE(m_key.toEccPrivateKeyXml(xml, log));
     EXPECT_TRUE(log.hasContext("toEccPrivateKeyXml"));
-    EXPECT_EQ(std::string(xml.getString()),
-              std::string("<ECCKeyValue curve=\"") + c.name + "\">" + base64(toBytes(sec1)) + "</ECCKeyValue>");
+    EXPECT_EQ(std::string(xml.getString()), std::string("<ECCKeyValue curve=\"") + c.name + "\">" +
+                                                base64(toBytes(sec1)) + "</ECCKeyValue>");
 
     ClsXml node;
     ASSERT_TRUE(node.loadXml(xml.getString(), log));
@@ -171,8 +186,8 @@ TEST_P(JwkXmlCurve, PublicXmlCarriesFixedWidthCoordinatesAndTheLongForm) {
     StringBuffer xml;
     ASSERT_TRUE(m_key.toEccPublicKeyXml(xml, log));
     EXPECT_TRUE(log.hasContext("toEccPublicKeyXml"));
-    EXPECT_EQ(std::string(xml.getString()), std::string("<ECCPublicKey curve=\"") + c.name + "\" x=\"" + xHex +
-                                                "\" y=\"" + yHex + "\">" + base64(toBytes(spki)) +
+    EXPECT_EQ(std::string(xml.getString()), std::string("<ECCPublicKey curve=\"") + c.name + "\" x=\"" +
+                                                xHex + "\" y=\"" + yHex + "\">" + base64(toBytes(spki)) +
                                                 "</ECCPublicKey>");
 
     ClsXml node;
@@ -189,9 +204,10 @@ TEST_P(JwkXmlCurve, XmlDSigTextIsExactAndLoads) {
     StringBuffer xml;
     ASSERT_TRUE(m_key.toEccPublicKeyXmlDSig(xml, log));
     EXPECT_TRUE(log.hasContext("toEccPublicKeyXmlDSig"));
-    EXPECT_EQ(std::string(xml.getString()),
-              std::string("<ECKeyValue xmlns=\"http://www.w3.org/2009/xmldsig11#\"><NamedCurve URI=\"urn:oid:") +
-                  c.oid + "\" /><PublicKey>" + base64(osslPubPoint(m_pkey.get())) + "</PublicKey></ECKeyValue>");
+    EXPECT_EQ(
+        std::string(xml.getString()),
+        std::string("<ECKeyValue xmlns=\"http://www.w3.org/2009/xmldsig11#\"><NamedCurve URI=\"urn:oid:") +
+            c.oid + "\" /><PublicKey>" + base64(osslPubPoint(m_pkey.get())) + "</PublicKey></ECKeyValue>");
 
     ClsXml node;
     ASSERT_TRUE(node.loadXml(xml.getString(), log));
@@ -236,13 +252,16 @@ TEST_P(JwkXmlCurve, PublicKeyHasNoPrivateXml) {
 }
 
 INSTANTIATE_TEST_SUITE_P(AllCurves, JwkXmlCurve, ::testing::ValuesIn(allCurves()),
-                         [](const ::testing::TestParamInfo<CurveInfo> &i) { return curveParamName(i.param); });
+                         [](const ::testing::TestParamInfo<CurveInfo> &i) {
+                             return curveParamName(i.param);
+                         });
 
 // ---- Loader edge cases ----
 
 bool loadJwk(EccKey &key, const std::string &text, LogRecorder &log) {
     ClsJsonObject json;
-    if (!json.load(text.c_str(), log)) return false;
+    if (!json.load(text.c_str(), log))
+        return false;
     return key.loadAnyJwk(json, log);
 }
 
@@ -287,8 +306,8 @@ TEST(JwkLoad, CatalogueAliasesAsCurveNames) {
     for (const char *crv : {"P-384", "secp384r1", "nistp384", "1.3.132.0.34"}) {
         EccKey key;
         LogRecorder log;
-        ASSERT_TRUE(loadJwk(key, std::string("{\"crv\":\"") + crv + "\",\"kty\":\"EC\",\"x\":\"AQ\",\"y\":\"AQ\"}",
-                            log))
+        ASSERT_TRUE(loadJwk(
+            key, std::string("{\"crv\":\"") + crv + "\",\"kty\":\"EC\",\"x\":\"AQ\",\"y\":\"AQ\"}", log))
             << crv;
         EXPECT_STREQ(key.m_curve.m_name.getString(), "secp384r1");
     }
@@ -302,10 +321,12 @@ TEST(XmlLoad, XmlDSigWithPrefixAndWithoutUrn) {
     std::string point = base64(osslPubPoint(pkey.get()));
     const std::string docs[] = {
         "<dsig11:ECKeyValue xmlns:dsig11=\"http://www.w3.org/2009/xmldsig11#\"><dsig11:NamedCurve "
-        "URI=\"urn:oid:1.3.132.0.34\"/><dsig11:PublicKey>" + point + "</dsig11:PublicKey></dsig11:ECKeyValue>",
+        "URI=\"urn:oid:1.3.132.0.34\"/><dsig11:PublicKey>" +
+            point + "</dsig11:PublicKey></dsig11:ECKeyValue>",
         // A URI without "urn:oid:" is passed on as the OID.
         "<ECKeyValue xmlns=\"http://www.w3.org/2009/xmldsig11#\"><NamedCurve URI=\"1.3.132.0.34\" />"
-        "<PublicKey>" + point + "</PublicKey></ECKeyValue>",
+        "<PublicKey>" +
+            point + "</PublicKey></ECKeyValue>",
     };
     for (const std::string &doc : docs) {
         ClsXml xml;
@@ -348,7 +369,8 @@ TEST(XmlLoad, OwnFormsIgnoreAttributes) {
 // Python's xml.etree reads our ECKeyValue into the XML Signature 1.1 namespace, the curve OID and the
 // point OpenSSL reports for the key, on every curve.
 TEST(XmlDSigInterop, PythonParsesOurECKeyValue) {
-    if (!haveTool("python3")) GTEST_SKIP() << "python3 not installed: XML Signature interop not checked";
+    if (!haveTool("python3"))
+        GTEST_SKIP() << "python3 not installed: XML Signature interop not checked";
     TempDir dir;
     std::string input;
     std::vector<std::string> expected;
@@ -388,11 +410,13 @@ TEST(XmlDSigInterop, PythonParsesOurECKeyValue) {
 class JwkNodeInterop : public ::testing::TestWithParam<const char *> {};
 
 TEST_P(JwkNodeInterop, NodeReadsOursAndWeReadNodes) {
-    if (!haveTool("node")) GTEST_SKIP() << "node not installed: JOSE interop not checked";
+    if (!haveTool("node"))
+        GTEST_SKIP() << "node not installed: JOSE interop not checked";
     const CurveInfo &c = curveInfo(GetParam());
     TestPrng prng(curveSeed(c, 3));
     std::vector<PkeyPtr> keys;
-    for (int i = 0; i < testIterations(3); ++i) keys.push_back(osslRandomKey(c, prng));
+    for (int i = 0; i < testIterations(3); ++i)
+        keys.push_back(osslRandomKey(c, prng));
     // Our JWK numbers are minimal: a key whose x starts with a zero byte has a shorter "x" than the
     // fixed-length coordinate RFC 7518 asks for. Node accepts it; the test pins both facts below.
     keys.push_back(osslKeyWithShortX(c, prng));
@@ -411,8 +435,8 @@ TEST_P(JwkNodeInterop, NodeReadsOursAndWeReadNodes) {
         ASSERT_TRUE(key.toEccPrivateKeyJwk(priv, log));
         ASSERT_TRUE(key.toEccPublicKeyJwk(pub, false, log));
         ASSERT_TRUE(key.toEccPublicKeyJwk(pubCrvFirst, true, log));
-        req["ours"].push_back({{"priv", priv.getString()}, {"pub", pub.getString()},
-                               {"pubCrvFirst", pubCrvFirst.getString()}});
+        req["ours"].push_back(
+            {{"priv", priv.getString()}, {"pub", pub.getString()}, {"pubCrvFirst", pubCrvFirst.getString()}});
         ourPubX.push_back(nlohmann::json::parse(pub.getString())["x"].get<std::string>());
         Bytes pem = osslEncode(k.get(), true, "PEM", "PrivateKeyInfo", false);
         req["pems"].push_back(std::string(pem.begin(), pem.end()));
@@ -420,9 +444,9 @@ TEST_P(JwkNodeInterop, NodeReadsOursAndWeReadNodes) {
 
     TempDir dir;
     std::string out;
-    ASSERT_EQ(runCommandWithInput("node " + shellQuote(interopDir() + "/jwk_node.js"), req.dump(), out,
-                                  dir.path()),
-              0)
+    ASSERT_EQ(
+        runCommandWithInput("node " + shellQuote(interopDir() + "/jwk_node.js"), req.dump(), out, dir.path()),
+        0)
         << out;
     nlohmann::json reply = nlohmann::json::parse(out);
     ASSERT_EQ(reply["ours"].size(), keys.size());
@@ -467,6 +491,8 @@ TEST_P(JwkNodeInterop, NodeReadsOursAndWeReadNodes) {
 
 INSTANTIATE_TEST_SUITE_P(JoseCurves, JwkNodeInterop,
                          ::testing::Values("secp256r1", "secp384r1", "secp521r1", "secp256k1"),
-                         [](const ::testing::TestParamInfo<const char *> &i) { return std::string(i.param); });
+                         [](const ::testing::TestParamInfo<const char *> &i) {
+                             return std::string(i.param);
+                         });
 
 }  // namespace

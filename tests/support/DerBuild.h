@@ -33,20 +33,31 @@ inline Bytes tlv(unsigned char tag, const Bytes &content) {
 
 inline Bytes cat(std::initializer_list<Bytes> parts) {
     Bytes out;
-    for (const Bytes &p : parts) out.insert(out.end(), p.begin(), p.end());
+    for (const Bytes &p : parts)
+        out.insert(out.end(), p.begin(), p.end());
     return out;
 }
 
-inline Bytes seq(std::initializer_list<Bytes> parts) { return tlv(0x30, cat(parts)); }
-inline Bytes ctx(int n, std::initializer_list<Bytes> parts) { return tlv((unsigned char)(0xA0 | n), cat(parts)); }
-inline Bytes integer(int v) { return tlv(0x02, Bytes{(unsigned char)v}); }
-inline Bytes octets(const Bytes &b) { return tlv(0x04, b); }
+inline Bytes seq(std::initializer_list<Bytes> parts) {
+    return tlv(0x30, cat(parts));
+}
+inline Bytes ctx(int n, std::initializer_list<Bytes> parts) {
+    return tlv((unsigned char)(0xA0 | n), cat(parts));
+}
+inline Bytes integer(int v) {
+    return tlv(0x02, Bytes{(unsigned char)v});
+}
+inline Bytes octets(const Bytes &b) {
+    return tlv(0x04, b);
+}
 inline Bytes bits(const Bytes &b) {
     Bytes c{0};
     c.insert(c.end(), b.begin(), b.end());
     return tlv(0x03, c);
 }
-inline Bytes null() { return Bytes{0x05, 0x00}; }
+inline Bytes null() {
+    return Bytes{0x05, 0x00};
+}
 
 // An OBJECT IDENTIFIER from dotted text, encoded by OpenSSL.
 inline Bytes oid(const std::string &dotted) {
@@ -59,7 +70,9 @@ inline Bytes oid(const std::string &dotted) {
     return out;
 }
 
-inline const char *ecPublicKeyOid() { return "1.2.840.10045.2.1"; }
+inline const char *ecPublicKeyOid() {
+    return "1.2.840.10045.2.1";
+}
 
 }  // namespace der
 }  // namespace ecckey_test

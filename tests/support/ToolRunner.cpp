@@ -20,11 +20,13 @@ TempDir::TempDir() {
     std::string tmpl = std::string(base && *base ? base : "/tmp") + "/ecckey-test-XXXXXX";
     std::vector<char> buf(tmpl.begin(), tmpl.end());
     buf.push_back('\0');
-    if (mkdtemp(buf.data())) m_path = buf.data();
+    if (mkdtemp(buf.data()))
+        m_path = buf.data();
 }
 
 TempDir::~TempDir() {
-    if (m_path.empty()) return;
+    if (m_path.empty())
+        return;
     std::error_code ec;
     std::filesystem::remove_all(m_path, ec);
 }
@@ -33,19 +35,23 @@ int runCommand(const std::string &commandLine, std::string &output, bool mergeSt
     output.clear();
     std::string cmd = commandLine + (mergeStderr ? " 2>&1" : " 2>/dev/null");
     FILE *f = popen(cmd.c_str(), "r");
-    if (!f) return -1;
+    if (!f)
+        return -1;
     char buf[4096];
     size_t n;
-    while ((n = fread(buf, 1, sizeof buf, f)) > 0) output.append(buf, n);
+    while ((n = fread(buf, 1, sizeof buf, f)) > 0)
+        output.append(buf, n);
     int status = pclose(f);
-    if (status == -1) return -1;
+    if (status == -1)
+        return -1;
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 int runCommandWithInput(const std::string &commandLine, const std::string &input, std::string &output,
                         const std::string &workDir) {
     std::string inPath = workDir + "/stdin.txt";
-    if (!writeFile(inPath, input)) return -1;
+    if (!writeFile(inPath, input))
+        return -1;
     return runCommand(commandLine + " < " + shellQuote(inPath), output, false);
 }
 
@@ -61,7 +67,8 @@ bool writeFile(const std::string &path, const std::string &text) {
 
 bool readFile(const std::string &path, std::vector<unsigned char> &bytes) {
     std::ifstream f(path, std::ios::binary);
-    if (!f) return false;
+    if (!f)
+        return false;
     bytes.assign(std::istreambuf_iterator<char>(f), std::istreambuf_iterator<char>());
     return true;
 }

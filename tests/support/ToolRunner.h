@@ -12,7 +12,7 @@ bool haveTool(const char *program);
 
 // A fresh directory under TMPDIR, removed with everything in it on destruction.
 class TempDir {
-public:
+  public:
     TempDir();
     ~TempDir();
     TempDir(const TempDir &) = delete;
@@ -21,7 +21,7 @@ public:
     const std::string &path() const { return m_path; }
     std::string file(const std::string &name) const { return m_path + "/" + name; }
 
-private:
+  private:
     std::string m_path;
 };
 
