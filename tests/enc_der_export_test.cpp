@@ -6,6 +6,8 @@
 #include <openssl/x509.h>
 
 #include <algorithm>
+#include <map>
+#include <sstream>
 #include <string>
 
 #include "ecc/EccExplicitParams.h"
@@ -14,6 +16,7 @@
 #include "support/DerBuild.h"
 #include "support/OsslKey.h"
 #include "support/PublicKey.h"
+#include "support/ToolRunner.h"
 
 using namespace ecckey;
 using namespace ecckey_test;
@@ -385,6 +388,33 @@ TEST(DerExport, TemplatesHoldTheCurveParameters) {
     }
     EXPECT_EQ(explicitSpkiTemplate("brainpoolp256r1"), nullptr);
     EXPECT_EQ(explicitSpkiTemplate("secp224r1"), nullptr);
+}
+
+// The checked-in base64 is what the generator script builds today from OpenSSL's SEC 2 parameters.
+TEST(DerExport, TemplatesMatchTheirGenerator) {
+    if (!haveTool("python3") || !haveTool("openssl"))
+        GTEST_SKIP() << "python3 or openssl not installed: template generator not rerun";
+    std::string out;
+    ASSERT_EQ(runCommand("python3 " + shellQuote(interopDir() + "/make_explicit_templates.py"), out, false), 0)
+        << out;
+    std::istringstream lines(out);
+    std::string line, curve, text;
+    std::map<std::string, std::string> generated;
+    while (std::getline(lines, line)) {
+        if (line.rfind("// ", 0) == 0) {
+            curve = line.substr(3, line.find(':') - 3);
+        } else if (!line.empty()) {
+            size_t a = line.find('"'), b = line.rfind('"');
+            ASSERT_NE(a, b) << line;
+            generated[curve] += line.substr(a + 1, b - a - 1);
+        }
+    }
+    ASSERT_EQ(generated.size(), 4u);
+    for (const auto &g : generated) {
+        const char *tmpl = explicitSpkiTemplate(g.first.c_str());
+        ASSERT_NE(tmpl, nullptr) << g.first;
+        EXPECT_EQ(g.second, tmpl) << g.first;
+    }
 }
 
 TEST(DerExport, LongFormForABrainpoolKeyIsTheShortForm) {
