@@ -523,3 +523,42 @@ TEST_F(AsnImport, DirectEntryPoints) {
 }
 
 }  // namespace
+
+namespace {
+
+// Hostile input: truncations and byte flips of every structure OpenSSL writes never crash the reader, and
+// a load that succeeds always leaves a key on a catalogue curve; one that fails leaves no private scalar.
+TEST(AsnImportHostile, MutatedStructuresAreHandled) {
+    TestPrng prng(testSeed() ^ 0xF022);
+    const char *curves[] = {"secp256r1", "secp521r1", "secp256k1", "brainpoolp320r1"};
+    for (const char *name : curves) {
+        const CurveInfo &c = curveInfo(name);
+        PkeyPtr pkey = osslRandomKey(c, prng);
+        for (const OsslForm &f : s_forms) {
+            Bytes good = osslEncode(pkey.get(), f.privatePart, "DER", f.structure, f.explicitParams);
+            for (int i = 0; i < testIterations(60); ++i) {
+                Bytes bad = good;
+                switch (prng.next() % 3) {
+                    case 0:
+                        bad.resize(prng.next() % bad.size());
+                        break;
+                    case 1:
+                        bad[prng.next() % bad.size()] ^= (unsigned char)(1u << (prng.next() % 8));
+                        break;
+                    default:
+                        bad[prng.next() % bad.size()] = (unsigned char)prng.next();
+                        break;
+                }
+                EccKey key;
+                LogRecorder log;
+                if (loadDer(key, bad, log)) {
+                    EXPECT_GT(key.m_curve.m_byteLen, 0) << hexOf(bad.data(), bad.size());
+                } else if (key.m_keyType == 1) {
+                    ADD_FAILURE() << "failed load left a private key: " << hexOf(bad.data(), bad.size());
+                }
+            }
+        }
+    }
+}
+
+}  // namespace

@@ -49,19 +49,23 @@ bool publicFromDerHex(const nlohmann::json &test, const std::string &, ecckey::E
     return loadDerHex(test.value("public", std::string()), key, log);
 }
 
-bool privateFromPem(const nlohmann::json &test, const std::string &, ecckey::EccKey &key, ecckey::LogBase &log) {
+bool privateFromPem(const nlohmann::json &test, const std::string &, ecckey::EccKey &key,
+                    ecckey::LogBase &log) {
     return loadPem(test.value("private", std::string()), key, log);
 }
 
-bool publicFromPem(const nlohmann::json &test, const std::string &, ecckey::EccKey &key, ecckey::LogBase &log) {
+bool publicFromPem(const nlohmann::json &test, const std::string &, ecckey::EccKey &key,
+                   ecckey::LogBase &log) {
     return loadPem(test.value("public", std::string()), key, log);
 }
 
-bool privateFromJwk(const nlohmann::json &test, const std::string &, ecckey::EccKey &key, ecckey::LogBase &log) {
+bool privateFromJwk(const nlohmann::json &test, const std::string &, ecckey::EccKey &key,
+                    ecckey::LogBase &log) {
     return test.contains("private") && loadJwk(test["private"], key, log);
 }
 
-bool publicFromJwk(const nlohmann::json &test, const std::string &, ecckey::EccKey &key, ecckey::LogBase &log) {
+bool publicFromJwk(const nlohmann::json &test, const std::string &, ecckey::EccKey &key,
+                   ecckey::LogBase &log) {
     return test.contains("public") && loadJwk(test["public"], key, log);
 }
 
