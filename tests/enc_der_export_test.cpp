@@ -395,7 +395,8 @@ TEST(DerExport, TemplatesMatchTheirGenerator) {
     if (!haveTool("python3") || !haveTool("openssl"))
         GTEST_SKIP() << "python3 or openssl not installed: template generator not rerun";
     std::string out;
-    ASSERT_EQ(runCommand("python3 " + shellQuote(interopDir() + "/make_explicit_templates.py"), out, false), 0)
+    ASSERT_EQ(runCommand("python3 " + shellQuote(interopDir() + "/make_explicit_templates.py"), out, false),
+              0)
         << out;
     std::istringstream lines(out);
     std::string line, curve, text;
@@ -414,6 +415,25 @@ TEST(DerExport, TemplatesMatchTheirGenerator) {
         const char *tmpl = explicitSpkiTemplate(g.first.c_str());
         ASSERT_NE(tmpl, nullptr) << g.first;
         EXPECT_EQ(g.second, tmpl) << g.first;
+    }
+}
+
+TEST(DerExport, UnexportablePointFailsThePublicForms) {
+    for (const char *name : {"secp256r1", "brainpoolp256r1"}) {
+        EccKey key;
+        LogNull quiet;
+        ASSERT_TRUE(key.m_curve.loadCurveByName(name, quiet));
+        Bytes huge(300, 0x42);
+        ASSERT_TRUE(TovarMp::mpint_from_bytes(key.m_pubPoint.m_y, huge.data(), (unsigned)huge.size()));
+        TovarMp::mp_set(key.m_pubPoint.m_x, 7);
+        DataBuffer out;
+        LogRecorder log;
+        EXPECT_FALSE(key.toPublicKeyDer_shortFmt(out, log)) << name;
+        EXPECT_FALSE(key.toPublicKeyDer_longFmt(out, log)) << name;
+        StringBuffer pem;
+        EXPECT_FALSE(key.toEccPublicKeyPem(true, pem, log)) << name;
+        EXPECT_EQ(pem.getSize(), 0u);
+        EXPECT_TRUE(log.errors().empty()) << log.errorText();  // these writers have no message of their own
     }
 }
 

@@ -205,6 +205,34 @@ TEST(SshNames, EmptyCurveIsUnsupported) {
     EXPECT_STREQ(key.m_curve.puttyCurveName(), "nistp256");
 }
 
+// A point that cannot be exported (a coordinate of more than 256 bytes) leaves the two name fields in the
+// blob, fails the fingerprints, and leaves the fingerprint line untouched.
+TEST(SshBlob, UnexportablePoint) {
+    EccKey key;
+    LogNull quiet;
+    ASSERT_TRUE(key.m_curve.loadCurveByName("secp384r1", quiet));
+    Bytes huge(300, 0x42);
+    ASSERT_TRUE(TovarMp::mpint_from_bytes(key.m_pubPoint.m_x, huge.data(), (unsigned)huge.size()));
+    TovarMp::mp_set(key.m_pubPoint.m_y, 7);
+
+    DataBuffer blob;
+    LogRecorder log;
+    EXPECT_FALSE(key.puttyPublicKeyBlob(blob, log));
+    Bytes names;
+    putString(names, toBytes("ecdsa-sha2-nistp384"));
+    putString(names, toBytes("nistp384"));
+    EXPECT_EQ(toBytes(blob), names);
+    EXPECT_TRUE(log.hasContext("puttyPublicKeyBlob"));
+
+    DataBuffer digest;
+    digest.append("stale", 5);
+    EXPECT_FALSE(key.calc_fingerprint_digest(HASH_SHA256, digest, log));
+    EXPECT_EQ(digest.getSize(), 0u);
+    StringBuffer line("untouched");
+    EXPECT_FALSE(key.calc_fingerprint(line, log));
+    EXPECT_STREQ(line.getString(), "untouched");
+}
+
 // ---- ssh-keygen ----
 
 class SshKeygen : public ::testing::TestWithParam<const char *> {};
