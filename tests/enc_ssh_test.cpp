@@ -190,6 +190,43 @@ TEST_P(SshCurve, FingerprintLine) {
                                                 std::to_string(c.byteLen * 8) + " " + pairs);
 }
 
+// The public blob's point and the private scalar in either blob form load back to the same key. The curve
+// goes by its catalogue name: the blob's identifier is "nistp256" for curves SSH has no name for.
+TEST_P(SshCurve, PrivateBlobRoundTrip) {
+    const CurveInfo &c = GetParam();
+    DataBuffer blob;
+    LogRecorder log;
+    ASSERT_TRUE(m_key.puttyPublicKeyBlob(blob, log));
+    Bytes blobBytes = toBytes(blob);
+    SshReader r(blobBytes);
+    Bytes keyType = r.string();
+    Bytes curveId = r.string();
+    Bytes point = r.string();
+    ASSERT_TRUE(r.ok);
+
+    DataBuffer dMpint;
+    ASSERT_TRUE(TovarMp::unsigned_mpint_to_db(m_key.m_privKey, dMpint));
+    Bytes shortForm;
+    putString(shortForm, toBytes(dMpint));
+    Bytes fourFields;
+    putString(fourFields, keyType);
+    putString(fourFields, curveId);
+    putString(fourFields, point);
+    putString(fourFields, toBytes(dMpint));
+
+    // d of 53 bytes or more only fits the four-field form.
+    std::vector<Bytes> forms{fourFields};
+    if (shortForm.size() < 57)
+        forms.push_back(shortForm);
+    for (const Bytes &priv : forms) {
+        EccKey key;
+        DataBuffer pointDb = toDb(point);
+        DataBuffer privDb = toDb(priv);
+        ASSERT_TRUE(key.loadPrivateFromPuttySsh(c.name, pointDb, privDb, log)) << log.toText();
+        EXPECT_TRUE(sameKey(key, m_pkey.get(), c, true));
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(AllCurves, SshCurve, ::testing::ValuesIn(allCurves()),
                          [](const ::testing::TestParamInfo<CurveInfo> &i) {
                              return curveParamName(i.param);
