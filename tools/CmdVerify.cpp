@@ -15,8 +15,6 @@ namespace ecckey_cli {
 
 namespace {
 
-const int kExitInvalid = 1;
-
 // A signature file holds the bytes, or the hexadecimal line that `sign` prints without -o.
 bool decodeSignatureFile(const ecckey::DataBuffer &content, ecckey::DataBuffer &sig) {
     bool anyDigit = false;

@@ -19,6 +19,7 @@ struct Command {
 };
 
 const int kExitOk = 0;
+const int kExitInvalid = 1;  // verify: the signature is not valid
 const int kExitError = 2;
 
 // Every subcommand, in the order the usage text lists them.
