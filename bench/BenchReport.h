@@ -7,7 +7,8 @@
 // they make times the measured cost of one product on that curve.
 //
 // Thread table: sign and verify throughput (operations per wall-clock second, all threads together) on
-// one and on two threads, and the speed-up.
+// one and on two threads, and the speed-up; beside it the CPU time per operation on each thread, whose
+// ratio gives the speed-up free of the machine's other load.
 #pragma once
 
 #include <map>
