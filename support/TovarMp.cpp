@@ -17,8 +17,9 @@ namespace {
 ::mp_int *L(mp_int &a) { return static_cast<::mp_int *>(a.raw()); }
 const ::mp_int *L(const mp_int &a) { return static_cast<const ::mp_int *>(a.raw()); }
 
-// An mp_int whose construction could not allocate fails every operation instead of crashing.
-bool usable(const mp_int &a) { return !a.isBroken(); }
+// An mp_int whose construction could not allocate fails every operation instead of crashing. (The test is
+// mp_int::isBroken's, read here directly: it runs on every call of the point formulas.)
+bool usable(const mp_int &a) { return L(a)->dp != nullptr; }
 bool usable(const mp_int &a, const mp_int &b) { return usable(a) && usable(b); }
 bool usable(const mp_int &a, const mp_int &b, const mp_int &c) { return usable(a, b) && usable(c); }
 
