@@ -94,6 +94,13 @@ void TableReporter::ReportRuns(const std::vector<Run> &runs) {
     }
 }
 
+bool TableReporter::hadErrors() const {
+    for (const auto &entry : m_figures)
+        if (!entry.second.error.empty())
+            return true;
+    return false;
+}
+
 TableReporter::Median TableReporter::median(const std::string &name, int threads) const {
     Median m;
     auto it = m_figures.find(key(name, threads));

@@ -29,6 +29,8 @@ public:
     // Each prints nothing when none of its cases ran.
     void printComparisonTable(std::ostream &out) const;
     void printThreadTable(std::ostream &out) const;
+    // True when any case reported an error (the smoke test in CI fails on it).
+    bool hadErrors() const;
 
 private:
     struct Figure {

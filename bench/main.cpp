@@ -6,7 +6,7 @@
 // "mt/..."); the other bench files' cases run when a filter names them (--benchmark_filter=. for all).
 // Defaults, each overridden by the same flag on the command line: five repetitions of at least 0.1 s each,
 // medians only. With BENCH_QUICK=1 in the environment (or --quick): one repetition of 0.01 s, the same
-// tables from a run of a few seconds.
+// tables from a short run. The exit status is 1 when any case reported an error.
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
@@ -100,5 +100,5 @@ int main(int argc, char **argv) {
     std::cout << "\nLoad average before the run: " << loadBefore << "; after: " << loadAfter << "."
               << (quick ? " Quick run: one short repetition per case." : "") << "\n";
     benchmark::Shutdown();
-    return 0;
+    return reporter.hadErrors() ? 1 : 0;
 }

@@ -19,44 +19,44 @@ namespace {
 ::mp_int *L(mp_int &a) { return static_cast<::mp_int *>(a.raw()); }
 const ::mp_int *L(const mp_int &a) { return static_cast<const ::mp_int *>(a.raw()); }
 
-// The largest modulus the digit-level path handles, in digits (3840 bits; P-521 needs 9).
-const int kMaxDigits = 64;
 // The sign bit of a digit: set after a subtraction that went below zero.
 const int kSignShift = (int)(sizeof(mp_digit) * 8 - 1);
 
 // True when a has a value, is non-negative and has at most n digits.
 bool inRange(const ::mp_int *a, int n) { return a->dp && a->sign == MP_ZPOS && a->used <= n; }
 
-// Writes len digits of r into c, clamps, and zeroes c's digits from its new count up to the larger of
-// len and its old count: c then holds what LibTomMath's own arithmetic would leave.
-void store(const mp_digit *r, int len, ::mp_int *c) {
-    const int oldUsed = c->used;
+// True when m is a usable positive modulus.
+bool isModulus(const ::mp_int *m) { return m->dp && m->sign == MP_ZPOS && m->used > 0; }
+
+// c's first len digits hold the result: clamps the count, zeroes the digits from len up to the old
+// count, and sets the sign. c then holds what LibTomMath's own arithmetic would leave.
+void finish(::mp_int *c, int len, int oldUsed, mp_sign sign) {
+    for (int i = len; i < oldUsed; ++i) c->dp[i] = 0;
     int used = len;
-    while (used > 0 && r[used - 1] == 0) --used;
-    for (int i = 0; i < used; ++i) c->dp[i] = r[i];
-    const int end = oldUsed > len ? oldUsed : len;
-    for (int i = used; i < end; ++i) c->dp[i] = 0;
+    while (used > 0 && c->dp[used - 1] == 0) --used;
     c->used = used;
-    c->sign = MP_ZPOS;
+    c->sign = used == 0 ? MP_ZPOS : sign;
 }
 
 }  // namespace
 
+// Digit loops read digit i of each operand before writing digit i of the result, so the result may be
+// either operand.
 int TovarMp::mp_add_sub_once(const mp_int &a, const mp_int &b, const mp_int &m, mp_int &c) {
     const ::mp_int *A = L(a), *B = L(b), *M = L(m);
     ::mp_int *C = L(c);
     const int n = M->used;
-    if (!inRange(A, n) || !inRange(B, n) || !M->dp || M->sign != MP_ZPOS || n == 0 || n > kMaxDigits ||
-        !C->dp || C->alloc < n + 1) {
+    if (!isModulus(M) || !inRange(A, n) || !inRange(B, n) || !C->dp || C->alloc < n + 1) {
         int err = mp_add(a, b, c);
         if (err == MP_OKAY && mp_cmp(c, m) != -1) err = mp_sub(c, m, c);
         return err;
     }
+    const int oldUsed = C->used, aUsed = A->used, bUsed = B->used;
+    mp_digit *r = C->dp;
     // r = a + b over n + 1 digits.
-    mp_digit r[kMaxDigits + 1];
     mp_digit carry = 0;
     for (int i = 0; i < n; ++i) {
-        const mp_digit t = (i < A->used ? A->dp[i] : 0) + (i < B->used ? B->dp[i] : 0) + carry;
+        const mp_digit t = (i < aUsed ? A->dp[i] : 0) + (i < bUsed ? B->dp[i] : 0) + carry;
         r[i] = t & MP_MASK;
         carry = t >> MP_DIGIT_BIT;
     }
@@ -77,7 +77,7 @@ int TovarMp::mp_add_sub_once(const mp_int &a, const mp_int &b, const mp_int &m, 
         }
         r[n] -= borrow;
     }
-    store(r, n + 1, C);
+    finish(C, n + 1, oldUsed, MP_ZPOS);
     return MP_OKAY;
 }
 
@@ -85,22 +85,21 @@ int TovarMp::mp_sub_add_once(const mp_int &a, const mp_int &b, const mp_int &m, 
     const ::mp_int *A = L(a), *B = L(b), *M = L(m);
     ::mp_int *C = L(c);
     const int n = M->used;
-    const auto sequence = [&]() {
+    if (!isModulus(M) || !inRange(A, n) || !inRange(B, n) || !C->dp || C->alloc < n) {
         int err = mp_sub(a, b, c);
         if (err == MP_OKAY && mp_cmp_d(c, 0) == -1) err = mp_add(c, m, c);
         return err;
-    };
-    if (!inRange(A, n) || !inRange(B, n) || !M->dp || M->sign != MP_ZPOS || n == 0 || n > kMaxDigits ||
-        !C->dp || C->alloc < n)
-        return sequence();
+    }
+    const int oldUsed = C->used, aUsed = A->used, bUsed = B->used;
+    mp_digit *r = C->dp;
     // r = a - b modulo β^n; a borrow out of the top digit means a < b.
-    mp_digit r[kMaxDigits];
     mp_digit borrow = 0;
     for (int i = 0; i < n; ++i) {
-        const mp_digit t = (i < A->used ? A->dp[i] : 0) - (i < B->used ? B->dp[i] : 0) - borrow;
+        const mp_digit t = (i < aUsed ? A->dp[i] : 0) - (i < bUsed ? B->dp[i] : 0) - borrow;
         borrow = t >> kSignShift;
         r[i] = t & MP_MASK;
     }
+    mp_sign sign = MP_ZPOS;
     if (borrow) {
         // r + m - β^n = a - b + m: the carry out of the top digit is 1 exactly when that is non-negative.
         mp_digit carry = 0;
@@ -109,10 +108,18 @@ int TovarMp::mp_sub_add_once(const mp_int &a, const mp_int &b, const mp_int &m, 
             r[i] = t & MP_MASK;
             carry = t >> MP_DIGIT_BIT;
         }
-        // b > a + m (b out of range): the sum stays negative, which only the sequence represents.
-        if (carry == 0) return sequence();
+        if (carry == 0) {
+            // b > a + m (b out of range): the result is -(b - a - m), whose magnitude is β^n - r.
+            mp_digit negBorrow = 0;
+            for (int i = 0; i < n; ++i) {
+                const mp_digit t = (mp_digit)0 - r[i] - negBorrow;
+                negBorrow = t >> kSignShift;
+                r[i] = t & MP_MASK;
+            }
+            sign = MP_NEG;
+        }
     }
-    store(r, n, C);
+    finish(C, n, oldUsed, sign);
     return MP_OKAY;
 }
 
@@ -120,13 +127,13 @@ int TovarMp::mp_halve_add_odd(mp_int &a, const mp_int &m) {
     ::mp_int *A = L(a);
     const ::mp_int *M = L(m);
     const int n = M->used;
-    if (!inRange(A, n) || !M->dp || M->sign != MP_ZPOS || n == 0 || n > kMaxDigits || A->alloc < n + 1) {
+    if (!isModulus(M) || !inRange(A, n) || A->alloc < n + 1) {
         int err = isOdd(a) ? mp_add(a, m, a) : MP_OKAY;
         return err == MP_OKAY ? mp_div_2(a, a) : err;
     }
-    mp_digit r[kMaxDigits + 1];
-    int len = A->used;
-    for (int i = 0; i < len; ++i) r[i] = A->dp[i];
+    const int oldUsed = A->used;
+    mp_digit *r = A->dp;
+    int len = oldUsed;
     if (len > 0 && (r[0] & 1u) != 0) {
         // r = a + m over n + 1 digits.
         mp_digit carry = 0;
@@ -143,7 +150,7 @@ int TovarMp::mp_halve_add_odd(mp_int &a, const mp_int &m) {
         const mp_digit above = i + 1 < len ? r[i + 1] : 0;
         r[i] = (r[i] >> 1) | ((above & 1u) << (MP_DIGIT_BIT - 1));
     }
-    store(r, len, A);
+    finish(A, len, oldUsed, MP_ZPOS);
     return MP_OKAY;
 }
 
