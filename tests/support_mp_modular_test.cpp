@@ -98,23 +98,26 @@ void expectSame(const mp_int &got, const mp_int &want, const std::string &what) 
 mp_int addSequence(const mp_int &a, const mp_int &b, const mp_int &m) {
     mp_int c;
     EXPECT_EQ(0, TovarMp::mp_add(a, b, c));
-    if (TovarMp::mp_cmp(c, m) != -1)
+    if (TovarMp::mp_cmp(c, m) != -1) {
         EXPECT_EQ(0, TovarMp::mp_sub(c, m, c));
+    }
     return c;
 }
 
 mp_int subSequence(const mp_int &a, const mp_int &b, const mp_int &m) {
     mp_int c;
     EXPECT_EQ(0, TovarMp::mp_sub(a, b, c));
-    if (TovarMp::mp_cmp_d(c, 0) == -1)
+    if (TovarMp::mp_cmp_d(c, 0) == -1) {
         EXPECT_EQ(0, TovarMp::mp_add(c, m, c));
+    }
     return c;
 }
 
 mp_int halveSequence(const mp_int &a, const mp_int &m) {
     mp_int c = a;
-    if (TovarMp::isOdd(c))
+    if (TovarMp::isOdd(c)) {
         EXPECT_EQ(0, TovarMp::mp_add(c, m, c));
+    }
     EXPECT_EQ(0, TovarMp::mp_div_2(c, c));
     return c;
 }
@@ -204,12 +207,13 @@ TEST_P(ModularStepTest, RandomOperandsInRangeOverALongerResult) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Moduli, ModularStepTest, ::testing::ValuesIn(moduli()),
-                         [](const ::testing::TestParamInfo<Modulus> &info) {
-                             std::string n;
-                             for (char ch : info.param.name)
-                                 n += (std::isalnum((unsigned char)ch) ? ch : '_');
-                             return n;
-                         });
+std::string modulusParamName(const ::testing::TestParamInfo<Modulus> &param) {
+    std::string n;
+    for (char ch : param.param.name)
+        n += (std::isalnum((unsigned char)ch) ? ch : '_');
+    return n;
+}
+
+INSTANTIATE_TEST_SUITE_P(Moduli, ModularStepTest, ::testing::ValuesIn(moduli()), modulusParamName);
 
 }  // namespace
