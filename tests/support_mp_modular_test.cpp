@@ -30,10 +30,10 @@ std::vector<Modulus> moduli() {
     for (const ecckey_test::CurveInfo &c : ecckey_test::allCurves())
         out.push_back({c.name, ""});
     // One digit, a full digit, just over one digit (two digits, the top one small).
-    out.push_back({"7", "7"});
-    out.push_back({"2^60-1", "FFFFFFFFFFFFFFF"});
-    out.push_back({"2^60+1", "1000000000000001"});
-    out.push_back({"2^61-1", "1FFFFFFFFFFFFFFF"});
+    out.push_back({"seven", "7"});
+    out.push_back({"two60minus1", "FFFFFFFFFFFFFFF"});
+    out.push_back({"two60plus1", "1000000000000001"});
+    out.push_back({"two61minus1", "1FFFFFFFFFFFFFFF"});
     return out;
 }
 
