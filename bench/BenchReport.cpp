@@ -77,6 +77,7 @@ void TableReporter::ReportRuns(const std::vector<Run> &runs) {
         const double real = toMicroseconds(run.GetAdjustedRealTime(), run.time_unit);
         const double allocs = counterValue(run.counters, kCounterAllocs, -1);
         const double products = counterValue(run.counters, kCounterProducts, 0);
+        const double nonces = counterValue(run.counters, kCounterNonces, 0);
         if (run.run_type == Run::RT_Aggregate) {
             if (run.aggregate_name == "median") {
                 f.hasMedian = true;
@@ -84,6 +85,7 @@ void TableReporter::ReportRuns(const std::vector<Run> &runs) {
                 f.medianRealUs = real;
                 f.medianAllocs = allocs;
                 f.medianProducts = products;
+                f.medianNonces = nonces;
             }
             continue;
         }
@@ -91,6 +93,7 @@ void TableReporter::ReportRuns(const std::vector<Run> &runs) {
         f.realUs.push_back(real);
         f.allocs.push_back(allocs);
         f.products.push_back(products);
+        f.nonces.push_back(nonces);
     }
 }
 
@@ -114,11 +117,13 @@ TableReporter::Median TableReporter::median(const std::string &name, int threads
         m.realUs = f.medianRealUs;
         m.allocs = f.medianAllocs;
         m.products = f.medianProducts;
+        m.nonces = f.medianNonces;
     } else if (!f.cpuUs.empty()) {
         m.cpuUs = medianOf(f.cpuUs);
         m.realUs = medianOf(f.realUs);
         m.allocs = medianOf(f.allocs);
         m.products = medianOf(f.products);
+        m.nonces = medianOf(f.nonces);
     } else if (m.error.empty()) {
         m.ran = false;
     }
@@ -156,7 +161,13 @@ void TableReporter::printComparisonTable(std::ostream &out) const {
             any = true;
             const bool mineOk = mine.ran && mine.error.empty();
 
-            std::string row = std::string("| ") + curve.label + " | " + opLabel(op) + " | ";
+            std::string label = opLabel(op);
+            if (mineOk && mine.nonces > 0) {
+                char buf[48];
+                std::snprintf(buf, sizeof buf, " (%.2f nonces)", mine.nonces);
+                label += buf;
+            }
+            std::string row = std::string("| ") + curve.label + " | " + label + " | ";
             row += !mine.ran ? kNone : !mine.error.empty() ? "error" : formatTime(mine.cpuUs);
             row += " | ";
             row += mineOk && mine.allocs >= 0 ? formatCount(mine.allocs) : kNone;
@@ -184,7 +195,11 @@ void TableReporter::printComparisonTable(std::ostream &out) const {
     }
     if (!any)
         return;
-    out << "\n## Microseconds per operation (median CPU time; ratio below 1: ecckey is faster)\n\n" << table;
+    out << "\n## Microseconds per operation (median CPU time; ratio below 1: ecckey is faster)\n\n"
+           "ecckey's sign row gives the nonces its signer drew per signature (one per attempt). The floor of a "
+           "multiplication is its count of field products times the cost of one (the field multiplication "
+           "row: mp_mul + mp_montgomery_reduce on the generic curves, FieldInt256::multiply on secp256k1).\n\n"
+        << table;
 
     // Failures are listed under the table, so that an "error" cell can be traced.
     for (const auto &entry : m_figures)

@@ -34,9 +34,9 @@ public:
 
 private:
     struct Figure {
-        std::vector<double> cpuUs, realUs, allocs, products;  // one entry per repetition
-        bool hasMedian = false;                               // from Google Benchmark's median aggregate
-        double medianCpuUs = 0, medianRealUs = 0, medianAllocs = -1, medianProducts = 0;
+        std::vector<double> cpuUs, realUs, allocs, products, nonces;  // one entry per repetition
+        bool hasMedian = false;  // from Google Benchmark's median aggregate
+        double medianCpuUs = 0, medianRealUs = 0, medianAllocs = -1, medianProducts = 0, medianNonces = 0;
         std::string error;
     };
     struct Median {
@@ -45,6 +45,7 @@ private:
         double cpuUs = 0, realUs = 0;
         double allocs = -1;  // -1: not counted
         double products = 0;
+        double nonces = 0;  // 0: not counted
     };
 
     Median median(const std::string &name, int threads = 1) const;

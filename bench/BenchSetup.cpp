@@ -26,6 +26,7 @@ const char *const kImplSecp256k1 = "libsecp256k1";
 
 const char *const kCounterAllocs = "allocs";
 const char *const kCounterProducts = "products";
+const char *const kCounterNonces = "nonces";
 
 const std::vector<BenchCurve> &benchCurves() {
     static const std::vector<BenchCurve> curves = {

@@ -62,6 +62,7 @@ std::string threadName(const BenchCurve &curve, BenchOp op);
 // Counters a case reports besides its time.
 extern const char *const kCounterAllocs;    // heap allocations per operation (ecckey)
 extern const char *const kCounterProducts;  // field products per operation (the floor of a multiplication)
+extern const char *const kCounterNonces;    // nonces drawn per signature (attempts of the signer)
 
 // A fast deterministic byte stream (xoshiro256**) for the key generators and signers of every library:
 // the operating system's generator would add a system call to each operation.

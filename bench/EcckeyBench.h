@@ -18,6 +18,7 @@ public:
     explicit BenchPrng(std::uint64_t seed) : m_random(seed) {}
 
     bool genRandom(unsigned count, ecckey::DataBuffer &out, ecckey::LogBase &) override {
+        ++m_requests;
         unsigned char block[64];
         while (count > 0) {
             const unsigned n = count < sizeof block ? count : (unsigned)sizeof block;
@@ -30,9 +31,12 @@ public:
     }
 
     FastRandom &random() { return m_random; }
+    // Requests served: one per nonce a signer draws.
+    std::uint64_t requests() const { return m_requests; }
 
 private:
     FastRandom m_random;
+    std::uint64_t m_requests = 0;
 };
 
 // key = the private key d on the curve, its public point derived (generateNewKey2 on the hex of d).

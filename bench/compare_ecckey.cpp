@@ -146,6 +146,8 @@ void sign(benchmark::State &state, const BenchCurve *curve) {
             return;
         }
     }
+    // Every attempt of a signer draws one nonce (the generic signer: one ephemeral key).
+    state.counters[kCounterNonces] = benchmark::Counter((double)prng.requests(), benchmark::Counter::kAvgIterations);
     allocs.report(state);
 }
 
