@@ -135,7 +135,8 @@ void TableReporter::printComparisonTable(std::ostream &out) const {
         const char *impl;
         const char *title;
     };
-    const Peer peers[] = {{kImplOpenSsl, "OpenSSL"}, {kImplTomCrypt, "LibTomCrypt"}, {kImplSecp256k1, "libsecp256k1"}};
+    const Peer peers[] = {
+        {kImplOpenSsl, "OpenSSL"}, {kImplTomCrypt, "LibTomCrypt"}, {kImplSecp256k1, "libsecp256k1"}};
 
     std::string table;
     table += "| Curve | Operation | ecckey µs | allocs/op | floor µs (products) | ecckey/floor";
@@ -196,9 +197,11 @@ void TableReporter::printComparisonTable(std::ostream &out) const {
     if (!any)
         return;
     out << "\n## Microseconds per operation (median CPU time; ratio below 1: ecckey is faster)\n\n"
-           "ecckey's sign row gives the nonces its signer drew per signature (one per attempt). The floor of a "
+           "ecckey's sign row gives the nonces its signer drew per signature (one per attempt). The floor of "
+           "a "
            "multiplication is its count of field products times the cost of one (the field multiplication "
-           "row: mp_mul + mp_montgomery_reduce on the generic curves, FieldInt256::multiply on secp256k1).\n\n"
+           "row: mp_mul + mp_montgomery_reduce on the generic curves, FieldInt256::multiply on "
+           "secp256k1).\n\n"
         << table;
 
     // Failures are listed under the table, so that an "error" cell can be traced.
@@ -210,7 +213,8 @@ void TableReporter::printComparisonTable(std::ostream &out) const {
 
 void TableReporter::printThreadTable(std::ostream &out) const {
     std::string table =
-        "| Curve | Operation | 1 thread ops/s | 2 threads ops/s | speed-up | CPU µs/op, 1 thread | CPU µs/op, 2 threads "
+        "| Curve | Operation | 1 thread ops/s | 2 threads ops/s | speed-up | CPU µs/op, 1 thread | CPU "
+        "µs/op, 2 threads "
         "| CPU-time speed-up |\n|---|---|--:|--:|--:|--:|--:|--:|\n";
     bool any = false;
     for (const BenchCurve &curve : benchCurves()) {
@@ -236,9 +240,11 @@ void TableReporter::printThreadTable(std::ostream &out) const {
     if (!any)
         return;
     out << "\n## Two threads, distinct keys\n\n"
-           "Throughput is operations per wall-clock second of all threads together; the speed-up is its ratio. "
+           "Throughput is operations per wall-clock second of all threads together; the speed-up is its "
+           "ratio. "
            "The CPU-time speed-up (2 × CPU time per operation on one thread / the same on two) is what the "
-           "throughput gives when each thread has a core to itself: on a loaded machine the wall-clock figure "
+           "throughput gives when each thread has a core to itself: on a loaded machine the wall-clock "
+           "figure "
            "measures the scheduler.\n\n"
         << table;
 }

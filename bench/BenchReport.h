@@ -21,7 +21,7 @@
 namespace ecckey_bench {
 
 class TableReporter : public benchmark::ConsoleReporter {
-public:
+  public:
     TableReporter();
 
     void ReportRuns(const std::vector<Run> &runs) override;
@@ -32,7 +32,7 @@ public:
     // True when any case reported an error (the smoke test in CI fails on it).
     bool hadErrors() const;
 
-private:
+  private:
     struct Figure {
         std::vector<double> cpuUs, realUs, allocs, products, nonces;  // one entry per repetition
         bool hasMedian = false;  // from Google Benchmark's median aggregate

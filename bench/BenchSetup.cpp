@@ -48,35 +48,49 @@ const std::vector<BenchCurve> &benchCurves() {
 }
 
 const std::vector<BenchOp> &benchOps() {
-    static const std::vector<BenchOp> ops = {BenchOp::KeyGen,      BenchOp::Sign,
-                                             BenchOp::Verify,      BenchOp::Ecdh,
-                                             BenchOp::ScalarMultG, BenchOp::DoubleScalarMult,
+    static const std::vector<BenchOp> ops = {BenchOp::KeyGen,       BenchOp::Sign,
+                                             BenchOp::Verify,       BenchOp::Ecdh,
+                                             BenchOp::ScalarMultG,  BenchOp::DoubleScalarMult,
                                              BenchOp::FieldMultiply};
     return ops;
 }
 
 const char *opKey(BenchOp op) {
     switch (op) {
-        case BenchOp::KeyGen: return "keygen";
-        case BenchOp::Sign: return "sign";
-        case BenchOp::Verify: return "verify";
-        case BenchOp::Ecdh: return "ecdh";
-        case BenchOp::ScalarMultG: return "kG";
-        case BenchOp::DoubleScalarMult: return "u1G+u2Q";
-        case BenchOp::FieldMultiply: return "fieldmul";
+        case BenchOp::KeyGen:
+            return "keygen";
+        case BenchOp::Sign:
+            return "sign";
+        case BenchOp::Verify:
+            return "verify";
+        case BenchOp::Ecdh:
+            return "ecdh";
+        case BenchOp::ScalarMultG:
+            return "kG";
+        case BenchOp::DoubleScalarMult:
+            return "u1G+u2Q";
+        case BenchOp::FieldMultiply:
+            return "fieldmul";
     }
     return "?";
 }
 
 const char *opLabel(BenchOp op) {
     switch (op) {
-        case BenchOp::KeyGen: return "key generation";
-        case BenchOp::Sign: return "sign";
-        case BenchOp::Verify: return "verify";
-        case BenchOp::Ecdh: return "ECDH";
-        case BenchOp::ScalarMultG: return "k·G";
-        case BenchOp::DoubleScalarMult: return "u1·G + u2·Q";
-        case BenchOp::FieldMultiply: return "field multiplication";
+        case BenchOp::KeyGen:
+            return "key generation";
+        case BenchOp::Sign:
+            return "sign";
+        case BenchOp::Verify:
+            return "verify";
+        case BenchOp::Ecdh:
+            return "ECDH";
+        case BenchOp::ScalarMultG:
+            return "k·G";
+        case BenchOp::DoubleScalarMult:
+            return "u1·G + u2·Q";
+        case BenchOp::FieldMultiply:
+            return "field multiplication";
     }
     return "?";
 }

@@ -67,12 +67,12 @@ extern const char *const kCounterNonces;    // nonces drawn per signature (attem
 // A fast deterministic byte stream (xoshiro256**) for the key generators and signers of every library:
 // the operating system's generator would add a system call to each operation.
 class FastRandom {
-public:
+  public:
     explicit FastRandom(std::uint64_t seed);
     void fill(unsigned char *out, std::size_t count);
     std::uint64_t next();
 
-private:
+  private:
     std::uint64_t m_s[4];
 };
 

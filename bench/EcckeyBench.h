@@ -14,7 +14,7 @@ namespace ecckey_bench {
 // A fast deterministic stream, so that an operation's time is the library's and not the operating
 // system's generator's.
 class BenchPrng : public ecckey::_tvPrng {
-public:
+  public:
     explicit BenchPrng(std::uint64_t seed) : m_random(seed) {}
 
     bool genRandom(unsigned count, ecckey::DataBuffer &out, ecckey::LogBase &) override {
@@ -34,7 +34,7 @@ public:
     // Requests served: one per nonce a signer draws.
     std::uint64_t requests() const { return m_requests; }
 
-private:
+  private:
     FastRandom m_random;
     std::uint64_t m_requests = 0;
 };

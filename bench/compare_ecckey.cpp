@@ -10,8 +10,8 @@
 #include <string>
 
 #include "bench/AllocCounter.h"
-#include "bench/EcckeyBench.h"
 #include "bench/BenchSetup.h"
+#include "bench/EcckeyBench.h"
 #include "ecc/EccKey.h"
 #include "ecc/arith/EccArith.h"
 #include "ecc/secp256k1/CurvePt.h"
@@ -66,7 +66,7 @@ const int kK1Normalize = 2;
 
 // Heap allocations inside the measured operations, reported per operation.
 class AllocationTally {
-public:
+  public:
     void begin() { m_start = ecckey_alloc::allocationCount(); }
     void end() { m_total += ecckey_alloc::allocationCount() - m_start; }
     void report(benchmark::State &state) const {
@@ -75,7 +75,7 @@ public:
                 benchmark::Counter((double)m_total, benchmark::Counter::kAvgIterations);
     }
 
-private:
+  private:
     std::uint64_t m_start = 0;
     std::uint64_t m_total = 0;
 };
@@ -147,7 +147,8 @@ void sign(benchmark::State &state, const BenchCurve *curve) {
         }
     }
     // Every attempt of a signer draws one nonce (the generic signer: one ephemeral key).
-    state.counters[kCounterNonces] = benchmark::Counter((double)prng.requests(), benchmark::Counter::kAvgIterations);
+    state.counters[kCounterNonces] =
+        benchmark::Counter((double)prng.requests(), benchmark::Counter::kAvgIterations);
     allocs.report(state);
 }
 
@@ -337,13 +338,27 @@ void fieldMultiply(benchmark::State &state, const BenchCurve *curve) {
 void registerEcckeyCase(const BenchCurve &curve, BenchOp op) {
     void (*fn)(benchmark::State &, const BenchCurve *) = nullptr;
     switch (op) {
-        case BenchOp::KeyGen: fn = keyGen; break;
-        case BenchOp::Sign: fn = sign; break;
-        case BenchOp::Verify: fn = verify; break;
-        case BenchOp::Ecdh: fn = ecdh; break;
-        case BenchOp::ScalarMultG: fn = scalarMultG; break;
-        case BenchOp::DoubleScalarMult: fn = doubleScalarMult; break;
-        case BenchOp::FieldMultiply: fn = fieldMultiply; break;
+        case BenchOp::KeyGen:
+            fn = keyGen;
+            break;
+        case BenchOp::Sign:
+            fn = sign;
+            break;
+        case BenchOp::Verify:
+            fn = verify;
+            break;
+        case BenchOp::Ecdh:
+            fn = ecdh;
+            break;
+        case BenchOp::ScalarMultG:
+            fn = scalarMultG;
+            break;
+        case BenchOp::DoubleScalarMult:
+            fn = doubleScalarMult;
+            break;
+        case BenchOp::FieldMultiply:
+            fn = fieldMultiply;
+            break;
     }
     benchmark::RegisterBenchmark(comparisonName(curve, op, kImplEcckey).c_str(), fn, &curve);
 }

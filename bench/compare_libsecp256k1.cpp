@@ -148,13 +148,24 @@ void registerSecp256k1Case(const BenchCurve &curve, BenchOp op) {
         return;
     void (*fn)(benchmark::State &, const BenchCurve *) = nullptr;
     switch (op) {
-        case BenchOp::KeyGen: fn = keyGen; break;
-        case BenchOp::Sign: fn = sign; break;
-        case BenchOp::Verify: fn = verify; break;
-        case BenchOp::Ecdh: fn = ecdh; break;
-        case BenchOp::ScalarMultG: fn = scalarMultG; break;
+        case BenchOp::KeyGen:
+            fn = keyGen;
+            break;
+        case BenchOp::Sign:
+            fn = sign;
+            break;
+        case BenchOp::Verify:
+            fn = verify;
+            break;
+        case BenchOp::Ecdh:
+            fn = ecdh;
+            break;
+        case BenchOp::ScalarMultG:
+            fn = scalarMultG;
+            break;
         case BenchOp::DoubleScalarMult:
-        case BenchOp::FieldMultiply: return;
+        case BenchOp::FieldMultiply:
+            return;
     }
     benchmark::RegisterBenchmark(comparisonName(curve, op, kImplSecp256k1).c_str(), fn, &curve);
 }

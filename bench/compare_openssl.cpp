@@ -152,7 +152,8 @@ void scalarMultG(benchmark::State &state, const BenchCurve *curve) {
     }
     for (auto _ : state) {
         if (EC_POINT_mul(g.group.get(), g.R.get(), k.get(), nullptr, nullptr, g.ctx.get()) != 1 ||
-            EC_POINT_get_affine_coordinates(g.group.get(), g.R.get(), g.x.get(), g.y.get(), g.ctx.get()) != 1) {
+            EC_POINT_get_affine_coordinates(g.group.get(), g.R.get(), g.x.get(), g.y.get(), g.ctx.get()) !=
+                1) {
             state.SkipWithError("EC_POINT_mul failed");
             return;
         }
@@ -169,7 +170,8 @@ void doubleScalarMult(benchmark::State &state, const BenchCurve *curve) {
     }
     for (auto _ : state) {
         if (EC_POINT_mul(g.group.get(), g.R.get(), u1.get(), g.Q.get(), u2.get(), g.ctx.get()) != 1 ||
-            EC_POINT_get_affine_coordinates(g.group.get(), g.R.get(), g.x.get(), g.y.get(), g.ctx.get()) != 1) {
+            EC_POINT_get_affine_coordinates(g.group.get(), g.R.get(), g.x.get(), g.y.get(), g.ctx.get()) !=
+                1) {
             state.SkipWithError("EC_POINT_mul failed");
             return;
         }
@@ -185,9 +187,8 @@ void fieldMultiply(benchmark::State &state, const BenchCurve *curve) {
     Owned<BIGNUM> p(prime), a(BN_new()), b(BN_new());
     Owned<BN_MONT_CTX> mont(BN_MONT_CTX_new());
     const int len = m.byteLen;
-    if (!ctx || !p || !a || !b || !mont ||
-        !BN_MONT_CTX_set(mont.get(), p.get(), ctx.get()) || !BN_bin2bn(m.q.data() + 1, len, a.get()) ||
-        !BN_bin2bn(m.q.data() + 1 + len, len, b.get())) {
+    if (!ctx || !p || !a || !b || !mont || !BN_MONT_CTX_set(mont.get(), p.get(), ctx.get()) ||
+        !BN_bin2bn(m.q.data() + 1, len, a.get()) || !BN_bin2bn(m.q.data() + 1 + len, len, b.get())) {
         state.SkipWithError("OpenSSL set-up failed");
         return;
     }
@@ -204,13 +205,27 @@ void fieldMultiply(benchmark::State &state, const BenchCurve *curve) {
 void registerOpenSslCase(const BenchCurve &curve, BenchOp op) {
     void (*fn)(benchmark::State &, const BenchCurve *) = nullptr;
     switch (op) {
-        case BenchOp::KeyGen: fn = keyGen; break;
-        case BenchOp::Sign: fn = sign; break;
-        case BenchOp::Verify: fn = verify; break;
-        case BenchOp::Ecdh: fn = ecdh; break;
-        case BenchOp::ScalarMultG: fn = scalarMultG; break;
-        case BenchOp::DoubleScalarMult: fn = doubleScalarMult; break;
-        case BenchOp::FieldMultiply: fn = fieldMultiply; break;
+        case BenchOp::KeyGen:
+            fn = keyGen;
+            break;
+        case BenchOp::Sign:
+            fn = sign;
+            break;
+        case BenchOp::Verify:
+            fn = verify;
+            break;
+        case BenchOp::Ecdh:
+            fn = ecdh;
+            break;
+        case BenchOp::ScalarMultG:
+            fn = scalarMultG;
+            break;
+        case BenchOp::DoubleScalarMult:
+            fn = doubleScalarMult;
+            break;
+        case BenchOp::FieldMultiply:
+            fn = fieldMultiply;
+            break;
     }
     benchmark::RegisterBenchmark(comparisonName(curve, op, kImplOpenSsl).c_str(), fn, &curve);
 }

@@ -54,7 +54,7 @@ const ltc_ecc_set_type *tomCryptCurve(const BenchMaterial &m) {
 }
 
 class SeededPrng {
-public:
+  public:
     explicit SeededPrng(std::uint64_t seed) {
         unsigned char entropy[40];
         FastRandom(seed).fill(entropy, sizeof entropy);
@@ -69,14 +69,14 @@ public:
     bool ok() const { return m_ok; }
     prng_state *state() { return &m_state; }
 
-private:
+  private:
     prng_state m_state;
     bool m_ok = false;
 };
 
 // An ecc_key holding (d, Q), freed with the object.
 class TomKey {
-public:
+  public:
     TomKey() { std::memset(&m_key, 0, sizeof m_key); }
     ~TomKey() {
         if (m_loaded)
@@ -86,7 +86,8 @@ public:
     TomKey &operator=(const TomKey &) = delete;
 
     bool load(const Bytes &d, const Bytes &q, const ltc_ecc_set_type *dp) {
-        if (ecc_ansi_x963_import_ex(q.data(), q.size(), &m_key, const_cast<ltc_ecc_set_type *>(dp)) != CRYPT_OK)
+        if (ecc_ansi_x963_import_ex(q.data(), q.size(), &m_key, const_cast<ltc_ecc_set_type *>(dp)) !=
+            CRYPT_OK)
             return false;
         m_loaded = true;
         if (ltc_mp.unsigned_read(m_key.k, const_cast<unsigned char *>(d.data()), (unsigned long)d.size()) !=
@@ -97,14 +98,14 @@ public:
     }
     ecc_key *get() { return &m_key; }
 
-private:
+  private:
     ecc_key m_key;
     bool m_loaded = false;
 };
 
 // A LibTomMath integer through LibTomCrypt's descriptor, released with the object.
 class TomInt {
-public:
+  public:
     TomInt() { m_ok = ltc_mp.init(&m_v) == CRYPT_OK; }
     ~TomInt() {
         if (m_ok)
@@ -116,17 +117,18 @@ public:
     bool ok() const { return m_ok; }
     void *get() { return m_v; }
     bool setBytes(const unsigned char *bytes, std::size_t len) {
-        return m_ok && ltc_mp.unsigned_read(m_v, const_cast<unsigned char *>(bytes), (unsigned long)len) == CRYPT_OK;
+        return m_ok &&
+               ltc_mp.unsigned_read(m_v, const_cast<unsigned char *>(bytes), (unsigned long)len) == CRYPT_OK;
     }
     bool setHex(const char *hex) { return m_ok && ltc_mp.read_radix(m_v, hex, 16) == CRYPT_OK; }
 
-private:
+  private:
     void *m_v = nullptr;
     bool m_ok = false;
 };
 
 class TomPoint {
-public:
+  public:
     TomPoint() : m_p(ltc_ecc_new_point()) {}
     ~TomPoint() {
         if (m_p)
@@ -145,7 +147,7 @@ public:
                ltc_mp.copy(q.z, m_p->z) == CRYPT_OK;
     }
 
-private:
+  private:
     ecc_point *m_p;
 };
 
@@ -205,8 +207,8 @@ void verify(benchmark::State &state, const BenchCurve *curve) {
     }
     for (auto _ : state) {
         int stat = 0;
-        if (ecc_verify_hash(m.sigDer.data(), m.sigDer.size(), m.hash.data(), m.hash.size(), &stat, key.get()) !=
-                CRYPT_OK ||
+        if (ecc_verify_hash(m.sigDer.data(), m.sigDer.size(), m.hash.data(), m.hash.size(), &stat,
+                            key.get()) != CRYPT_OK ||
             stat != 1) {
             state.SkipWithError("ecc_verify_hash rejected ecckey's signature");
             return;
@@ -311,13 +313,27 @@ void registerTomCryptCase(const BenchCurve &curve, BenchOp op) {
         return;
     void (*fn)(benchmark::State &, const BenchCurve *) = nullptr;
     switch (op) {
-        case BenchOp::KeyGen: fn = keyGen; break;
-        case BenchOp::Sign: fn = sign; break;
-        case BenchOp::Verify: fn = verify; break;
-        case BenchOp::Ecdh: fn = ecdh; break;
-        case BenchOp::ScalarMultG: fn = scalarMultG; break;
-        case BenchOp::DoubleScalarMult: fn = doubleScalarMult; break;
-        case BenchOp::FieldMultiply: fn = fieldMultiply; break;
+        case BenchOp::KeyGen:
+            fn = keyGen;
+            break;
+        case BenchOp::Sign:
+            fn = sign;
+            break;
+        case BenchOp::Verify:
+            fn = verify;
+            break;
+        case BenchOp::Ecdh:
+            fn = ecdh;
+            break;
+        case BenchOp::ScalarMultG:
+            fn = scalarMultG;
+            break;
+        case BenchOp::DoubleScalarMult:
+            fn = doubleScalarMult;
+            break;
+        case BenchOp::FieldMultiply:
+            fn = fieldMultiply;
+            break;
     }
     benchmark::RegisterBenchmark(comparisonName(curve, op, kImplTomCrypt).c_str(), fn, &curve);
 }

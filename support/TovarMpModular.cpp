@@ -16,24 +16,34 @@ namespace ecckey {
 
 namespace {
 
-::mp_int *L(mp_int &a) { return static_cast<::mp_int *>(a.raw()); }
-const ::mp_int *L(const mp_int &a) { return static_cast<const ::mp_int *>(a.raw()); }
+::mp_int *L(mp_int &a) {
+    return static_cast<::mp_int *>(a.raw());
+}
+const ::mp_int *L(const mp_int &a) {
+    return static_cast<const ::mp_int *>(a.raw());
+}
 
 // The sign bit of a digit: set after a subtraction that went below zero.
 const int kSignShift = (int)(sizeof(mp_digit) * 8 - 1);
 
 // True when a has a value, is non-negative and has at most n digits.
-bool inRange(const ::mp_int *a, int n) { return a->dp && a->sign == MP_ZPOS && a->used <= n; }
+bool inRange(const ::mp_int *a, int n) {
+    return a->dp && a->sign == MP_ZPOS && a->used <= n;
+}
 
 // True when m is a usable positive modulus.
-bool isModulus(const ::mp_int *m) { return m->dp && m->sign == MP_ZPOS && m->used > 0; }
+bool isModulus(const ::mp_int *m) {
+    return m->dp && m->sign == MP_ZPOS && m->used > 0;
+}
 
 // c's first len digits hold the result: clamps the count, zeroes the digits from len up to the old
 // count, and sets the sign. c then holds what LibTomMath's own arithmetic would leave.
 void finish(::mp_int *c, int len, int oldUsed, mp_sign sign) {
-    for (int i = len; i < oldUsed; ++i) c->dp[i] = 0;
+    for (int i = len; i < oldUsed; ++i)
+        c->dp[i] = 0;
     int used = len;
-    while (used > 0 && c->dp[used - 1] == 0) --used;
+    while (used > 0 && c->dp[used - 1] == 0)
+        --used;
     c->used = used;
     c->sign = used == 0 ? MP_ZPOS : sign;
 }
@@ -48,7 +58,8 @@ int TovarMp::mp_add_sub_once(const mp_int &a, const mp_int &b, const mp_int &m, 
     const int n = M->used;
     if (!isModulus(M) || !inRange(A, n) || !inRange(B, n) || !C->dp || C->alloc < n + 1) {
         int err = mp_add(a, b, c);
-        if (err == MP_OKAY && mp_cmp(c, m) != -1) err = mp_sub(c, m, c);
+        if (err == MP_OKAY && mp_cmp(c, m) != -1)
+            err = mp_sub(c, m, c);
         return err;
     }
     const int oldUsed = C->used, aUsed = A->used, bUsed = B->used;
@@ -65,7 +76,8 @@ int TovarMp::mp_add_sub_once(const mp_int &a, const mp_int &b, const mp_int &m, 
     bool notBelow = carry != 0;
     if (!notBelow) {
         int i = n - 1;
-        while (i >= 0 && r[i] == M->dp[i]) --i;
+        while (i >= 0 && r[i] == M->dp[i])
+            --i;
         notBelow = i < 0 || r[i] > M->dp[i];
     }
     if (notBelow) {
@@ -87,7 +99,8 @@ int TovarMp::mp_sub_add_once(const mp_int &a, const mp_int &b, const mp_int &m, 
     const int n = M->used;
     if (!isModulus(M) || !inRange(A, n) || !inRange(B, n) || !C->dp || C->alloc < n) {
         int err = mp_sub(a, b, c);
-        if (err == MP_OKAY && mp_cmp_d(c, 0) == -1) err = mp_add(c, m, c);
+        if (err == MP_OKAY && mp_cmp_d(c, 0) == -1)
+            err = mp_add(c, m, c);
         return err;
     }
     const int oldUsed = C->used, aUsed = A->used, bUsed = B->used;

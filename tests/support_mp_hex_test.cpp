@@ -69,7 +69,8 @@ TEST(TovarMpHexReader, RandomTextsOfEveryLengthMatchTheByteReader) {
 }
 
 TEST(TovarMpHexReader, ZeroTextsGiveZero) {
-    for (const char *text : {"0", "00", "0000000000000000000000000000000000000000000000000000000000000000000"}) {
+    for (const char *text :
+         {"0", "00", "0000000000000000000000000000000000000000000000000000000000000000000"}) {
         mp_int a;
         TovarMp::mp_set(a, 12345);
         ASSERT_TRUE(TovarMp::mpint_from_radix(a, text, 16)) << text;

@@ -137,7 +137,8 @@ TEST_P(ModularStepTest, AddSubtractOnceMatchesTheSequence) {
     const std::vector<mp_int> v = operands(m, rng);
     for (std::size_t i = 0; i < v.size(); ++i) {
         for (std::size_t j = 0; j < v.size(); ++j) {
-            const std::string what = GetParam().name + " operands " + std::to_string(i) + ", " + std::to_string(j);
+            const std::string what =
+                GetParam().name + " operands " + std::to_string(i) + ", " + std::to_string(j);
             const mp_int want = addSequence(v[i], v[j], m);
             mp_int c;
             ASSERT_EQ(0, TovarMp::mp_add_sub_once(v[i], v[j], m, c));
@@ -161,7 +162,8 @@ TEST_P(ModularStepTest, SubtractAddOnceMatchesTheSequence) {
     const std::vector<mp_int> v = operands(m, rng);
     for (std::size_t i = 0; i < v.size(); ++i) {
         for (std::size_t j = 0; j < v.size(); ++j) {
-            const std::string what = GetParam().name + " operands " + std::to_string(i) + ", " + std::to_string(j);
+            const std::string what =
+                GetParam().name + " operands " + std::to_string(i) + ", " + std::to_string(j);
             const mp_int want = subSequence(v[i], v[j], m);
             mp_int c;
             ASSERT_EQ(0, TovarMp::mp_sub_add_once(v[i], v[j], m, c));
