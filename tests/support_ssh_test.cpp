@@ -64,12 +64,12 @@ TEST(SshWire, StringsRoundTrip) {
 
 TEST(SshWire, TruncatedOrOverlongStringsLeaveTheOffsetAlone) {
     const std::vector<Bytes> bad = {
-        {},                                        // no length
-        {0x00, 0x00, 0x00},                        // length cut short
-        {0x00, 0x00, 0x00, 0x05, 'a', 'b'},        // content cut short
-        {0x00, 0x00, 0x01, 0x00, 'a'},             // 256 announced
-        {0xff, 0xff, 0xff, 0xff, 'a', 'b', 'c'},   // 2^32 - 1 announced
-        {0xff, 0xff, 0xff, 0xfc, 'a', 'b', 'c'},   // 2^32 - 4: offset + 4 + length would wrap
+        {},                                       // no length
+        {0x00, 0x00, 0x00},                       // length cut short
+        {0x00, 0x00, 0x00, 0x05, 'a', 'b'},       // content cut short
+        {0x00, 0x00, 0x01, 0x00, 'a'},            // 256 announced
+        {0xff, 0xff, 0xff, 0xff, 'a', 'b', 'c'},  // 2^32 - 1 announced
+        {0xff, 0xff, 0xff, 0xfc, 'a', 'b', 'c'},  // 2^32 - 4: offset + 4 + length would wrap
     };
     for (const Bytes &b : bad) {
         SCOPED_TRACE(ecckey_test::hexOf(b.data(), b.size()));
@@ -103,7 +103,8 @@ TEST(SshWire, MpIntsMatchOpensslAndRefuseNegatives) {
     const int iterations = ecckey_test::testIterations(100);
     for (int i = 0; i < iterations; ++i) {
         Bytes magnitude = prng.bytes((unsigned)(prng.next() % 67));
-        if (i == 0) magnitude.clear();
+        if (i == 0)
+            magnitude.clear();
         BIGNUM *bn = BN_bin2bn(magnitude.data(), (int)magnitude.size(), nullptr);
         Bytes mpi((size_t)BN_bn2mpi(bn, nullptr));
         BN_bn2mpi(bn, mpi.data());  // a 4-byte length and the two's complement bytes: the SSH layout
