@@ -5,8 +5,9 @@
 // Without a --benchmark_filter of the caller's, only the cases of the two tables run ("cmp/..." and
 // "mt/..."); the other bench files' cases run when a filter names them (--benchmark_filter=. for all).
 // Defaults, each overridden by the same flag on the command line: five repetitions of at least 0.1 s each,
-// medians only. With BENCH_QUICK=1 in the environment (or --quick): one repetition of 0.01 s, the same
-// tables from a short run. The exit status is 1 when any case reported an error.
+// all cases' repetitions in random order, medians only. With BENCH_QUICK=1 in the environment (or --quick):
+// one repetition of 0.01 s, the same tables from a short run. The exit status is 1 when any case reported an
+// error.
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
@@ -72,6 +73,10 @@ int main(int argc, char **argv) {
     defaults.push_back(quick ? "--benchmark_repetitions=1" : "--benchmark_repetitions=5");
     defaults.push_back(quick ? "--benchmark_min_time=0.01" : "--benchmark_min_time=0.1");
     defaults.push_back("--benchmark_display_aggregates_only=true");
+    // Repetitions of all cases in random order: a change in the machine's load over the run then falls on
+    // every library alike instead of on whichever ran at that moment.
+    if (!quick)
+        defaults.push_back("--benchmark_enable_random_interleaving=true");
     if (!hasFlag(argc, argv, "--benchmark_filter"))
         defaults.push_back("--benchmark_filter=^(cmp|mt)/");
     std::vector<char *> args;
