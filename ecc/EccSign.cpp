@@ -96,38 +96,6 @@ bool computeSignature(const EccKey &key, const mp_int &n, const mp_int &e, _tvPr
     return false;
 }
 
-// Appends v big-endian, left-padded with zero bytes to byteLen.
-bool appendPadded(const mp_int &v, int byteLen, DataBuffer &out) {
-    DataBuffer half;
-    if (!TovarMp::mpint_to_db(v, half))
-        return false;
-    static const unsigned char zero = 0;
-    while ((int)half.getSize() < byteLen)
-        if (!half.prepend(&zero, 1))
-            return false;
-    return out.append(half);
-}
-
-// DER SEQUENCE { INTEGER r, INTEGER s } appended to out. A failed append to the item returns false with
-// no message; a failed encoding logs "Failed to encode final ASN.1". Logs "eccAsnSigLen" when verbose.
-bool encodeDerSig(const mp_int &r, const mp_int &s, bool ensure7bit, DataBuffer &out, LogBase &log) {
-    ObjectOwner<tv_asnItem> seq(tv_asnItem::newSequence());
-    if (!seq.get())
-        return false;
-    bool appended = ensure7bit ? seq.get()->appendUnsignedInt_ensure7bit(r, log) &&
-                                     seq.get()->appendUnsignedInt_ensure7bit(s, log)
-                               : seq.get()->appendUnsignedInt(r, log) && seq.get()->appendUnsignedInt(s, log);
-    if (!appended)
-        return false;
-
-    bool encoded = _tvDer::EncodeAsn(seq.get(), out);
-    if (!encoded)
-        log.logError("Failed to encode final ASN.1");
-    if (log.m_verbose)
-        log.LogDataLong("eccAsnSigLen", (long)out.getSize());
-    return encoded;
-}
-
 // Steps shared by both generic signers before the loop: the key must be private and the order must
 // parse. Logs "Must be a private key." or "Failed to get p".
 bool prepareSigning(const EccKey &key, mp_int &n, LogBase &log) {
@@ -183,7 +151,7 @@ bool EccKey::eccSignHash(const unsigned char *hash, unsigned hashLen, _tvPrng &p
 
     if (bAsn)
         return encodeDerSig(r, s, false, out, log);
-    return appendPadded(r, m_curve.m_byteLen, out) && appendPadded(s, m_curve.m_byteLen, out);
+    return appendSigHalf(r, m_curve.m_byteLen, out) && appendSigHalf(s, m_curve.m_byteLen, out);
 }
 
 // Signs the whole hash on the generic arithmetic, whatever the curve (secp256k1 included), and appends r

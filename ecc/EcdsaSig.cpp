@@ -134,4 +134,33 @@ bool unpackDsaSig(const unsigned char *sig, unsigned sigLen, bool split, mp_int 
     return unpackRaw(sig, sigLen, split, r, s, log, rLen);
 }
 
+bool appendSigHalf(const mp_int &v, int byteLen, DataBuffer &out) {
+    DataBuffer half;
+    if (!TovarMp::mpint_to_db(v, half))
+        return false;
+    static const unsigned char zero = 0;
+    while ((int)half.getSize() < byteLen)
+        if (!half.prepend(&zero, 1))
+            return false;
+    return out.append(half);
+}
+
+bool encodeDerSig(const mp_int &r, const mp_int &s, bool ensure7bit, DataBuffer &out, LogBase &log) {
+    ObjectOwner<tv_asnItem> seq(tv_asnItem::newSequence());
+    if (!seq.get())
+        return false;
+    bool appended = ensure7bit ? seq.get()->appendUnsignedInt_ensure7bit(r, log) &&
+                                     seq.get()->appendUnsignedInt_ensure7bit(s, log)
+                               : seq.get()->appendUnsignedInt(r, log) && seq.get()->appendUnsignedInt(s, log);
+    if (!appended)
+        return false;
+
+    bool encoded = _tvDer::EncodeAsn(seq.get(), out);
+    if (!encoded)
+        log.logError("Failed to encode final ASN.1");
+    if (log.m_verbose)
+        log.LogDataLong("eccAsnSigLen", (long)out.getSize());
+    return encoded;
+}
+
 }  // namespace ecckey

@@ -92,10 +92,12 @@ TEST(SshWire, TruncatedOrOverlongStringsLeaveTheOffsetAlone) {
         EXPECT_FALSE(SshMessage::parseString(blob, offset, text));
         EXPECT_EQ(before, offset);
     }
-    // A NUL inside a name cannot be held by a text.
+    // A NUL inside is taken like any byte: only the length decides.
     unsigned offset = 0;
     StringBuffer text;
-    EXPECT_FALSE(SshMessage::parseString(bufferOf({0, 0, 0, 3, 'a', 0, 'b'}), offset, text));
+    EXPECT_TRUE(SshMessage::parseString(bufferOf({0, 0, 0, 3, 'a', 0, 'b'}), offset, text));
+    EXPECT_EQ(7u, offset);
+    EXPECT_EQ(3u, text.getSize());
 }
 
 TEST(SshWire, MpIntsMatchOpensslAndRefuseNegatives) {

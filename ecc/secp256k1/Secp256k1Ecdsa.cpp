@@ -49,17 +49,6 @@ void reduceOnceModOrder(_tvUnsigned256 &v) {
     v.subtract(_tvCurvePt::m_s_order, (unsigned)(v >= _tvCurvePt::m_s_order));
 }
 
-bool appendPadded(const mp_int &v, int byteLen, DataBuffer &out) {
-    DataBuffer half;
-    if (!TovarMp::mpint_to_db(v, half))
-        return false;
-    static const unsigned char zero = 0;
-    while ((int)half.getSize() < byteLen)
-        if (!half.prepend(&zero, 1))
-            return false;
-    return out.append(half);
-}
-
 // One signing attempt with nonce k: r = x(k·G) mod n and s = k^-1·(e + r·d) mod n, made low. False when
 // k is out of [1, n) or r or s comes out zero; the caller then draws another nonce.
 bool signWithNonce(const _tvUnsigned256 &k, const _tvUnsigned256 &d, const _tvUnsigned256 &e,
@@ -152,24 +141,15 @@ bool EccKey::eccSignHashK(const unsigned char *hash, unsigned hashLen, _tvPrng &
     uint256_to_mp_int(r, rm);
     uint256_to_mp_int(s, sm);
 
-    if (bAsn) {
-        ObjectOwner<tv_asnItem> seq(tv_asnItem::newSequence());
-        if (!seq.get() || !seq.get()->appendUnsignedInt(rm, log) || !seq.get()->appendUnsignedInt(sm, log))
-            return false;
-        bool encoded = _tvDer::EncodeAsn(seq.get(), out);
-        if (!encoded)
-            log.logError("Failed to encode final ASN.1");
-        if (log.m_verbose)
-            log.LogDataLong("eccAsnSigLen", (long)out.getSize());
-        return encoded;
-    }
+    if (bAsn)
+        return encodeDerSig(rm, sm, false, out, log);
 
     // Converted values are never negative; the test stands on the raw path only.
     if (TovarMp::isNegative(rm) || TovarMp::isNegative(sm)) {
         log.logInfo("R or S is negative");
         return false;
     }
-    return appendPadded(rm, m_curve.m_byteLen, out) && appendPadded(sm, m_curve.m_byteLen, out);
+    return appendSigHalf(rm, m_curve.m_byteLen, out) && appendSigHalf(sm, m_curve.m_byteLen, out);
 }
 
 // Checks sig over a 32-byte hash. True, with the verdict in valid and "sigValid" logged, for every

@@ -7,6 +7,9 @@ const std::vector<SchemaEntry> &schemaHandlers() {
         {"ecdsa_verify", runEcdsaVerify},
         {"ecdsa_p1363_verify", runEcdsaP1363Verify},
         {"ecdh_ecpoint_test", runEcdhEcpoint},
+        {"ecdh_test", runEcdhDer},
+        {"ecdh_pem_test", runEcdhPem},
+        {"ecdh_webcrypto_test", runEcdhWebcrypto},
     };
     return table;
 }

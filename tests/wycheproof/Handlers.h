@@ -32,6 +32,11 @@ void runEcdsaVerify(const nlohmann::json &doc, FileRun &run);
 void runEcdsaP1363Verify(const nlohmann::json &doc, FileRun &run);
 // ECDH with the peer's public key as an X9.63 point (ecdh_ecpoint_test).
 void runEcdhEcpoint(const nlohmann::json &doc, FileRun &run);
+// ECDH with keys in the module's encodings (EcdhKeyEncodings.cpp): DER SubjectPublicKeyInfo and a hex
+// scalar (ecdh_test), PEM public and PKCS #8 private keys (ecdh_pem_test), JWK pairs (ecdh_webcrypto_test).
+void runEcdhDer(const nlohmann::json &doc, FileRun &run);
+void runEcdhPem(const nlohmann::json &doc, FileRun &run);
+void runEcdhWebcrypto(const nlohmann::json &doc, FileRun &run);
 
 // ---- Shared by the handlers (Handlers.cpp) ----
 
