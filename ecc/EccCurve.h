@@ -12,6 +12,16 @@ namespace ecckey {
 
 class LogBase;
 
+// One row of the compiled-in catalogue as callers outside the loader see it (the command-line tool lists
+// them). The domain parameters are reached by loading the curve.
+struct EccCatalogEntry {
+    const char *name;           // canonical, lower case
+    const char *oid;            // dotted decimal
+    int byteLen;
+    const char *exactNames[5];  // accepted whole (after trimming and lower-casing); unused slots null
+    const char *substringName;  // accepted anywhere in the lower-cased text; null when none
+};
+
 class EccCurve {
 public:
     EccCurve();
@@ -25,8 +35,14 @@ public:
     // Fills the record from a dotted OID (exact text). Logs "Unsupported ECDSA curve." and leaves the
     // record as it was when the OID is unknown.
     bool loadCurveByOid(const StringBuffer &oid, LogBase &log);
+    // Empties every field but m_a and m_hasA (plain clear, no wipe: nothing here is secret).
     void clearEccCurve();
+    // Copies all ten fields, m_a and m_hasA included.
     void copyFromEccCurve(const EccCurve &other);
+
+    // The catalogue rows in the order names are tested. catalogEntry is null for an index out of range.
+    static int numCatalogCurves();
+    static const EccCatalogEntry *catalogEntry(int index);
 
     // SSH key-type name for the curve's OID ("ecdsa-sha2-nistp256", ...). Logs "Unsupported ecdsa curve."
     // for a record without a catalogue OID.

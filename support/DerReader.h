@@ -26,6 +26,11 @@ public:
     // Writes a header (identifier and minimal length) into out[0..]; returns its length (at most 10).
     static unsigned writeHeader(int tagClass, bool constructed, int tag, unsigned contentLen,
                                 unsigned char *out);
+    // The content rules DER adds for a few primitive universal types: BOOLEAN is one octet, 0x00 or
+    // 0xFF; NULL is empty; BIT STRING starts with an unused-bits octet of at most 7 (0 when no data
+    // octets follow) and its unused bits are zero. Every other type is accepted here; INTEGER and OID
+    // contents are checked by their readers.
+    static bool validPrimitiveContent(int tagClass, int tag, const unsigned char *content, unsigned len);
 };
 
 }  // namespace ecckey

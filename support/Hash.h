@@ -5,12 +5,13 @@ namespace ecckey {
 
 class DataBuffer;
 
-// The library's numeric hash-algorithm identifiers.
+// The library's numeric hash-algorithm identifiers. Callers pass them through as plain ints, so the
+// values are fixed once published; 4 and 6 are not assigned.
 enum HashAlg {
     HASH_SHA1 = 1,
     HASH_SHA384 = 2,
-    HASH_MD5 = 5,
     HASH_SHA512 = 3,
+    HASH_MD5 = 5,
     HASH_SHA256 = 7,
     HASH_SHA224 = 8,
 };

@@ -61,6 +61,12 @@ public:
         if (m_object) m_object->decRefCount();
         m_object = object;
     }
+    // Gives the reference back to the caller; the owner then holds nothing.
+    RefCountedObject *release() {
+        RefCountedObject *o = m_object;
+        m_object = nullptr;
+        return o;
+    }
 
 private:
     RefCountedObject *m_object;

@@ -78,8 +78,14 @@ int TovarMp::mp_mulmod(const mp_int &a, const mp_int &b, const mp_int &m, mp_int
     return ::mp_mulmod(L(a), L(b), L(m), L(c));
 }
 
+// LibTomMath 1.2 inverts |a| rather than a when a is negative and the modulus odd (and leaves the result
+// negative): a negative a is reduced into [0, m) first.
 int TovarMp::mp_invmod(const mp_int &a, const mp_int &m, mp_int &c) {
-    return usable(a, m, c) ? ::mp_invmod(L(a), L(m), L(c)) : MP_MEM;
+    if (!usable(a, m, c)) return MP_MEM;
+    if (!isNegative(a)) return ::mp_invmod(L(a), L(m), L(c));
+    mp_int reduced;
+    int err = mp_mod(a, m, reduced);
+    return err != MP_OKAY ? err : ::mp_invmod(L(reduced), L(m), L(c));
 }
 
 int TovarMp::mp_div_2(const mp_int &a, mp_int &c) { return usable(a, c) ? ::mp_div_2(L(a), L(c)) : MP_MEM; }

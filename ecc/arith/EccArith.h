@@ -4,7 +4,12 @@
 // Montgomery form modulo p (v·β mod p, β a power of the digit base above p). Coordinates stay fully
 // reduced in [0, p). The curve coefficient a is a plain (not Montgomery-form) integer in [0, p), or null
 // for curves with a = −3. There is no separate point at infinity: the formulas give Z = 0 for it and
-// mapPointBack fails on it. None of these functions logs; false means a big-integer call failed.
+// mapPointBack fails on it. None of these functions logs; false means a big-integer call failed, and the
+// output point is then left part-way modified.
+//
+// Each formula has two forms: one taking the temporaries in an EccArithScratch (the hot path: the
+// scalar multiplications set one scratch up and then run their loops without touching the heap), and
+// one that builds a scratch of its own for the single call.
 //
 // This arithmetic is not constant time. secp256k1 (a = 0) must never reach it.
 #pragma once
@@ -16,15 +21,53 @@ namespace ecckey {
 class EccPoint;
 class LogBase;
 
-// R = 2P. R may be P.
+// The temporaries of the point formulas, grown once so that products of two values below p fit: LibTomMath
+// then neither grows nor allocates inside mp_mul, mp_sqr, mp_add, mp_sub or mp_montgomery_reduce. (A
+// destination of mp_mod or mp_mulmod is handed the division's own, smaller buffer: such values, like
+// mapPointBack's temporaries, are regrown by the next product that needs room.)
+class EccArithScratch {
+  public:
+    // Grows the temporaries for modulus p and, when a is not null, prepares a in Montgomery form
+    // (a·β mod p, with mu = β mod p). False when an allocation or an integer operation fails.
+    bool setUp(const mp_int &p, const mp_int *a, const mp_int &mu);
+    // The same, computing mu itself.
+    bool setUp(const mp_int &p, const mp_int *a);
+
+    // Digits that hold any product of two values below p (plus the carries LibTomMath's comba needs).
+    static int productDigits(const mp_int &p) { return 2 * p.get_digit_count() + 2; }
+    // Grows X, Y and Z of pt to productDigits(p); the values are unchanged.
+    static bool growPoint(EccPoint &pt, const mp_int &p);
+
+    mp_int t1, t2;   // pointDouble, pointAdd and mapPointBack
+    mp_int x, y, z;  // pointAdd's copy of P
+    // a·β mod p. Multiplying a Montgomery-form value by it and reducing yields value·a mod p, the same
+    // integer a modular multiplication by the plain a gives, without the quotient mp_mulmod allocates.
+    mp_int aMont;
+    bool hasA = false;
+};
+
+// R = 2P. R may be P; when it is not, P's m_format, X, Y and Z are copied to R first.
 bool pointDouble(EccPoint &P, EccPoint &R, mp_int *a, mp_int &p, MpDigit &digit);
+bool pointDouble(EccPoint &P, EccPoint &R, mp_int *a, mp_int &p, MpDigit &digit, EccArithScratch &s);
+
 // R = P + Q. R may be P or Q. Falls back to doubling when P and Q have equal X and Z and Y = ±Q.Y (so
-// P + (−P) with equal Z gives 2P); equal points with different Z go through the general formula.
+// P + (−P) with equal Z gives 2P); equal points with different Z go through the general formula and give
+// Z = 0. A Q.Z holding the plain integer 1 is taken as Z = 1 (the Montgomery one does not count). Only the
+// doubling fallback writes R's m_format.
 bool pointAdd(EccPoint &P, EccPoint &Q, EccPoint &R, mp_int *a, mp_int &p, MpDigit &digit);
-// Jacobian Montgomery form to affine normal form with Z = 1; false for Z = 0.
+bool pointAdd(EccPoint &P, EccPoint &Q, EccPoint &R, mp_int *a, mp_int &p, MpDigit &digit,
+              EccArithScratch &s);
+
+// Jacobian Montgomery form to affine normal form with Z = 1, in place; m_format untouched. False for Z = 0
+// (the point at infinity), with Z then already taken out of Montgomery form.
 bool mapPointBack(EccPoint &P, mp_int &p, MpDigit &digit);
-// R = k·G by a Montgomery ladder (two group operations per bit after the leading one). G is affine; R is
-// written only on success of the ladder. map has no effect: the result is always affine.
+bool mapPointBack(EccPoint &P, mp_int &p, MpDigit &digit, EccArithScratch &s);
+
+// R = k·G by a Montgomery ladder: two group operations per bit after the leading one bit of k. G is affine
+// in normal form and is not modified; k = 0 gives G. R is written only when the ladder succeeds, and then
+// holds the affine result with m_format 4. False (nothing logged beyond the context "pointMultiply") when
+// an integer operation fails or the product is the point at infinity (k = n, for instance). map has no
+// effect: the result is always affine.
 bool pointMult_tmr(mp_int &k, EccPoint &G, EccPoint &R, mp_int *a, mp_int &p, int map, LogBase &log);
 
 }  // namespace ecckey

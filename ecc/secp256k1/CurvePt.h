@@ -11,21 +11,33 @@
 namespace ecckey {
 
 class _tvCurvePt {
-public:
-    _tvCurvePt();  // canonical zero point
-    _tvCurvePt(const FieldInt256 &x, const FieldInt256 &y);  // z = 1
-    _tvCurvePt(const char *xHex, const char *yHex);          // z = 1, no reduction
+  public:
+    constexpr _tvCurvePt() : x(), y(), z() { y.value[0] = 1; }         // canonical zero point (0, 1, 0)
+    _tvCurvePt(const FieldInt256 &xValue, const FieldInt256 &yValue);  // z = 1
+    constexpr _tvCurvePt(const char *xHex, const char *yHex) : x(xHex), y(yHex), z() {  // z = 1, no reduction
+        z.value[0] = 1;
+    }
+    // (x, y, z) as given; builds the constants and projective points such as (X, Y, 1) or (0, Y, 0).
+    constexpr _tvCurvePt(const FieldInt256 &xValue, const FieldInt256 &yValue, const FieldInt256 &zValue)
+        : x(xValue), y(yValue), z(zValue) {}
 
+    // this = this + other. A zero operand on either side yields the other operand; equal points are
+    // doubled; two points with the same y-product but different x-products give the zero point; opposite
+    // points give a zero point that is not in canonical form.
     void addPt(const _tvCurvePt &other);
+    // this = 2·this; a zero point or a point with y = 0 gives the canonical zero point.
     void doublePt();
-    void multiplyPt(const _tvUnsigned256 &k);  // any 256-bit k; result not normalised
+    // this = k·this by fixed 4-bit windows; any 256-bit k. The result is not normalised.
+    void multiplyPt(const _tvUnsigned256 &k);
+    // To (x/z, y/z, 1), or to the canonical (0, 1, 0) for any zero point.
     void normalizePt();
     void replace(const _tvCurvePt &other, unsigned enable);
 
-    bool isZero() const;
-    bool isOnCurve() const;
-    bool operator==(const _tvCurvePt &other) const;
+    bool isZero() const;                             // x = 0, z = 0 and y != 0
+    bool isOnCurve() const;                          // affine x, y on the curve; the zero point is not
+    bool operator==(const _tvCurvePt &other) const;  // compares representations
     bool operator!=(const _tvCurvePt &other) const;
+    // out[0] = 0x02 | (y & 1), out[1..32] = x big-endian. The point must be normalised.
     void toCompressedPoint(unsigned char *out33) const;
 
     FieldInt256 x;

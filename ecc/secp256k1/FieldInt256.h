@@ -10,14 +10,15 @@
 namespace ecckey {
 
 class FieldInt256 : public _tvUnsigned256 {
-public:
-    FieldInt256() = default;
-    explicit FieldInt256(const char *hex);              // no reduction
+  public:
+    constexpr FieldInt256() : _tvUnsigned256() {}
+    constexpr explicit FieldInt256(const char *hex) : _tvUnsigned256(hex) {}  // no reduction
     explicit FieldInt256(const _tvUnsigned256 &value);  // subtracts p once when value >= p
 
     void add(const FieldInt256 &other);
     void subtract(const FieldInt256 &other);
     void multiply2();
+    // Schoolbook product, Barrett reduction by floor(2^512 / p), one final conditional subtraction.
     void multiply(const FieldInt256 &other);  // other may be *this
     void square();
     void reciprocal();  // zero stays zero
@@ -29,6 +30,7 @@ public:
     bool operator<=(const FieldInt256 &other) const;
     bool operator>(const FieldInt256 &other) const;
     bool operator>=(const FieldInt256 &other) const;
+    // Against a plain 256-bit integer (an x coordinate against the group order, say).
     bool operator<(const _tvUnsigned256 &other) const;
     bool operator>=(const _tvUnsigned256 &other) const;
 };
