@@ -30,3 +30,44 @@ bench: build
 
 clean:
 	rm -rf $(BUILD_DIR)
+
+# ---- Hardening: sanitizers, threads, valgrind, fuzzing (each in a build folder of its own) ----
+SANITIZE_DIR ?= build-sanitize
+TSAN_DIR ?= build-tsan
+FUZZ_DIR ?= build-fuzz
+FUZZ_SECONDS ?= 60
+# The signing, verification and encoding suites, plus the corpus replays, under valgrind's memcheck.
+MEMCHECK_FILTER ?= *Sign*:*Verif*:*Sig*:*Der*:*Pem*:*Jwk*:*Xml*:*Ssh*:*Putty*:*Raw*:*Codec*:*Asn*
+HARDEN_FLAGS = -DCMAKE_BUILD_TYPE=RelWithDebInfo -DECCKEY_BENCH=OFF $(CMAKE_FLAGS)
+
+.PHONY: test-sanitize test-tsan memcheck fuzz
+
+# The whole suite with AddressSanitizer and UndefinedBehaviorSanitizer; the first report fails the run.
+# The installed-package check is left out: a user's project does not link the sanitizer runtimes.
+test-sanitize: deps
+	@cmake -S . -B $(SANITIZE_DIR) $(HARDEN_FLAGS) -DECCKEY_SANITIZE=ON >/dev/null
+	@cmake --build $(SANITIZE_DIR) -j $(JOBS)
+	@cd $(SANITIZE_DIR) && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1:strict_string_checks=1 \
+	  UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+	  ctest --output-on-failure -j $(JOBS) -E '^install_and_build_example$$'
+
+# The thread test under ThreadSanitizer: any report fails it.
+test-tsan: deps
+	@cmake -S . -B $(TSAN_DIR) $(HARDEN_FLAGS) -DCMAKE_CXX_FLAGS="-fsanitize=thread -fno-omit-frame-pointer" \
+	  -DCMAKE_EXE_LINKER_FLAGS=-fsanitize=thread >/dev/null
+	@cmake --build $(TSAN_DIR) -j $(JOBS) --target ecckey-tests
+	@TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 setarch "$$(uname -m)" -R \
+	  $(TSAN_DIR)/bin/ecckey-tests --gtest_filter='Threads.*'
+
+# valgrind memcheck: no error and nothing definitely lost.
+memcheck: build
+	@valgrind --quiet --error-exitcode=99 --leak-check=full --errors-for-leak-kinds=definite \
+	  --track-origins=yes $(BUILD_DIR)/bin/ecckey-tests --gtest_filter='$(MEMCHECK_FILTER)'
+	@for t in $(BUILD_DIR)/bin/fuzz-replay/replay_*; do \
+	  valgrind --quiet --error-exitcode=99 --leak-check=full --errors-for-leak-kinds=definite \
+	    "$$t" fuzz/corpus/$${t##*/replay_} >/dev/null || exit 1; \
+	done; echo "memcheck: corpus replays clean"
+
+# Every libFuzzer target for FUZZ_SECONDS seconds (clang-14); prints executions and findings per target.
+fuzz: deps
+	@fuzz/run.sh $(FUZZ_DIR) $(FUZZ_SECONDS)
