@@ -25,7 +25,8 @@ bool appendSubidentifier(DataBuffer &out, std::uint64_t value) {
         value >>= 7;
     } while (value != 0);
     while (n > 1) {
-        if (!out.appendChar((unsigned char)(groups[--n] | 0x80))) return false;
+        if (!out.appendChar((unsigned char)(groups[--n] | 0x80)))
+            return false;
     }
     return out.appendChar(groups[0]);
 }
@@ -36,12 +37,15 @@ bool parseArc(const char *text, unsigned &pos, std::uint64_t &arc) {
     std::uint64_t value = 0;
     while (text[pos] >= '0' && text[pos] <= '9') {
         const unsigned digit = (unsigned)(text[pos] - '0');
-        if (value > (UINT64_MAX - digit) / 10) return false;
+        if (value > (UINT64_MAX - digit) / 10)
+            return false;
         value = value * 10 + digit;
         ++pos;
     }
-    if (pos == start) return false;                        // empty arc
-    if (text[start] == '0' && pos - start > 1) return false;  // "01"
+    if (pos == start)
+        return false;  // empty arc
+    if (text[start] == '0' && pos - start > 1)
+        return false;  // "01"
     arc = value;
     return true;
 }
@@ -55,7 +59,7 @@ unsigned headerLength(int tagClass, bool constructed, int tag, unsigned contentL
 
 // Creates nodes and fills them while decoding; the only code besides _tvAsn1 that touches its insides.
 class Asn1Builder {
-public:
+  public:
     static _tvAsn1 *create(int tagClass, bool constructed, int tag) {
         return new (std::nothrow) _tvAsn1(tagClass, constructed, tag);
     }
@@ -87,7 +91,8 @@ public:
         RefCountedObjectOwner nodeOwner(node);
         const unsigned char *content = der + hdr.headerLen;
         if (hdr.constructed) {
-            if (!decodeChildren(node, base, content, hdr.contentLen, depth, log)) return nullptr;
+            if (!decodeChildren(node, base, content, hdr.contentLen, depth, log))
+                return nullptr;
         } else {
             if (!DerReader::validPrimitiveContent(hdr.tagClass, hdr.tag, content, hdr.contentLen)) {
                 log.logError("Invalid DER content for its ASN.1 type.");
@@ -104,7 +109,7 @@ public:
         return node;
     }
 
-private:
+  private:
     // The children must fill the parent's content exactly.
     static bool decodeChildren(_tvAsn1 *node, const unsigned char *base, const unsigned char *content,
                                unsigned contentLen, int depth, LogBase &log) {
@@ -112,7 +117,8 @@ private:
         while (pos < contentLen) {
             unsigned used = 0;
             _tvAsn1 *child = decode(base, content + pos, contentLen - pos, used, depth + 1, log);
-            if (!child) return false;
+            if (!child)
+                return false;
             if (!node->AppendPart(child)) {
                 log.logError("Out of memory decoding ASN.1.");
                 return false;
@@ -129,23 +135,29 @@ _tvAsn1::_tvAsn1(int tagClass, bool constructed, int tag)
 }
 
 _tvAsn1::~_tvAsn1() {
-    for (_tvAsn1 *part : m_parts) part->decRefCount();
+    for (_tvAsn1 *part : m_parts)
+        part->decRefCount();
 }
 
-_tvAsn1 *_tvAsn1::newSequence() { return Asn1Builder::create(CLASS_UNIVERSAL, true, TAG_SEQUENCE); }
+_tvAsn1 *_tvAsn1::newSequence() {
+    return Asn1Builder::create(CLASS_UNIVERSAL, true, TAG_SEQUENCE);
+}
 
 _tvAsn1 *_tvAsn1::newInteger(int value) {
     _tvAsn1 *node = Asn1Builder::create(CLASS_UNIVERSAL, false, TAG_INTEGER);
-    if (!node) return nullptr;
+    if (!node)
+        return nullptr;
     // Two's complement, big-endian, without redundant leading 0x00 or 0xFF octets.
     unsigned char bytes[sizeof(long long)];
     const long long v = value;
-    for (unsigned i = 0; i < sizeof bytes; ++i) bytes[i] = (unsigned char)(v >> (8 * (sizeof bytes - 1 - i)));
+    for (unsigned i = 0; i < sizeof bytes; ++i)
+        bytes[i] = (unsigned char)(v >> (8 * (sizeof bytes - 1 - i)));
     unsigned start = 0;
     while (start + 1 < sizeof bytes) {
         const bool redundantZero = bytes[start] == 0x00 && !(bytes[start + 1] & 0x80);
         const bool redundantOnes = bytes[start] == 0xff && (bytes[start + 1] & 0x80);
-        if (!redundantZero && !redundantOnes) break;
+        if (!redundantZero && !redundantOnes)
+            break;
         ++start;
     }
     if (!Asn1Builder::setContent(node, bytes + start, (unsigned)(sizeof bytes - start))) {
@@ -156,24 +168,33 @@ _tvAsn1 *_tvAsn1::newInteger(int value) {
 }
 
 _tvAsn1 *_tvAsn1::newOid(const char *dottedText) {
-    if (!dottedText) return nullptr;
+    if (!dottedText)
+        return nullptr;
     // Arcs: the first is 0, 1 or 2; below 2 the second is at most 39; the first two share one
     // subidentifier, 40 * first + second.
     DataBuffer encoded;
     unsigned pos = 0;
     std::uint64_t first = 0, second = 0;
-    if (!parseArc(dottedText, pos, first) || first > 2 || dottedText[pos++] != '.') return nullptr;
-    if (!parseArc(dottedText, pos, second)) return nullptr;
-    if (first < 2 && second > 39) return nullptr;
-    if (second > UINT64_MAX - 80) return nullptr;
-    if (!appendSubidentifier(encoded, first * 40 + second)) return nullptr;
+    if (!parseArc(dottedText, pos, first) || first > 2 || dottedText[pos++] != '.')
+        return nullptr;
+    if (!parseArc(dottedText, pos, second))
+        return nullptr;
+    if (first < 2 && second > 39)
+        return nullptr;
+    if (second > UINT64_MAX - 80)
+        return nullptr;
+    if (!appendSubidentifier(encoded, first * 40 + second))
+        return nullptr;
     while (dottedText[pos] != '\0') {
         std::uint64_t arc = 0;
-        if (dottedText[pos++] != '.' || !parseArc(dottedText, pos, arc)) return nullptr;
-        if (!appendSubidentifier(encoded, arc)) return nullptr;
+        if (dottedText[pos++] != '.' || !parseArc(dottedText, pos, arc))
+            return nullptr;
+        if (!appendSubidentifier(encoded, arc))
+            return nullptr;
     }
     _tvAsn1 *node = Asn1Builder::create(CLASS_UNIVERSAL, false, TAG_OID);
-    if (!node) return nullptr;
+    if (!node)
+        return nullptr;
     if (!Asn1Builder::setContent(node, encoded.getData2(), encoded.getSize())) {
         node->decRefCount();
         return nullptr;
@@ -182,9 +203,11 @@ _tvAsn1 *_tvAsn1::newOid(const char *dottedText) {
 }
 
 _tvAsn1 *_tvAsn1::newOctetString(const unsigned char *bytes, unsigned count) {
-    if (!bytes && count != 0) return nullptr;
+    if (!bytes && count != 0)
+        return nullptr;
     _tvAsn1 *node = Asn1Builder::create(CLASS_UNIVERSAL, false, TAG_OCTET_STRING);
-    if (!node) return nullptr;
+    if (!node)
+        return nullptr;
     if (count != 0 && !Asn1Builder::setContent(node, bytes, count)) {
         node->decRefCount();
         return nullptr;
@@ -193,9 +216,11 @@ _tvAsn1 *_tvAsn1::newOctetString(const unsigned char *bytes, unsigned count) {
 }
 
 _tvAsn1 *_tvAsn1::newBitString(const unsigned char *bytes, unsigned count) {
-    if ((!bytes && count != 0) || count == UINT32_MAX) return nullptr;
+    if ((!bytes && count != 0) || count == UINT32_MAX)
+        return nullptr;
     _tvAsn1 *node = Asn1Builder::create(CLASS_UNIVERSAL, false, TAG_BIT_STRING);
-    if (!node) return nullptr;
+    if (!node)
+        return nullptr;
     const unsigned char noUnusedBits = 0;
     if (!node->m_content.ensureCapacity(count + 1) || !Asn1Builder::setContent(node, &noUnusedBits, 1) ||
         (count != 0 && !Asn1Builder::setContent(node, bytes, count))) {
@@ -206,12 +231,14 @@ _tvAsn1 *_tvAsn1::newBitString(const unsigned char *bytes, unsigned count) {
 }
 
 _tvAsn1 *_tvAsn1::newContextSpecificContructed(int tagNumber) {
-    if (tagNumber < 0 || tagNumber >= (1 << 28)) return nullptr;
+    if (tagNumber < 0 || tagNumber >= (1 << 28))
+        return nullptr;
     return Asn1Builder::create(CLASS_CONTEXT, true, tagNumber);
 }
 
 bool _tvAsn1::AppendPart(_tvAsn1 *child) {
-    if (!child) return false;
+    if (!child)
+        return false;
     if (child == this || !m_constructed) {
         child->decRefCount();
         return false;
@@ -226,28 +253,39 @@ bool _tvAsn1::AppendPart(_tvAsn1 *child) {
 }
 
 bool _tvAsn1::deletePart(int index) {
-    if (index < 0 || index >= numAsnParts()) return false;
+    if (index < 0 || index >= numAsnParts())
+        return false;
     m_parts[(size_t)index]->decRefCount();
     m_parts.erase(m_parts.begin() + index);
     return true;
 }
 
-int _tvAsn1::numAsnParts() const { return (int)m_parts.size(); }
+int _tvAsn1::numAsnParts() const {
+    return (int)m_parts.size();
+}
 
 _tvAsn1 *_tvAsn1::getAsnPart(int index) const {
-    if (index < 0 || index >= numAsnParts()) return nullptr;
+    if (index < 0 || index >= numAsnParts())
+        return nullptr;
     return m_parts[(size_t)index];
 }
 
-bool _tvAsn1::isSequence() const { return m_class == CLASS_UNIVERSAL && m_constructed && m_tag == TAG_SEQUENCE; }
-bool _tvAsn1::isBitString() const { return m_class == CLASS_UNIVERSAL && !m_constructed && m_tag == TAG_BIT_STRING; }
+bool _tvAsn1::isSequence() const {
+    return m_class == CLASS_UNIVERSAL && m_constructed && m_tag == TAG_SEQUENCE;
+}
+bool _tvAsn1::isBitString() const {
+    return m_class == CLASS_UNIVERSAL && !m_constructed && m_tag == TAG_BIT_STRING;
+}
 bool _tvAsn1::isOctetString() const {
     return m_class == CLASS_UNIVERSAL && !m_constructed && m_tag == TAG_OCTET_STRING;
 }
-bool _tvAsn1::isOid() const { return m_class == CLASS_UNIVERSAL && !m_constructed && m_tag == TAG_OID; }
+bool _tvAsn1::isOid() const {
+    return m_class == CLASS_UNIVERSAL && !m_constructed && m_tag == TAG_OID;
+}
 
 bool _tvAsn1::GetOid(StringBuffer &out) const {
-    if (!isOid() || m_content.getSize() == 0) return false;
+    if (!isOid() || m_content.getSize() == 0)
+        return false;
     const unsigned char *p = m_content.getData2();
     const unsigned len = m_content.getSize();
     StringBuffer dotted;
@@ -256,10 +294,13 @@ bool _tvAsn1::GetOid(StringBuffer &out) const {
     bool firstSubid = true;
     for (unsigned i = 0; i < len; ++i) {
         const bool groupStart = (i == 0 || !(p[i - 1] & 0x80));
-        if (groupStart && p[i] == 0x80) return false;         // non-minimal subidentifier
-        if (value > (UINT64_MAX >> 7)) return false;          // would overflow 64 bits
+        if (groupStart && p[i] == 0x80)
+            return false;  // non-minimal subidentifier
+        if (value > (UINT64_MAX >> 7))
+            return false;  // would overflow 64 bits
         value = (value << 7) | (p[i] & 0x7f);
-        if (p[i] & 0x80) continue;
+        if (p[i] & 0x80)
+            continue;
         if (firstSubid) {
             // The first subidentifier packs two arcs: 0.x and 1.x for x < 40, 2.x above.
             const unsigned firstArc = value < 40 ? 0 : (value < 80 ? 1 : 2);
@@ -269,26 +310,33 @@ bool _tvAsn1::GetOid(StringBuffer &out) const {
         } else {
             std::snprintf(digits, sizeof digits, ".%llu", (unsigned long long)value);
         }
-        if (!dotted.append(digits)) return false;
+        if (!dotted.append(digits))
+            return false;
         value = 0;
     }
-    if (p[len - 1] & 0x80) return false;  // last subidentifier cut short
+    if (p[len - 1] & 0x80)
+        return false;  // last subidentifier cut short
     return out.setString(dotted);
 }
 
 bool _tvAsn1::getAsnContent(DataBuffer &out) const {
-    if (m_constructed) return false;
+    if (m_constructed)
+        return false;
     return out.append(m_content);
 }
 
 int _tvAsn1::asnIntValue() const {
     const unsigned len = m_content.getSize();
-    if (m_class != CLASS_UNIVERSAL || m_constructed || m_tag != TAG_INTEGER) return 0;
-    if (len == 0 || len > sizeof(int)) return 0;
+    if (m_class != CLASS_UNIVERSAL || m_constructed || m_tag != TAG_INTEGER)
+        return 0;
+    if (len == 0 || len > sizeof(int))
+        return 0;
     const unsigned char *p = m_content.getData2();
-    if (len > 1 && ((p[0] == 0x00 && !(p[1] & 0x80)) || (p[0] == 0xff && (p[1] & 0x80)))) return 0;
+    if (len > 1 && ((p[0] == 0x00 && !(p[1] & 0x80)) || (p[0] == 0xff && (p[1] & 0x80))))
+        return 0;
     long long value = (signed char)p[0];  // the first octet carries the sign
-    for (unsigned i = 1; i < len; ++i) value = value * 256 + p[i];
+    for (unsigned i = 1; i < len; ++i)
+        value = value * 256 + p[i];
     return (int)value;
 }
 
@@ -306,13 +354,16 @@ bool _tvAsn1::encodedLength(unsigned &len) const {
     if (m_constructed) {
         for (const _tvAsn1 *part : m_parts) {
             unsigned partLen = 0;
-            if (!part->encodedLength(partLen)) return false;
+            if (!part->encodedLength(partLen))
+                return false;
             contentLen += partLen;
-            if (contentLen > UINT32_MAX - kMaxHeaderLen) return false;
+            if (contentLen > UINT32_MAX - kMaxHeaderLen)
+                return false;
         }
     } else {
         contentLen = m_content.getSize();
-        if (contentLen > UINT32_MAX - kMaxHeaderLen) return false;
+        if (contentLen > UINT32_MAX - kMaxHeaderLen)
+            return false;
     }
     len = headerLength(m_class, m_constructed, m_tag, (unsigned)contentLen) + (unsigned)contentLen;
     return true;
@@ -323,7 +374,8 @@ bool _tvAsn1::encodeInto(DataBuffer &out) const {
     if (m_constructed) {
         for (const _tvAsn1 *part : m_parts) {
             unsigned partLen = 0;
-            if (!part->encodedLength(partLen)) return false;
+            if (!part->encodedLength(partLen))
+                return false;
             contentLen += partLen;
         }
     } else {
@@ -331,10 +383,13 @@ bool _tvAsn1::encodeInto(DataBuffer &out) const {
     }
     unsigned char header[kMaxHeaderLen];
     const unsigned headerLen = DerReader::writeHeader(m_class, m_constructed, m_tag, contentLen, header);
-    if (!out.append(header, headerLen)) return false;
-    if (!m_constructed) return out.append(m_content);
+    if (!out.append(header, headerLen))
+        return false;
+    if (!m_constructed)
+        return out.append(m_content);
     for (const _tvAsn1 *part : m_parts) {
-        if (!part->encodeInto(out)) return false;
+        if (!part->encodeInto(out))
+            return false;
     }
     return true;
 }

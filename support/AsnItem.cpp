@@ -1,7 +1,6 @@
 // tv_asnItem and _tvDer: the item model of ECDSA signatures, and a readable dump of any DER.
 #include "support/AsnItem.h"
 
-#include <cstdio>
 #include <new>
 
 #include "support/Asn1.h"
@@ -25,10 +24,13 @@ tv_asnItem::tv_asnItem(int tagClass, bool constructed, int tag)
     : m_class(tagClass), m_constructed(constructed), m_tag(tag) {}
 
 tv_asnItem::~tv_asnItem() {
-    for (tv_asnItem *child : m_children) delete child;
+    for (tv_asnItem *child : m_children)
+        delete child;
 }
 
-tv_asnItem *tv_asnItem::newSequence() { return new (std::nothrow) tv_asnItem(0, true, kTagSequence); }
+tv_asnItem *tv_asnItem::newSequence() {
+    return new (std::nothrow) tv_asnItem(0, true, kTagSequence);
+}
 
 bool tv_asnItem::appendUnsignedInt(const mp_int &value, LogBase &log) {
     if (!m_constructed) {
@@ -48,7 +50,8 @@ bool tv_asnItem::appendUnsignedInt(const mp_int &value, LogBase &log) {
     // Minimal magnitude; zero is the single octet 0x00, and a leading octet of 0x80 or more gets a
     // 0x00 in front so the INTEGER stays positive.
     bool ok = TovarMp::mpint_to_db(value, content);
-    if (ok && content.getSize() == 0) ok = content.appendChar(0);
+    if (ok && content.getSize() == 0)
+        ok = content.appendChar(0);
     if (ok && content[0] >= 0x80) {
         const unsigned char zero = 0;
         ok = content.prepend(&zero, 1);
@@ -61,7 +64,8 @@ bool tv_asnItem::appendUnsignedInt(const mp_int &value, LogBase &log) {
             ok = false;
         }
     }
-    if (!ok) log.logError("Failed to append an INTEGER to the ASN.1 item.");
+    if (!ok)
+        log.logError("Failed to append an INTEGER to the ASN.1 item.");
     return ok;
 }
 
@@ -70,7 +74,8 @@ bool tv_asnItem::appendUnsignedInt_ensure7bit(const mp_int &value, LogBase &log)
 }
 
 tv_asnItem *tv_asnItem::getSubItem_doNotDelete(int index) const {
-    if (index < 0 || index >= numSubItems()) return nullptr;
+    if (index < 0 || index >= numSubItems())
+        return nullptr;
     return m_children[(size_t)index];
 }
 
@@ -111,26 +116,32 @@ bool contentLength(const tv_asnItem *item, unsigned long long &len) {
     for (int i = 0; i < item->numSubItems(); ++i) {
         const tv_asnItem *child = item->getSubItem_doNotDelete(i);
         unsigned long long childLen = 0;
-        if (!contentLength(child, childLen)) return false;
+        if (!contentLength(child, childLen))
+            return false;
         unsigned char header[10];
         len += DerReader::writeHeader(child->getTagClass(), child->isConstructed(), child->getTag(),
                                       (unsigned)childLen, header) +
                childLen;
-        if (len > 0xffff0000ull) return false;
+        if (len > 0xffff0000ull)
+            return false;
     }
     return true;
 }
 
 bool encodeItem(const tv_asnItem *item, DataBuffer &out) {
     unsigned long long len = 0;
-    if (!contentLength(item, len)) return false;
+    if (!contentLength(item, len))
+        return false;
     unsigned char header[10];
-    const unsigned headerLen =
-        DerReader::writeHeader(item->getTagClass(), item->isConstructed(), item->getTag(), (unsigned)len, header);
-    if (!out.append(header, headerLen)) return false;
-    if (!item->isConstructed()) return out.append(item->content());
+    const unsigned headerLen = DerReader::writeHeader(item->getTagClass(), item->isConstructed(),
+                                                      item->getTag(), (unsigned)len, header);
+    if (!out.append(header, headerLen))
+        return false;
+    if (!item->isConstructed())
+        return out.append(item->content());
     for (int i = 0; i < item->numSubItems(); ++i) {
-        if (!encodeItem(item->getSubItem_doNotDelete(i), out)) return false;
+        if (!encodeItem(item->getSubItem_doNotDelete(i), out))
+            return false;
     }
     return true;
 }
@@ -138,8 +149,12 @@ bool encodeItem(const tv_asnItem *item, DataBuffer &out) {
 }  // namespace
 
 bool _tvDer::EncodeAsn(const tv_asnItem *item, DataBuffer &out) {
-    if (!item) return false;
-    return encodeItem(item, out);
+    unsigned long long contentLen = 0;
+    if (!item || !contentLength(item, contentLen))
+        return false;
+    // Reserve everything first so that the appends cannot fail half-way.
+    const unsigned long long totalLen = out.getSize() + contentLen + 10;
+    return totalLen <= 0xffffffffull && out.ensureCapacity((unsigned)totalLen) && encodeItem(item, out);
 }
 
 tv_asnItem *_tvDer::DecodeAsn(const unsigned char *bytes, unsigned count, unsigned &consumed, LogBase &log) {
@@ -157,20 +172,25 @@ tv_asnItem *_tvDer::DecodeAsn(const unsigned char *bytes, unsigned count, unsign
         // Decodes the element at the front of bytes; the children of a constructed element must fill
         // its content exactly.
         tv_asnItem *decode(const unsigned char *bytes, unsigned count, unsigned &consumed, int depth) {
-            if (depth > DerReader::kMaxDepth) return fail("ASN.1 nesting exceeds the depth limit.", bytes);
+            if (depth > DerReader::kMaxDepth)
+                return fail("ASN.1 nesting exceeds the depth limit.", bytes);
             DerHeader hdr;
-            if (!DerReader::readHeader(bytes, count, hdr)) return fail("Invalid or truncated DER element.", bytes);
+            if (!DerReader::readHeader(bytes, count, hdr))
+                return fail("Invalid or truncated DER element.", bytes);
             const unsigned char *content = bytes + hdr.headerLen;
-            if (!hdr.constructed && !DerReader::validPrimitiveContent(hdr.tagClass, hdr.tag, content, hdr.contentLen))
+            if (!hdr.constructed &&
+                !DerReader::validPrimitiveContent(hdr.tagClass, hdr.tag, content, hdr.contentLen))
                 return fail("Invalid DER content for its ASN.1 type.", bytes);
-            ObjectOwner<tv_asnItem> item(new (std::nothrow) tv_asnItem(hdr.tagClass, hdr.constructed, hdr.tag));
+            ObjectOwner<tv_asnItem> item(new (std::nothrow)
+                                             tv_asnItem(hdr.tagClass, hdr.constructed, hdr.tag));
             if (!item.get() || (!hdr.constructed && !item.get()->m_content.append(content, hdr.contentLen)))
                 return fail("Out of memory decoding ASN.1.", bytes);
             unsigned pos = 0;
             while (hdr.constructed && pos < hdr.contentLen) {
                 unsigned used = 0;
                 ObjectOwner<tv_asnItem> child(decode(content + pos, hdr.contentLen - pos, used, depth + 1));
-                if (!child.get()) return nullptr;
+                if (!child.get())
+                    return nullptr;
                 try {
                     item.get()->m_children.push_back(child.get());
                 } catch (const std::bad_alloc &) {
@@ -198,33 +218,54 @@ namespace {
 // Element names of the dump, for the universal types a key or signature holds.
 const char *universalName(int tag) {
     switch (tag) {
-    case 1: return "bool";
-    case 2: return "int";
-    case 3: return "bits";
-    case 4: return "octets";
-    case 5: return "null";
-    case 6: return "oid";
-    case 12: return "utf8";
-    case 16: return "sequence";
-    case 17: return "set";
-    case 19: return "printable";
-    case 22: return "ia5";
-    case 23: return "utctime";
-    case 24: return "gentime";
-    default: return nullptr;
+        case 1:
+            return "bool";
+        case 2:
+            return "int";
+        case 3:
+            return "bits";
+        case 4:
+            return "octets";
+        case 5:
+            return "null";
+        case 6:
+            return "oid";
+        case 12:
+            return "utf8";
+        case 16:
+            return "sequence";
+        case 17:
+            return "set";
+        case 19:
+            return "printable";
+        case 22:
+            return "ia5";
+        case 23:
+            return "utctime";
+        case 24:
+            return "gentime";
+        default:
+            return nullptr;
     }
 }
 
-bool isTextType(int tag) { return tag == 12 || tag == 19 || tag == 22 || tag == 23 || tag == 24; }
+bool isTextType(int tag) {
+    return tag == 12 || tag == 19 || tag == 22 || tag == 23 || tag == 24;
+}
 
 void appendEscaped(StringBuffer &out, const unsigned char *text, unsigned len) {
     for (unsigned i = 0; i < len; ++i) {
         const unsigned char c = text[i];
-        if (c == '<') out.append("&lt;");
-        else if (c == '>') out.append("&gt;");
-        else if (c == '&') out.append("&amp;");
-        else if (c < 0x20 || c > 0x7e) out.appendChar('.');
-        else out.appendChar((char)c);
+        if (c == '<')
+            out.append("&lt;");
+        else if (c == '>')
+            out.append("&gt;");
+        else if (c == '&')
+            out.append("&amp;");
+        else if (c < 0x20 || c > 0x7e)
+            out.appendChar('.');
+        else
+            out.appendChar((char)c);
     }
 }
 
@@ -232,9 +273,11 @@ void appendEscaped(StringBuffer &out, const unsigned char *text, unsigned len) {
 // most 8 octets are shown: OCTET STRINGs, BIT STRINGs and long INTEGERs may hold a private key, so
 // they appear with their length only.
 void dumpNode(const _tvAsn1 &node, int depth, StringBuffer &out) {
-    for (int i = 0; i < depth; ++i) out.append("  ");
+    for (int i = 0; i < depth; ++i)
+        out.append("  ");
     static const char *const classNames[] = {"universal", "application", "contextSpecific", "private"};
-    const char *name = node.tagClass() == _tvAsn1::CLASS_UNIVERSAL ? universalName(node.tagNumber()) : nullptr;
+    const char *name =
+        node.tagClass() == _tvAsn1::CLASS_UNIVERSAL ? universalName(node.tagNumber()) : nullptr;
     const char *closeName = name ? name : classNames[node.tagClass() & 3];
     StringBuffer open;
     if (name) {
@@ -246,8 +289,10 @@ void dumpNode(const _tvAsn1 &node, int depth, StringBuffer &out) {
     }
     if (node.isConstructed()) {
         out.append3("<", open.getString(), ">\n");
-        for (int i = 0; i < node.numAsnParts(); ++i) dumpNode(*node.getAsnPart(i), depth + 1, out);
-        for (int i = 0; i < depth; ++i) out.append("  ");
+        for (int i = 0; i < node.numAsnParts(); ++i)
+            dumpNode(*node.getAsnPart(i), depth + 1, out);
+        for (int i = 0; i < depth; ++i)
+            out.append("  ");
         out.append3("</", closeName, ">\n");
         return;
     }
@@ -256,13 +301,16 @@ void dumpNode(const _tvAsn1 &node, int depth, StringBuffer &out) {
     node.getAsnContent(content);
     StringBuffer oid;
     out.append2("<", open.getString());
-    if (node.tagClass() == _tvAsn1::CLASS_UNIVERSAL && node.tagNumber() == _tvAsn1::TAG_OID && node.GetOid(oid)) {
+    if (node.tagClass() == _tvAsn1::CLASS_UNIVERSAL && node.tagNumber() == _tvAsn1::TAG_OID &&
+        node.GetOid(oid)) {
         out.append3(">", oid.getString(), "</oid>\n");
     } else if (name && (isTextType(node.tagNumber()) || (node.tagNumber() == 2 && content.getSize() <= 8) ||
                         node.tagNumber() == 1)) {
         out.append(">");
-        if (isTextType(node.tagNumber())) appendEscaped(out, content.getData2(), content.getSize());
-        else DataBuffer::toHexString2(content.getData2(), content.getSize(), false, out);
+        if (isTextType(node.tagNumber()))
+            appendEscaped(out, content.getData2(), content.getSize());
+        else
+            DataBuffer::toHexString2(content.getData2(), content.getSize(), false, out);
         out.append3("</", name, ">\n");
     } else {
         out.append(" len=\"");

@@ -88,7 +88,7 @@ bool decodeBase64(const char *text, bool url, DataBuffer &out) {
     return true;
 }
 
-void encodeBase64(const unsigned char *b, unsigned n, bool url, StringBuffer &out) {
+bool encodeBase64(const unsigned char *b, unsigned n, bool url, StringBuffer &out) {
     const char *alphabet = url ? kBase64Url : kBase64;
     char quad[5] = {0, 0, 0, 0, 0};
     unsigned i = 0;
@@ -98,17 +98,17 @@ void encodeBase64(const unsigned char *b, unsigned n, bool url, StringBuffer &ou
         quad[1] = alphabet[(v >> 12) & 63];
         quad[2] = alphabet[(v >> 6) & 63];
         quad[3] = alphabet[v & 63];
-        out.append(quad);
+        if (!out.append(quad)) return false;
     }
     unsigned rest = n - i;
-    if (rest == 0) return;
+    if (rest == 0) return true;
     unsigned v = (unsigned)b[i] << 16 | (rest == 2 ? (unsigned)b[i + 1] << 8 : 0);
     quad[0] = alphabet[v >> 18];
     quad[1] = alphabet[(v >> 12) & 63];
     quad[2] = rest == 2 ? alphabet[(v >> 6) & 63] : '=';
     quad[3] = '=';
     if (url) quad[rest == 2 ? 3 : 2] = 0;
-    out.append(quad);
+    return out.append(quad);
 }
 
 }  // namespace
@@ -266,12 +266,10 @@ bool DataBuffer::encodeDB(const char *encoding, StringBuffer &out) const {
         return true;
     }
     if (std::strcmp(encoding, "base64") == 0) {
-        encodeBase64(m_data, m_size, false, out);
-        return true;
+        return encodeBase64(m_data, m_size, false, out);
     }
     if (std::strcmp(encoding, "base64url") == 0) {
-        encodeBase64(m_data, m_size, true, out);
-        return true;
+        return encodeBase64(m_data, m_size, true, out);
     }
     return false;
 }

@@ -12,13 +12,20 @@ namespace {
 
 const EVP_MD *digestFor(int hashAlg) {
     switch (hashAlg) {
-    case HASH_SHA1: return EVP_sha1();
-    case HASH_SHA384: return EVP_sha384();
-    case HASH_SHA512: return EVP_sha512();
-    case HASH_MD5: return EVP_md5();
-    case HASH_SHA256: return EVP_sha256();
-    case HASH_SHA224: return EVP_sha224();
-    default: return nullptr;
+        case HASH_SHA1:
+            return EVP_sha1();
+        case HASH_SHA384:
+            return EVP_sha384();
+        case HASH_SHA512:
+            return EVP_sha512();
+        case HASH_MD5:
+            return EVP_md5();
+        case HASH_SHA256:
+            return EVP_sha256();
+        case HASH_SHA224:
+            return EVP_sha224();
+        default:
+            return nullptr;
     }
 }
 
@@ -26,11 +33,13 @@ const EVP_MD *digestFor(int hashAlg) {
 
 bool _tvHash::doHash(const void *data, unsigned size, int hashAlg, DataBuffer &out) {
     const EVP_MD *md = digestFor(hashAlg);
-    if (!md || (!data && size != 0)) return false;
+    if (!md || (!data && size != 0))
+        return false;
     static const unsigned char kEmpty = 0;
     unsigned char digest[EVP_MAX_MD_SIZE];
     unsigned digestLen = 0;
-    if (EVP_Digest(size ? data : &kEmpty, size, digest, &digestLen, md, nullptr) != 1) return false;
+    if (EVP_Digest(size ? data : &kEmpty, size, digest, &digestLen, md, nullptr) != 1)
+        return false;
     return out.append(digest, digestLen);
 }
 

@@ -33,9 +33,13 @@ struct WipingAllocator {
     }
 };
 template <typename T, typename U>
-bool operator==(const WipingAllocator<T> &, const WipingAllocator<U> &) noexcept { return true; }
+bool operator==(const WipingAllocator<T> &, const WipingAllocator<U> &) noexcept {
+    return true;
+}
 template <typename T, typename U>
-bool operator!=(const WipingAllocator<T> &, const WipingAllocator<U> &) noexcept { return false; }
+bool operator!=(const WipingAllocator<T> &, const WipingAllocator<U> &) noexcept {
+    return false;
+}
 
 using WipingString = std::basic_string<char, std::char_traits<char>, WipingAllocator<char>>;
 using Json = nlohmann::basic_json<std::map, std::vector, WipingString, bool, std::int64_t, std::uint64_t,
@@ -52,12 +56,15 @@ int nestingDepth(const char *text, std::size_t len) {
     for (std::size_t i = 0; i < len; ++i) {
         const char c = text[i];
         if (inString) {
-            if (c == '\\') ++i;
-            else if (c == '"') inString = false;
+            if (c == '\\')
+                ++i;
+            else if (c == '"')
+                inString = false;
         } else if (c == '"') {
             inString = true;
         } else if (c == '{' || c == '[') {
-            if (++depth > maxDepth) maxDepth = depth;
+            if (++depth > maxDepth)
+                maxDepth = depth;
         } else if (c == '}' || c == ']') {
             --depth;
         }
@@ -77,11 +84,14 @@ struct ClsJsonObject::Impl {
         for (;;) {
             const char *dot = std::strchr(start, '.');
             const WipingString name(start, dot ? (std::size_t)(dot - start) : std::strlen(start));
-            if (!node->is_object()) return nullptr;
+            if (!node->is_object())
+                return nullptr;
             const auto it = node->find(name);
-            if (it == node->end()) return nullptr;
+            if (it == node->end())
+                return nullptr;
             node = &*it;
-            if (!dot) return node;
+            if (!dot)
+                return node;
             start = dot + 1;
         }
     }
@@ -90,6 +100,29 @@ struct ClsJsonObject::Impl {
 ClsJsonObject::ClsJsonObject() : m_impl(std::make_unique<Impl>()) {}
 
 ClsJsonObject::~ClsJsonObject() = default;
+
+namespace {
+
+// nlohmann's lexer copies every character it reads into a std::vector kept for its error messages; the
+// vector is emptied, not shrunk, at each string, number or literal, and finally freed unwiped, so a
+// JWK's "d" would stay behind in freed memory. The text is therefore parsed as the first element of an
+// array whose second element is a string longer than anything the vector has held: reading that string
+// overwrites the vector to its full capacity before it grows or is freed. The wrapped copy of the text
+// lives in wiped memory. Throws nlohmann's exceptions; false when the text was not one single value.
+bool parseLeavingNoCopy(const char *text, std::size_t len, Json &value) {
+    const std::size_t padLen = 2 * len + 16;  // the vector's capacity is at most twice what it held
+    WipingString wrapped;
+    wrapped.reserve(len + padLen + 5);
+    wrapped.append("[").append(text, len).append(",\"").append(padLen, 'x').append("\"]");
+    Json parsed = Json::parse(wrapped.begin(), wrapped.end());
+    if (parsed.size() != 2 || !parsed[1].is_string() ||
+        parsed[1].get_ref<const WipingString &>().size() != padLen)
+        return false;
+    value = std::move(parsed[0]);
+    return true;
+}
+
+}  // namespace
 
 bool ClsJsonObject::load(const char *jsonText, LogBase &log) {
     m_impl->root = Json::object();
@@ -107,7 +140,11 @@ bool ClsJsonObject::load(const char *jsonText, LogBase &log) {
         return false;
     }
     try {
-        Json parsed = Json::parse(jsonText, jsonText + len);
+        Json parsed;
+        if (!parseLeavingNoCopy(jsonText, len, parsed)) {
+            log.logError("Invalid JSON.");
+            return false;
+        }
         if (!parsed.is_object()) {
             log.logError("JSON text is not an object.");
             return false;
@@ -115,9 +152,9 @@ bool ClsJsonObject::load(const char *jsonText, LogBase &log) {
         m_impl->root = std::move(parsed);
     } catch (const Json::parse_error &e) {
         // The parser's own message quotes the text around the error, which may be a private key:
-        // only the position is logged.
+        // only the position is logged (the wrapping adds one character in front).
         log.logError("Invalid JSON.");
-        log.LogDataLong("byteOffset", (long)e.byte);
+        log.LogDataLong("byteOffset", (long)(e.byte > len ? len : (e.byte ? e.byte - 1 : 0)));
         return false;
     } catch (const std::exception &) {
         log.logError("Failed to parse JSON.");
@@ -128,14 +165,17 @@ bool ClsJsonObject::load(const char *jsonText, LogBase &log) {
 
 bool ClsJsonObject::hasMember(const char *name, LogBase &log) const {
     (void)log;
-    if (!name) return false;
+    if (!name)
+        return false;
     return m_impl->root.contains(WipingString(name));
 }
 
 bool ClsJsonObject::sbOfPathUtf8(const char *path, StringBuffer &out, LogBase &log) const {
-    if (!path) return false;
+    if (!path)
+        return false;
     const Json *value = m_impl->find(path);
-    if (!value) return false;
+    if (!value)
+        return false;
     try {
         const WipingString text = value->is_string() ? value->get_ref<const WipingString &>() : value->dump();
         return out.setString("") && out.append(text.data(), (unsigned)text.size());

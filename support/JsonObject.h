@@ -19,7 +19,7 @@ public:
     bool load(const char *jsonText, LogBase &log);
     bool hasMember(const char *name, LogBase &log) const;
     // The value of the member at path (a member name, or names joined by '.') as text: strings without
-    // quotes, other values as compact JSON. False when absent.
+    // quotes, other values as compact JSON, replacing what out held. False when absent.
     bool sbOfPathUtf8(const char *path, StringBuffer &out, LogBase &log) const;
 
 private:

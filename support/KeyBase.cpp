@@ -13,25 +13,33 @@ namespace ecckey {
 
 KeyBase::KeyBase() : m_pkcs8Attributes(nullptr) {}
 
-KeyBase::~KeyBase() { clearKeyBase(); }
+KeyBase::~KeyBase() {
+    clearKeyBase();
+}
 
-void KeyBase::clearKeyBase() { setPkcs8Attributes(nullptr); }
+void KeyBase::clearKeyBase() {
+    setPkcs8Attributes(nullptr);
+}
 
 // The attributes node is shared, not copied: trees are never changed once built, and the count keeps
 // it alive for as long as either key holds it.
 void KeyBase::copyFromKeyBase(const KeyBase &other) {
-    if (&other == this) return;
-    if (other.m_pkcs8Attributes) other.m_pkcs8Attributes->incRefCount();
+    if (&other == this)
+        return;
+    if (other.m_pkcs8Attributes)
+        other.m_pkcs8Attributes->incRefCount();
     setPkcs8Attributes(other.m_pkcs8Attributes);
 }
 
 void KeyBase::setPkcs8Attributes(_tvAsn1 *attributes) {
-    if (m_pkcs8Attributes) m_pkcs8Attributes->decRefCount();
+    if (m_pkcs8Attributes)
+        m_pkcs8Attributes->decRefCount();
     m_pkcs8Attributes = attributes;
 }
 
 bool KeyBase::addAttributesToPkcs8(_tvAsn1 &privateKeyInfo, LogBase &log) {
-    if (!m_pkcs8Attributes) return true;
+    if (!m_pkcs8Attributes)
+        return true;
     // PrivateKeyInfo's attributes field is [0] IMPLICIT SET OF Attribute: constructed, context tag 0.
     const _tvAsn1 &attrs = *m_pkcs8Attributes;
     if (attrs.tagClass() != _tvAsn1::CLASS_CONTEXT || attrs.tagNumber() != 0 || !attrs.isConstructed()) {

@@ -21,7 +21,8 @@ bool fillFromKernel(unsigned char *bytes, unsigned count, int &errorNumber) {
     while (filled < count) {
         const ssize_t got = getrandom(bytes + filled, count - filled, 0);
         if (got < 0) {
-            if (errno == EINTR) continue;
+            if (errno == EINTR)
+                continue;
             errorNumber = errno;
             return false;
         }
@@ -33,7 +34,8 @@ bool fillFromKernel(unsigned char *bytes, unsigned count, int &errorNumber) {
 }  // namespace
 
 bool SystemPrng::genRandom(unsigned count, DataBuffer &out, LogBase &log) {
-    if (count == 0) return true;
+    if (count == 0)
+        return true;
     // The bytes may become a private scalar: they are gathered in an array that is zeroed when freed
     // and appended in one step, so a failure leaves out unchanged.
     unsigned char *bytes = tvNewUnsignedChar(count);

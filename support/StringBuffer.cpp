@@ -39,9 +39,13 @@ bool StringBuffer::append(const char *text, unsigned count) {
         return append(copy.getString(), count);
     }
     if (!m_buf.ensureCapacity(m_len + count + 1)) return false;
+    // Capacity is reserved above, so neither append can fail; the length only moves when both landed.
     m_buf.truncate(m_len);
-    m_buf.append(text, count);
-    m_buf.appendChar(0);
+    if (!m_buf.append(text, count) || !m_buf.appendChar(0)) {
+        m_buf.truncate(m_len);
+        m_buf.appendChar(0);
+        return false;
+    }
     m_len += count;
     return true;
 }

@@ -20,16 +20,19 @@ const std::size_t kMaxXmlLen = 1u << 20;
 // True when an element name matches a tag. "*:Local" matches Local under any namespace prefix or none;
 // any other tag must equal the name exactly.
 bool tagMatches(const char *elementName, const char *tag) {
-    if (std::strncmp(tag, "*:", 2) != 0) return std::strcmp(elementName, tag) == 0;
+    if (std::strncmp(tag, "*:", 2) != 0)
+        return std::strcmp(elementName, tag) == 0;
     const char *local = tag + 2;
     const char *colon = std::strrchr(elementName, ':');
     return std::strcmp(colon ? colon + 1 : elementName, local) == 0;
 }
 
 pugi::xml_node findChild(const pugi::xml_node &parent, const char *tag) {
-    if (!tag) return pugi::xml_node();
+    if (!tag)
+        return pugi::xml_node();
     for (pugi::xml_node child = parent.first_child(); child; child = child.next_sibling()) {
-        if (child.type() == pugi::node_element && tagMatches(child.name(), tag)) return child;
+        if (child.type() == pugi::node_element && tagMatches(child.name(), tag))
+            return child;
     }
     return pugi::xml_node();
 }
@@ -37,8 +40,10 @@ pugi::xml_node findChild(const pugi::xml_node &parent, const char *tag) {
 // The element's own text: its PCDATA and CDATA children, concatenated.
 bool appendOwnText(const pugi::xml_node &element, StringBuffer &out) {
     for (pugi::xml_node child = element.first_child(); child; child = child.next_sibling()) {
-        if (child.type() != pugi::node_pcdata && child.type() != pugi::node_cdata) continue;
-        if (!out.append(child.value())) return false;
+        if (child.type() != pugi::node_pcdata && child.type() != pugi::node_cdata)
+            continue;
+        if (!out.append(child.value()))
+            return false;
     }
     return true;
 }
@@ -53,7 +58,9 @@ struct ClsXml::Impl {
     pugi::xml_node root;
 };
 
-ClsXml::ClsXml() : m_impl(std::make_unique<Impl>()) { m_impl->text.setSensitive(); }
+ClsXml::ClsXml() : m_impl(std::make_unique<Impl>()) {
+    m_impl->text.setSensitive();
+}
 
 ClsXml::~ClsXml() = default;
 
@@ -92,37 +99,46 @@ bool ClsXml::loadXml(const char *xmlText, LogBase &log) {
 }
 
 bool ClsXml::getTag(StringBuffer &out) const {
-    if (!m_impl->root) return false;
+    if (!m_impl->root)
+        return false;
     return out.setString(m_impl->root.name());
 }
 
-bool ClsXml::hasChildWithTag(const char *tag) const { return (bool)findChild(m_impl->root, tag); }
+bool ClsXml::hasChildWithTag(const char *tag) const {
+    return (bool)findChild(m_impl->root, tag);
+}
 
 bool ClsXml::getChildAttrValue(const char *tag, const char *attrName, StringBuffer &out) const {
     const pugi::xml_node child = findChild(m_impl->root, tag);
-    if (!child || !attrName) return false;
+    if (!child || !attrName)
+        return false;
     const pugi::xml_attribute attr = child.attribute(attrName);
-    if (!attr) return false;
+    if (!attr)
+        return false;
     return out.setString(attr.value());
 }
 
 bool ClsXml::getChildContentUtf8(const char *tag, StringBuffer &out, bool unused) const {
     (void)unused;
     const pugi::xml_node child = findChild(m_impl->root, tag);
-    if (!child) return false;
+    if (!child)
+        return false;
     out.clear();
     return appendOwnText(child, out);
 }
 
 bool ClsXml::getAttrValue(const char *attrName, StringBuffer &out) const {
-    if (!m_impl->root || !attrName) return false;
+    if (!m_impl->root || !attrName)
+        return false;
     const pugi::xml_attribute attr = m_impl->root.attribute(attrName);
-    if (!attr) return false;
+    if (!attr)
+        return false;
     return out.setString(attr.value());
 }
 
 bool ClsXml::get_Content(StringBuffer &out) const {
-    if (!m_impl->root) return false;
+    if (!m_impl->root)
+        return false;
     out.clear();
     return appendOwnText(m_impl->root, out);
 }

@@ -47,7 +47,8 @@ Bytes opensslInteger(long value) {
 
 Bytes opensslOid(const char *dotted) {
     ASN1_OBJECT *obj = OBJ_txt2obj(dotted, 1);
-    if (!obj) return {};
+    if (!obj)
+        return {};
     unsigned char *p = nullptr;
     const int n = i2d_ASN1_OBJECT(obj, &p);
     Bytes der(p, p + n);
@@ -58,15 +59,17 @@ Bytes opensslOid(const char *dotted) {
 
 // Structural equality of two trees: class, form, tag, content and children.
 bool sameTree(const _tvAsn1 &a, const _tvAsn1 &b) {
-    if (a.tagClass() != b.tagClass() || a.isConstructed() != b.isConstructed() || a.tagNumber() != b.tagNumber() ||
-        a.numAsnParts() != b.numAsnParts())
+    if (a.tagClass() != b.tagClass() || a.isConstructed() != b.isConstructed() ||
+        a.tagNumber() != b.tagNumber() || a.numAsnParts() != b.numAsnParts())
         return false;
     DataBuffer ca, cb;
     a.getAsnContent(ca);
     b.getAsnContent(cb);
-    if (!ca.equals(cb)) return false;
+    if (!ca.equals(cb))
+        return false;
     for (int i = 0; i < a.numAsnParts(); ++i)
-        if (!sameTree(*a.getAsnPart(i), *b.getAsnPart(i))) return false;
+        if (!sameTree(*a.getAsnPart(i), *b.getAsnPart(i)))
+            return false;
     return true;
 }
 
@@ -82,10 +85,18 @@ TEST(Asn1Builders, IntegersMatchOpensslAndReadBack) {
 }
 
 TEST(Asn1Builders, OidsMatchOpensslAndReadBack) {
-    const char *oids[] = {"1.2.840.10045.2.1",    "1.2.840.10045.3.1.7", "1.3.132.0.35",
-                          "1.3.36.3.3.2.8.1.1.13", "0.0",                 "0.39",
-                          "1.39.5",               "2.0",                 "2.39",
-                          "2.40",                 "2.999.3",             "1.2.18446744073709551615"};
+    const char *oids[] = {"1.2.840.10045.2.1",
+                          "1.2.840.10045.3.1.7",
+                          "1.3.132.0.35",
+                          "1.3.36.3.3.2.8.1.1.13",
+                          "0.0",
+                          "0.39",
+                          "1.39.5",
+                          "2.0",
+                          "2.39",
+                          "2.40",
+                          "2.999.3",
+                          "1.2.18446744073709551615"};
     for (const char *text : oids) {
         SCOPED_TRACE(text);
         _tvAsn1 *node = _tvAsn1::newOid(text);
@@ -101,23 +112,23 @@ TEST(Asn1Builders, OidsMatchOpensslAndReadBack) {
 }
 
 TEST(Asn1Builders, RefuseMalformedOidText) {
-    const char *bad[] = {"",    "1",     "3.1",   "1.40",    "0.40", "1..2", "1.2.", ".1.2", "1.02",
-                         "01.2", "1.2.a", "1.2 ", "-1.2",    "1.+2", "1.2.18446744073709551616",
-                         "2.18446744073709551600",
+    const char *bad[] = {"", "1", "3.1", "1.40", "0.40", "1..2", "1.2.", ".1.2", "1.02", "01.2", "1.2.a",
+                         "1.2 ", "-1.2", "1.+2", "1.2.18446744073709551616", "2.18446744073709551600",
                          // UUID arcs are 128 bits; arcs are kept to 64 bits, and no key OID needs more.
                          "2.25.329800735698586629295641978511506172918"};
-    for (const char *text : bad) EXPECT_EQ(nullptr, _tvAsn1::newOid(text)) << "'" << text << "'";
+    for (const char *text : bad)
+        EXPECT_EQ(nullptr, _tvAsn1::newOid(text)) << "'" << text << "'";
     EXPECT_EQ(nullptr, _tvAsn1::newOid(nullptr));
 }
 
 TEST(Asn1Readers, RefuseMalformedOidContent) {
     const std::vector<Bytes> bad = {
-        {0x06, 0x00},                                            // empty
-        {0x06, 0x02, 0x80, 0x01},                                // first subidentifier padded with 0x80
-        {0x06, 0x03, 0x2a, 0x80, 0x01},                          // later subidentifier padded
-        {0x06, 0x02, 0x2a, 0x81},                                // last subidentifier cut short
+        {0x06, 0x00},                    // empty
+        {0x06, 0x02, 0x80, 0x01},        // first subidentifier padded with 0x80
+        {0x06, 0x03, 0x2a, 0x80, 0x01},  // later subidentifier padded
+        {0x06, 0x02, 0x2a, 0x81},        // last subidentifier cut short
         {0x06, 0x0b, 0x2a, 0x82, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x00},  // over 64 bits
-        {0x04, 0x01, 0x2a},                                      // not an OID at all
+        {0x04, 0x01, 0x2a},                                                              // not an OID at all
     };
     for (const Bytes &der : bad) {
         _tvAsn1 *node = decode(der);
@@ -156,7 +167,7 @@ TEST(Asn1Readers, SmallIntegerValueOnlyForMinimalSmallIntegers) {
 
 // A PKCS #8-like tree built node by node; OpenSSL must parse what it encodes to.
 TEST(Asn1Trees, BuiltTreeEncodesToWhatOpensslParsesAndDecodesToItself) {
-    const unsigned char secret[32] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16,
+    const unsigned char secret[32] = {1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13, 14, 15, 16,
                                       17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30, 31, 32};
     _tvAsn1 *ecPrivateKey = _tvAsn1::newSequence();
     RefCountedObjectOwner keyOwner(ecPrivateKey);
@@ -285,11 +296,13 @@ Bytes opensslUnsignedInteger(const Bytes &magnitude) {
 
 TEST(AsnItems, UnsignedIntegersMatchOpensslAndReadBack) {
     ecckey_test::TestPrng prng(ecckey_test::testSeed());
-    std::vector<Bytes> magnitudes = {{}, {0x00}, {0x01}, {0x7f}, {0x80}, {0xff}, {0x01, 0x00}, Bytes(66, 0xff)};
+    std::vector<Bytes> magnitudes = {{},     {0x00}, {0x01},       {0x7f},
+                                     {0x80}, {0xff}, {0x01, 0x00}, Bytes(66, 0xff)};
     const int iterations = ecckey_test::testIterations(200);
     for (int i = 0; i < iterations; ++i) {
         Bytes m = prng.bytes(1 + (unsigned)(prng.next() % 70));
-        if (i % 2) m[0] |= 0x80;  // half with the top bit set
+        if (i % 2)
+            m[0] |= 0x80;  // half with the top bit set
         magnitudes.push_back(m);
     }
     for (const Bytes &m : magnitudes) {
@@ -306,7 +319,8 @@ TEST(AsnItems, UnsignedIntegersMatchOpensslAndReadBack) {
         const Bytes integer = opensslUnsignedInteger(m);
         Bytes expected = {0x30};
         const size_t contentLen = 2 * integer.size();
-        if (contentLen >= 128) expected.push_back(0x81);
+        if (contentLen >= 128)
+            expected.push_back(0x81);
         expected.push_back((unsigned char)contentLen);
         expected.insert(expected.end(), integer.begin(), integer.end());
         expected.insert(expected.end(), integer.begin(), integer.end());

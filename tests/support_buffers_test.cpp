@@ -38,7 +38,9 @@ DataBuffer bufferOf(const Bytes &b) {
     return db;
 }
 
-Bytes bytesOf(const DataBuffer &db) { return Bytes(db.getData2(), db.getData2() + db.getSize()); }
+Bytes bytesOf(const DataBuffer &db) {
+    return Bytes(db.getData2(), db.getData2() + db.getSize());
+}
 
 TEST(Codecs, EncodeAndDecodeEveryLengthModThree) {
     ecckey_test::TestPrng prng(ecckey_test::testSeed());
@@ -85,11 +87,12 @@ TEST(Codecs, RefuseUndecodableTextAndLeaveTheBufferAlone) {
         const char *encoding;
     };
     const Case bad[] = {
-        {"abc", "hex"},       {"0g", "hex"},         {"0x12", "hex"},        {"QQ", "base64"},
-        {"QQ=", "base64"},    {"QR==", "base64"},    {"Q===", "base64"},     {"QUJD=", "base64"},
-        {"QUJ*", "base64"},   {"QQ==QQ==", "base64"}, {"-_8=", "base64"},    {"Q", "base64url"},
-        {"+/8", "base64url"}, {"QR", "base64url"},    {"QUJDR", "base64url"}, {"QQ===", "base64url"},
-        {"00", "base32"},     {"00", ""},
+        {"abc", "hex"},         {"0g", "hex"},       {"0x12", "hex"},
+        {"QQ", "base64"},       {"QQ=", "base64"},   {"QR==", "base64"},
+        {"Q===", "base64"},     {"QUJD=", "base64"}, {"QUJ*", "base64"},
+        {"QQ==QQ==", "base64"}, {"-_8=", "base64"},  {"Q", "base64url"},
+        {"+/8", "base64url"},   {"QR", "base64url"}, {"QUJDR", "base64url"},
+        {"QQ===", "base64url"}, {"00", "base32"},    {"00", ""},
     };
     for (const Case &c : bad) {
         DataBuffer db;
@@ -127,7 +130,8 @@ TEST(DataBufferEdit, AppendPrependReverseAndAliasing) {
     db.reverseBytes();
     EXPECT_EQ((Bytes{4, 3, 2, 1, 0, 0}), bytesOf(db));
     // Appending a buffer to itself, and a range of itself, across a reallocation.
-    for (int i = 0; i < 5; ++i) ASSERT_TRUE(db.append(db));
+    for (int i = 0; i < 5; ++i)
+        ASSERT_TRUE(db.append(db));
     EXPECT_EQ(6u * 32, db.getSize());
     ASSERT_TRUE(db.append(db.getData2() + 1, 3));
     ASSERT_TRUE(db.prepend(db.getData2() + 2, 2));

@@ -7,6 +7,7 @@
 #include <openssl/x509.h>
 
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -31,8 +32,10 @@ bool viaTree(const Bytes &in, unsigned &consumed, Bytes &reencoded, LogBase &log
     // An exactly sized heap copy: a read past its end is a sanitizer report.
     std::unique_ptr<unsigned char[]> exact(new unsigned char[in.size() ? in.size() : 1]);
     std::copy(in.begin(), in.end(), exact.get());
-    _tvAsn1 *root = _tvAsn1::DecodeToAsn(in.empty() ? nullptr : exact.get(), (unsigned)in.size(), consumed, log);
-    if (!root) return false;
+    _tvAsn1 *root =
+        _tvAsn1::DecodeToAsn(in.empty() ? nullptr : exact.get(), (unsigned)in.size(), consumed, log);
+    if (!root)
+        return false;
     RefCountedObjectOwner owner(root);
     DataBuffer out;
     EXPECT_TRUE(root->EncodeToDer(out, false, log));
@@ -45,7 +48,8 @@ bool viaItems(const Bytes &in, unsigned &consumed, Bytes &reencoded, LogBase &lo
     std::copy(in.begin(), in.end(), exact.get());
     ObjectOwner<tv_asnItem> item(
         _tvDer::DecodeAsn(in.empty() ? nullptr : exact.get(), (unsigned)in.size(), consumed, log));
-    if (!item.get()) return false;
+    if (!item.get())
+        return false;
     DataBuffer out;
     EXPECT_TRUE(_tvDer::EncodeAsn(item.get(), out));
     reencoded.assign(out.getData2(), out.getData2() + out.getSize());
@@ -61,12 +65,17 @@ Bytes withFill(Bytes prefix, size_t fill) {
 
 // n SEQUENCEs, each the only content of the one outside it; the innermost is empty.
 Bytes nestedSequences(int n) {
-    Bytes der;
+    std::vector<Bytes> headers;  // innermost first
+    unsigned innerLen = 0;
     for (int i = 0; i < n; ++i) {
         unsigned char header[10];
-        const unsigned headerLen = DerReader::writeHeader(0, true, 16, (unsigned)der.size(), header);
-        der.insert(der.begin(), header, header + headerLen);
+        const unsigned headerLen = DerReader::writeHeader(0, true, 16, innerLen, header);
+        headers.emplace_back(header, header + headerLen);
+        innerLen += headerLen;
     }
+    Bytes der;
+    for (auto it = headers.rbegin(); it != headers.rend(); ++it)
+        der.insert(der.end(), it->begin(), it->end());
     return der;
 }
 
@@ -225,10 +234,11 @@ Bytes derOf(F i2d) {
     return der;
 }
 
-// SEC 1, PKCS #8, named and explicit SubjectPublicKeyInfo, and one ECDSA signature of a key.
-std::vector<std::pair<std::string, Bytes>> opensslStructures(const ecckey_test::CurveInfo &curve) {
+// SEC 1, PKCS #8, named and explicit SubjectPublicKeyInfo, and one ECDSA signature of a new key.
+std::vector<std::pair<std::string, Bytes>> makeOpensslStructures(const ecckey_test::CurveInfo &curve) {
     PkeyPtr key(EVP_EC_gen(OBJ_nid2sn(curve.nid)));
-    if (!key) return {};
+    if (!key)
+        return {};
     std::vector<std::pair<std::string, Bytes>> out;
     out.emplace_back("SEC1", derOf([&](unsigned char **p) { return i2d_PrivateKey(key.get(), p); }));
     PKCS8_PRIV_KEY_INFO *p8 = EVP_PKEY2PKCS8(key.get());
@@ -247,6 +257,15 @@ std::vector<std::pair<std::string, Bytes>> opensslStructures(const ecckey_test::
         out.emplace_back("ECDSA signature", Bytes(sig, sig + sigLen));
     EVP_MD_CTX_free(ctx);
     return out;
+}
+
+// One key per curve for the whole run.
+const std::vector<std::pair<std::string, Bytes>> &opensslStructures(const ecckey_test::CurveInfo &curve) {
+    static std::map<std::string, std::vector<std::pair<std::string, Bytes>>> cache;
+    auto it = cache.find(curve.name);
+    if (it == cache.end())
+        it = cache.emplace(curve.name, makeOpensslStructures(curve)).first;
+    return it->second;
 }
 
 class OpensslDer : public ::testing::TestWithParam<ecckey_test::CurveInfo> {};

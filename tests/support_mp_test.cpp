@@ -49,11 +49,11 @@ std::vector<std::string> edgeValuesHex() {
                                   "80",
                                   "FF",
                                   "100",
-                                  "FFFFFFFFFFFFFFF",     // 2^60 - 1: one full digit
-                                  "1000000000000000",    // 2^60: the second digit starts
+                                  "FFFFFFFFFFFFFFF",   // 2^60 - 1: one full digit
+                                  "1000000000000000",  // 2^60: the second digit starts
                                   "1000000000000001",
-                                  "FFFFFFFFFFFFFFFF",    // 2^64 - 1
-                                  "10000000000000000",   // 2^64
+                                  "FFFFFFFFFFFFFFFF",   // 2^64 - 1
+                                  "10000000000000000",  // 2^64
                                   "8000000000000000000000000000000000000000000000000000000000000000",
                                   "FFFFFFFF00000001000000000000000000000000FFFFFFFFFFFFFFFFFFFFFFFF"};
     // 66-byte values, as P-521 scalars are: with a small and with a large top byte.
@@ -175,8 +175,8 @@ TEST(TovarMpMontgomery, NormalizationAndReductionMatchOpenssl) {
 
         for (int i = 0; i < iterations; ++i) {
             // x < p^2, as a product of two reduced values is.
-            BnPtr a(ecckey_test::randomScalar(p.get(), [](void *c) { return ((ecckey_test::TestPrng *)c)->next(); },
-                                              &prng));
+            BnPtr a(ecckey_test::randomScalar(
+                p.get(), [](void *c) { return ((ecckey_test::TestPrng *)c)->next(); }, &prng));
             BnPtr x(BN_new());
             BN_mul(x.get(), a.get(), a.get(), ctx);
             mp_int mx;

@@ -236,7 +236,7 @@ TEST(Xml, WildcardMatchesTheLocalNameUnderAnyPrefix) {
     EXPECT_TRUE(xml.hasChildWithTag("*:PublicKey"));
     EXPECT_TRUE(xml.hasChildWithTag("dsig11:PublicKey"));
     EXPECT_FALSE(xml.hasChildWithTag("PublicKey"));  // no wildcard: the name must match exactly
-    EXPECT_FALSE(xml.hasChildWithTag("*:Key"));      // the wildcard stands for a prefix, not a part of the name
+    EXPECT_FALSE(xml.hasChildWithTag("*:Key"));  // the wildcard stands for a prefix, not a part of the name
     EXPECT_FALSE(xml.hasChildWithTag("*:publickey"));
 
     StringBuffer uri, content;
@@ -255,9 +255,11 @@ TEST(Xml, WildcardMatchesTheLocalNameUnderAnyPrefix) {
 TEST(Xml, ContentIsTheElementsOwnText) {
     ClsXml xml;
     LogRecorder log;
-    ASSERT_TRUE(xml.loadXml("<?xml version=\"1.0\"?>\n<!-- key -->"
-                            "<ECCKeyValue curve=\"secp256r1\">MHcC<![CDATA[AQEE]]>&amp;<ignored>child</ignored>IA==</ECCKeyValue>",
-                            log));
+    ASSERT_TRUE(
+        xml.loadXml("<?xml version=\"1.0\"?>\n<!-- key -->"
+                    "<ECCKeyValue "
+                    "curve=\"secp256r1\">MHcC<![CDATA[AQEE]]>&amp;<ignored>child</ignored>IA==</ECCKeyValue>",
+                    log));
     StringBuffer content("stale"), curve;
     ASSERT_TRUE(xml.get_Content(content));
     EXPECT_STREQ("MHcCAQEE&IA==", content.getString());

@@ -1,0 +1,312 @@
+// Loading keys from DER: SubjectPublicKeyInfo (named or explicit parameters), PKCS #8 PrivateKeyInfo and
+// the SEC 1 ECPrivateKey. The structure is recognised from its shape; the caller never names it.
+//
+// Explicit parameters are accepted only for the four curves whose base points are listed in
+// s_explicitBasePoints: the rest of the parameters is not examined, so an explicit key always ends up on a
+// catalogue curve and no caller ever computes on parameters taken from the input.
+#include "ecc/EccKey.h"
+
+#include "support/Asn1.h"
+#include "support/AsnItem.h"
+#include "support/LogBase.h"
+#include "support/Owners.h"
+#include "support/TovarMp.h"
+
+namespace ecckey {
+
+namespace {
+
+const char *const kOidEcPublicKey = "1.2.840.10045.2.1";
+
+// A base point shorter than this cannot identify a curve.
+const unsigned kMinBasePointLen = 20;
+
+struct ExplicitBasePoint {
+    const char *hexPrefix;  // 04 and enough of Gx (and Gy) to tell the four curves apart
+    const char *curveOid;
+};
+
+// Tested in order against the upper-case hex of the uncompressed base point.
+const ExplicitBasePoint s_explicitBasePoints[] = {
+    // P-256: 04, the whole Gx, and the first three digits of Gy.
+    {"046B17D1F2E12C4247F8BCE6E563A440F277037D812DEB33A0F4A13945D898C2964FE", "1.2.840.10045.3.1.7"},
+    // P-521: 04, then Gx with its leading zero byte.
+    {"0400C6858E06B70404E9CD9E3ECB", "1.3.132.0.35"},
+    // P-384: 04, then the start of Gx.
+    {"04AA87CA22BE8B05378EB1C71EF320AD746E1D3B628BA79B9859", "1.3.132.0.34"},
+    // secp256k1: 04, then the start of Gx.
+    {"0479BE667EF9DCBBAC55A06295CE870B07029BFCD", "1.3.132.0.10"},
+};
+
+}  // namespace
+
+// Decodes der and loads whichever of the three key structures it holds. The input is marked sensitive: it
+// may carry a private scalar. On a failed load the input is dumped to the log to help diagnosis.
+bool EccKey::loadEccDer(DataBuffer &der, LogBase &log) {
+    LogContextExitor ctx(log, "loadEccDer");
+    der.setSensitive();
+    clearEccKey();
+
+    unsigned consumed = 0;
+    _tvAsn1 *root = _tvAsn1::DecodeToAsn(der.getData2(), der.getSize(), consumed, log);
+    if (!root) {
+        log.logError("Failed to decode ECC key ASN.1");
+        return false;
+    }
+    RefCountedObjectOwner rootOwner(root);
+
+    bool ok = loadAnyEccAsn(root, log);
+    if (!ok)
+        _tvDer::logDerAsXml(der, log);
+    return ok;
+}
+
+// Dispatches on shape: element 0 a SEQUENCE means SubjectPublicKeyInfo; element 1 a SEQUENCE means
+// PKCS #8; anything else is taken as a bare ECPrivateKey.
+bool EccKey::loadAnyEccAsn(_tvAsn1 *root, LogBase &log) {
+    LogContextExitor ctx(log, "loadAnyEccAsn");
+    clearEccKey();
+    StringBuffer algOid;
+    StringBuffer curveOid;
+
+    _tvAsn1 *first = root ? root->getAsnPart(0) : nullptr;
+    if (!first) {
+        log.logError("Invalid ASN.1 for ECC key.");
+        return false;
+    }
+
+    if (first->isSequence()) {
+        // SubjectPublicKeyInfo: { AlgorithmIdentifier, BIT STRING point }
+        if (!parseAldId(first, algOid, curveOid, log)) {
+            log.logError("Failed to parse AlgorithmIdentifier");
+            log.logError("Invalid ASN.1 for ECC key.");
+            return false;
+        }
+        if (!algOid.equals(kOidEcPublicKey)) {
+            log.logError("Not an ECC key.");
+            return false;
+        }
+        _tvAsn1 *bits = root->getAsnPart(1);
+        if (!bits) {
+            log.logError("Invalid ASN.1 for ECC key.");
+            return false;
+        }
+        if (!bits->isBitString()) {
+            log.logError("Expected an ASN.1 bitstring.");
+            return false;
+        }
+        return loadEccPublicAsn(bits, curveOid, log);
+    }
+
+    if (first->isBitString()) {
+        log.logError("The ECC curve OID is unknown.");
+        log.logError("Invalid ASN.1 for ECC key.");
+        return false;
+    }
+
+    _tvAsn1 *second = root->getAsnPart(1);
+    if (!second) {
+        log.logError("Invalid ASN.1 for ECC key.");
+        return false;
+    }
+    if (!second->isSequence())
+        return loadEccPrivateAsn(root, curveOid, log);
+
+    // PKCS #8: { INTEGER version, AlgorithmIdentifier, OCTET STRING ECPrivateKey, ... }
+    if (!parseAldId(second, algOid, curveOid, log)) {
+        log.logError("Invalid ASN.1 for ECC key.");
+        return false;
+    }
+    if (!algOid.equals(kOidEcPublicKey)) {
+        log.logError("Not an ECC key.");
+        return false;
+    }
+    _tvAsn1 *octets = root->getAsnPart(2);
+    if (!octets || !octets->isOctetString()) {
+        log.logError("Invalid ASN.1 for ECC key.");
+        return false;
+    }
+    DataBuffer inner;
+    inner.setSensitive();
+    if (!octets->getAsnContent(inner))
+        return false;
+
+    unsigned consumed = 0;
+    _tvAsn1 *innerRoot = _tvAsn1::DecodeToAsn(inner.getData2(), inner.getSize(), consumed, log);
+    if (!innerRoot) {
+        log.logError("Failed to decode ECC key ASN.1");
+        return false;
+    }
+    RefCountedObjectOwner innerOwner(innerRoot);
+    return loadEccPrivateAsn(innerRoot, curveOid, log);
+}
+
+// Reads { OID algorithm, OID namedCurve | SEQUENCE ECParameters }. Explicit parameters are recognised by
+// their base point alone. Logs nothing: the callers say what failed.
+bool EccKey::parseAldId(_tvAsn1 *algId, StringBuffer &algOid, StringBuffer &curveOid, LogBase &log) {
+    LogContextExitor ctx(log, "parseAldId");
+    if (!algId)
+        return false;
+    algOid.clear();
+    curveOid.clear();
+
+    _tvAsn1 *alg = algId->getAsnPart(0);
+    _tvAsn1 *params = algId->getAsnPart(1);
+    if (!alg || !params)
+        return false;
+    if (!alg->GetOid(algOid))
+        return false;
+
+    // Named curve; a NULL or any other non-SEQUENCE fails here.
+    if (params->tagNumber() != _tvAsn1::TAG_SEQUENCE)
+        return params->GetOid(curveOid);
+
+    // ECParameters: { version, fieldID, curve, base, order, cofactor }; only base is looked at.
+    _tvAsn1 *base = params->getAsnPart(3);
+    if (!base)
+        return false;
+    DataBuffer basePoint;
+    if (!base->getAsnContent(basePoint))
+        return false;
+    if (basePoint.getSize() < kMinBasePointLen)
+        return false;
+
+    StringBuffer hex;
+    basePoint.encodeDB("hex", hex);
+    for (const ExplicitBasePoint &row : s_explicitBasePoints) {
+        if (hex.beginsWith(row.hexPrefix))
+            return curveOid.append(row.curveOid);
+    }
+    return false;
+}
+
+// Loads a public key from the BIT STRING of a SubjectPublicKeyInfo on the curve named by curveOid. The
+// point is not checked against the curve. A failure leaves the key cleared apart from what was loaded
+// before the failing step.
+bool EccKey::loadEccPublicAsn(_tvAsn1 *bitString, const StringBuffer &curveOid, LogBase &log) {
+    LogContextExitor ctx(log, "loadEccPublicAsn");
+    clearEccKey();
+    if (!bitString) {
+        log.logError("No bitstring for ECC public key.");
+        return false;
+    }
+    if (log.m_verbose)
+        log.LogDataSb("curveOid", curveOid);
+    if (!m_curve.loadCurveByOid(curveOid, log))
+        return false;
+
+    DataBuffer point;
+    if (!bitString->getAsnContent(point))
+        return false;
+    if (log.m_verbose)
+        log.LogDataLong("dbPubKeySize", (long)point.getSize());
+
+    if (!m_pubPoint.loadEccPoint(point, log)) {
+        log.logError("Failed to load ECC point.");
+        return false;
+    }
+    m_keyType = 0;
+    return true;
+}
+
+// Loads a SEC 1 ECPrivateKey { INTEGER 1, OCTET STRING d, [0] OID?, [1] BIT STRING? }. The optional
+// wrappers may come in any order; one whose first child is neither an OID nor a BIT STRING, or a second
+// one of either kind, is skipped. With no [0] the caller's passedCurveOid is used; with no [1] the point is
+// computed from d. A point that is present is trusted as it stands. On failure the key is cleared.
+bool EccKey::loadEccPrivateAsn(_tvAsn1 *ecPrivateKey, const StringBuffer &passedCurveOid, LogBase &log) {
+    // The context keeps the name of the entry point that callers see in their logs.
+    LogContextExitor ctx(log, "loadEccPrivateDer");
+    clearEccKey();
+    bool kOk = false;
+    bool gotCurve = false;
+    bool gotPub = false;
+
+    // Every exit after the version check goes through here: a failed load never leaves a half key.
+    auto finish = [this, &log](bool ok) {
+        if (!ok) {
+            clearEccKey();
+            log.logError("Invalid ASN.1 for ECC private key.");
+            return false;
+        }
+        if (log.m_verbose)
+            log.logInfo("ECC parsing success.");
+        m_keyType = 1;
+        return true;
+    };
+
+    _tvAsn1 *root = ecPrivateKey;
+    if (root && root->isSequence() && root->getAsnPart(0) && root->getAsnPart(0)->asnIntValue() == 1 &&
+        root->getAsnPart(1)) {
+        _tvAsn1 *kNode = root->getAsnPart(1);
+        DataBuffer kBytes;
+        kBytes.setSensitive();
+        if (!kNode->isOctetString()) {
+            log.logError("Did not get octets for K");
+        } else if (!kNode->getAsnContent(kBytes) || kBytes.getSize() == 0) {
+            log.logError("Failed to get K bytes");
+        } else if (!TovarMp::mpint_from_bytes(m_privKey, kBytes.getData2(), kBytes.getSize())) {
+            log.logError("Failed to parse K");
+        } else {
+            kOk = true;
+        }
+    }
+
+    if (kOk && root->numAsnParts() >= 3) {
+        for (int i = 2; i < root->numAsnParts(); ++i) {
+            _tvAsn1 *wrapper = root->getAsnPart(i);
+            _tvAsn1 *child = wrapper ? wrapper->getAsnPart(0) : nullptr;
+            if (!child) {
+                kOk = false;
+                break;
+            }
+            if (!gotCurve && child->isOid()) {
+                StringBuffer oid;
+                child->GetOid(oid);
+                if (log.m_verbose)
+                    log.LogDataSb("curveOid", oid);
+                gotCurve = m_curve.loadCurveByOid(oid, log);
+                if (!gotCurve)
+                    log.logError("Failed to load curve by OID.");
+                kOk = gotCurve;
+            } else if (!gotPub && child->isBitString()) {
+                DataBuffer point;
+                gotPub = child->getAsnContent(point) && m_pubPoint.loadEccPoint(point, log);
+                if (!gotPub)
+                    log.logError("Failed to load ECC point.");
+                kOk = gotPub;
+            }
+            if (gotCurve && gotPub)
+                return finish(kOk);
+            if (!kOk)
+                break;
+        }
+    }
+
+    if (!gotPub && log.m_verbose)
+        log.logError("No public key bits found (this is not an error)");
+
+    if (!gotCurve) {
+        if (passedCurveOid.getSize() == 0) {
+            log.logError("curve OID not found.");
+            return finish(false);
+        }
+        log.LogDataSb("passedInCurveOid", passedCurveOid);
+        if (!m_curve.loadCurveByOid(passedCurveOid, log)) {
+            log.LogDataSb("oidNotFound", passedCurveOid);
+            log.logError("curve OID not found.");
+            return finish(false);
+        }
+        // Deliberately, the enclosing structure's curve overrides any earlier failure, a rejected version
+        // or scalar included: the key then loads with whatever d holds (zero when it was never read).
+        kOk = true;
+    }
+
+    if (!gotPub && kOk) {
+        if (log.m_verbose)
+            log.logInfo("computing the public key...");
+        kOk = genPubKey(log);
+    }
+    return finish(kOk);
+}
+
+}  // namespace ecckey

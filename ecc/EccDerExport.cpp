@@ -1,0 +1,238 @@
+// Writing keys as DER and PEM: SubjectPublicKeyInfo with a named curve ("short") or explicit parameters
+// ("long"), the SEC 1 ECPrivateKey (called "PKCS1" here, as elsewhere in the library), PKCS #8 and the
+// bare ECPrivateKey that PKCS #11 tokens take. These are the structures EccAsnImport.cpp reads back.
+//
+// Every DER output buffer is marked sensitive before anything is written to it: private-key DER carries d,
+// and callers reuse one buffer for public and private output alike.
+#include "ecc/EccKey.h"
+
+#include "ecc/EccExplicitParams.h"
+#include "support/Asn1.h"
+#include "support/LogBase.h"
+#include "support/Owners.h"
+#include "support/PublicKey.h"
+#include "support/TovarMp.h"
+
+namespace ecckey {
+
+namespace {
+
+const char *const kOidEcPublicKey = "1.2.840.10045.2.1";
+
+// The option keyword that adds the [1] publicKey element to SEC 1 output. Off by default: readers then
+// recompute Q from d.
+const char *const kOptEmitPkcs1Pubkey = "EMIT_ECC_PKCS1_PUBKEY";
+
+// Appends a freshly built child; false when the builder returned null or the append failed (in which case
+// AppendPart has already released the child).
+bool appendNew(_tvAsn1 *parent, _tvAsn1 *child) {
+    if (!child)
+        return false;
+    return parent->AppendPart(child);
+}
+
+// SEQUENCE { id-ecPublicKey, OID namedCurve }
+_tvAsn1 *newNamedCurveAlgId(const EccKey &key) {
+    _tvAsn1 *algId = _tvAsn1::newSequence();
+    if (!algId)
+        return nullptr;
+    if (!appendNew(algId, _tvAsn1::newOid(kOidEcPublicKey)) ||
+        !appendNew(algId, _tvAsn1::newOid(key.m_curve.m_oid.getString()))) {
+        algId->decRefCount();
+        return nullptr;
+    }
+    return algId;
+}
+
+// BIT STRING holding the key's uncompressed X9.63 point.
+_tvAsn1 *newPointBitString(const EccKey &key, LogBase &log) {
+    DataBuffer point;
+    if (!key.exportEccPoint(point, log))
+        return nullptr;
+    return _tvAsn1::newBitString(point.getData2(), point.getSize());
+}
+
+// Appends INTEGER 1 and OCTET STRING d, the start of every ECPrivateKey written here. d takes its minimal
+// big-endian length, not m_byteLen. Logs "k is empty" when d is zero.
+bool appendVersionAndScalar(const EccKey &key, _tvAsn1 *ecPrivateKey, LogBase &log) {
+    if (!appendNew(ecPrivateKey, _tvAsn1::newInteger(1)))
+        return false;
+
+    DataBuffer dBytes;
+    dBytes.setSensitive();
+    TovarMp::mpint_to_db(key.m_privKey, dBytes);
+    if (dBytes.getSize() == 0) {
+        log.logError("k is empty");
+        return false;
+    }
+    return appendNew(ecPrivateKey, _tvAsn1::newOctetString(dBytes.getData2(), dBytes.getSize()));
+}
+
+// [tag] constructed { child }
+bool appendWrapped(_tvAsn1 *parent, int tag, _tvAsn1 *child) {
+    if (!child)
+        return false;
+    _tvAsn1 *wrapper = _tvAsn1::newContextSpecificContructed(tag);
+    if (!wrapper) {
+        child->decRefCount();
+        return false;
+    }
+    if (!wrapper->AppendPart(child)) {
+        wrapper->decRefCount();
+        return false;
+    }
+    return parent->AppendPart(wrapper);
+}
+
+// The private-key PEM label ("EC PRIVATE KEY") is held scrambled (StringBuffer::litScram) so that the
+// binary does not carry it as plain text; it is unscrambled into a local array just before use.
+const char s_scrambledPrivateKeyLabel[] = "RP CEVINGR XRL";
+
+// Writes the private-key PEM label into label (at least sizeof s_scrambledPrivateKeyLabel bytes).
+void privateKeyPemLabel(char *label) {
+    tvStrCpy(label, s_scrambledPrivateKeyLabel);
+    StringBuffer::litScram(label);
+}
+
+}  // namespace
+
+bool EccKey::toPublicKeyDer_shortFmt(DataBuffer &out, LogBase &log) {
+    LogContextExitor ctx(log, "toPublicKeyDer_shortFmt");
+    out.clear();
+    out.setSensitive();
+
+    _tvAsn1 *spki = _tvAsn1::newSequence();
+    if (!spki)
+        return false;
+    RefCountedObjectOwner spkiOwner(spki);
+    if (!appendNew(spki, newNamedCurveAlgId(*this)))
+        return false;
+    if (!appendNew(spki, newPointBitString(*this, log)))
+        return false;
+    return spki->EncodeToDer(out, false, log);
+}
+
+// The four curves with an explicit form take their template and swap in the key's point; every other
+// curve is written in the short form.
+bool EccKey::toPublicKeyDer_longFmt(DataBuffer &out, LogBase &log) {
+    // Callers' logs have always shown this context under the shorter name.
+    LogContextExitor ctx(log, "toPublicKeyDer");
+    out.clear();
+    out.setSensitive();
+
+    const char *tmpl = explicitSpkiTemplate(m_curve.m_name.getString());
+    if (!tmpl)
+        return toPublicKeyDer_shortFmt(out, log);
+
+    DataBuffer tmplDer;
+    if (!tmplDer.appendEncoded(tmpl, "base64"))
+        return false;
+    unsigned consumed = 0;
+    _tvAsn1 *spki = _tvAsn1::DecodeToAsn(tmplDer.getData2(), tmplDer.getSize(), consumed, log);
+    if (!spki)
+        return false;
+    RefCountedObjectOwner spkiOwner(spki);
+
+    _tvAsn1 *samplePoint = spki->getAsnPart(1);
+    if (!samplePoint || samplePoint->tagNumber() != _tvAsn1::TAG_BIT_STRING)
+        return false;
+    if (!spki->deletePart(1))
+        return false;
+    if (!appendNew(spki, newPointBitString(*this, log)))
+        return false;
+    return spki->EncodeToDer(out, false, log);
+}
+
+// SEQUENCE { INTEGER 1, OCTET STRING d, [0] { OID namedCurve }, [1] { BIT STRING Q } when the logger's
+// options hold "EMIT_ECC_PKCS1_PUBKEY" }. Does not look at m_keyType: a public key fails on its zero d.
+bool EccKey::toEccPkcs1PrivateKeyDer(DataBuffer &out, LogBase &log) {
+    LogContextExitor ctx(log, "toEccPkcs1PrivateKeyDer");
+    out.clear();
+    out.setSensitive();
+
+    _tvAsn1 *ecPrivateKey = _tvAsn1::newSequence();
+    if (!ecPrivateKey)
+        return false;
+    RefCountedObjectOwner keyOwner(ecPrivateKey);
+    if (!appendVersionAndScalar(*this, ecPrivateKey, log))
+        return false;
+    if (!appendWrapped(ecPrivateKey, 0, _tvAsn1::newOid(m_curve.m_oid.getString())))
+        return false;
+    if (log.m_options.containsSubstring(kOptEmitPkcs1Pubkey) &&
+        !appendWrapped(ecPrivateKey, 1, newPointBitString(*this, log))) {
+        return false;
+    }
+    return ecPrivateKey->EncodeToDer(out, false, log);
+}
+
+// SEQUENCE { INTEGER 0, SEQUENCE { id-ecPublicKey, OID namedCurve }, OCTET STRING ECPrivateKey } followed
+// by the key's PKCS #8 attributes, if it has any. Logs "Not a private key." for a public key.
+bool EccKey::toEccPkcs8PrivateKeyDer(DataBuffer &out, LogBase &log) {
+    LogContextExitor ctx(log, "toEccPkcs8PrivateKeyDer");
+    out.secureClear();
+    out.setSensitive();
+    if (m_keyType != 1) {
+        log.logError("Not a private key.");
+        return false;
+    }
+
+    _tvAsn1 *pkcs8 = _tvAsn1::newSequence();
+    if (!pkcs8)
+        return false;
+    RefCountedObjectOwner pkcs8Owner(pkcs8);
+    if (!appendNew(pkcs8, _tvAsn1::newInteger(0)))
+        return false;
+    if (!appendNew(pkcs8, newNamedCurveAlgId(*this)))
+        return false;
+
+    DataBuffer ecPrivateKey;
+    ecPrivateKey.setSensitive();
+    if (!toEccPkcs1PrivateKeyDer(ecPrivateKey, log))
+        return false;
+    if (!appendNew(pkcs8, _tvAsn1::newOctetString(ecPrivateKey.getData2(), ecPrivateKey.getSize()))) {
+        return false;
+    }
+    if (!addAttributesToPkcs8(*pkcs8, log))
+        return false;
+    return pkcs8->EncodeToDer(out, false, log);
+}
+
+// SEQUENCE { INTEGER 1, OCTET STRING d }: PKCS #11 carries the curve and the point in separate attributes.
+bool EccKey::toEccPkcs1PrivateKeyDer_forPkcs11(DataBuffer &out, LogBase &log) {
+    LogContextExitor ctx(log, "toEccPkcs1PrivateKeyDer_forPkcs11");
+    out.clear();
+    out.setSensitive();
+
+    _tvAsn1 *ecPrivateKey = _tvAsn1::newSequence();
+    if (!ecPrivateKey)
+        return false;
+    RefCountedObjectOwner keyOwner(ecPrivateKey);
+    if (!appendVersionAndScalar(*this, ecPrivateKey, log))
+        return false;
+    return ecPrivateKey->EncodeToDer(out, false, log);
+}
+
+bool EccKey::toEccPublicKeyPem(bool shortFormat, StringBuffer &out, LogBase &log) {
+    LogContextExitor ctx(log, "toEccPublicKeyPem");
+    DataBuffer der;
+    bool ok = shortFormat ? toPublicKeyDer_shortFmt(der, log) : toPublicKeyDer_longFmt(der, log);
+    if (!ok)
+        return false;
+    return _tvPublicKey::derToPem("PUBLIC KEY", der, out, log);
+}
+
+// Both structures go out under "EC PRIVATE KEY": SEC 1 is the standard content of that label, and the
+// PEM readers in use (the library's own, OpenSSL 3, ssh-keygen) also take PKCS #8 under it.
+bool EccKey::toEccPrivateKeyPem(bool pkcs1, StringBuffer &out, LogBase &log) {
+    LogContextExitor ctx(log, "toEccPrivateKeyPem");
+    DataBuffer der;
+    der.setSensitive();
+    bool ok = pkcs1 ? toEccPkcs1PrivateKeyDer(der, log) : toEccPkcs8PrivateKeyDer(der, log);
+    if (!ok)
+        return false;
+    char label[sizeof s_scrambledPrivateKeyLabel];
+    privateKeyPemLabel(label);
+    return _tvPublicKey::derToPem(label, der, out, log);
+}
+
+}  // namespace ecckey

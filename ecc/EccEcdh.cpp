@@ -1,0 +1,104 @@
+// ECDH: the x-coordinate of d·Q_peer, big-endian, left-padded with zero bytes to the curve's byte length.
+//
+// The peer's point is multiplied as given: it is not checked against the curve equation, nor for the
+// point at infinity, and the private scalar is used as stored. secp256k1 goes to the constant-time engine,
+// where a product at infinity yields x = 0 (an all-zero secret); on the generic curves it fails.
+
+#include <openssl/crypto.h>
+
+#include "ecc/EccKey.h"
+#include "ecc/arith/EccArith.h"
+#include "ecc/secp256k1/CurvePt.h"
+#include "support/DataBuffer.h"
+#include "support/LogBase.h"
+#include "support/TovarMp.h"
+
+namespace ecckey {
+
+namespace {
+
+// S.X = x(d·Q) on secp256k1. Never fails; a value wider than 256 bits is not converted and acts as zero.
+void sharedXK(const mp_int &d, const EccPoint &Q, EccPoint &S) {
+    _tvUnsigned256 k;
+    _tvUnsigned256 qx;
+    _tvUnsigned256 qy;
+    mp_int_to_uint256(d, k);
+    mp_int_to_uint256(Q.m_x, qx);
+    mp_int_to_uint256(Q.m_y, qy);
+
+    // Peer coordinates not below p are brought into the field by one masked subtraction of p.
+    _tvCurvePt R{FieldInt256(qx), FieldInt256(qy)};
+    R.z = _tvCurvePt::m_s_fiOne;
+    R.multiplyPt(k);
+    R.normalizePt();
+    uint256_to_mp_int(R.x, S.m_x);
+
+    // The scalar and the shared point stay on the stack otherwise.
+    OPENSSL_cleanse(&k, sizeof k);
+    OPENSSL_cleanse(&R, sizeof R);
+}
+
+}  // namespace
+
+bool EccKey::sharedSecret(EccKey &peer, DataBuffer &out, LogBase &log) {
+    LogContextExitor ctx(log, "sharedSecret");
+    // The secret is about to be written into the caller's buffer: have it wiped when released (and
+    // whatever it held before wiped by the clear).
+    out.setSensitive();
+    out.clear();
+    EccPoint S;  // m_format 4
+
+    if (m_keyType != 1) {
+        log.logError("Must be a private key.");
+        return false;
+    }
+    if (!m_curve.m_name.equals(peer.m_curve.m_name)) {
+        log.logError("ECC curves are different");
+        log.LogDataSb("privKeyCurve", m_curve.m_name);
+        log.LogDataSb("pubKeyCurve", peer.m_curve.m_name);
+        return false;
+    }
+
+    // Parsed for every curve, secp256k1 included, where the engine has its own modulus.
+    mp_int p;
+    if (!TovarMp::mpint_from_radix(p, m_curve.m_p.getString(), 16)) {
+        log.LogDataSb("curvePrime", m_curve.m_p);
+        log.logError("Failed to decode curve prime.");
+        return false;
+    }
+
+    if (m_curve.m_name.equals("secp256k1")) {
+        sharedXK(m_privKey, peer.m_pubPoint, S);
+    } else {
+        bool ok;
+        if (m_curve.m_hasA) {
+            mp_int a;
+            if (!TovarMp::mpint_from_radix(a, m_curve.m_a.getString(), 16)) {
+                log.logError("Failed to decode curve A.");
+                return false;
+            }
+            ok = pointMult_tmr(m_privKey, peer.m_pubPoint, S, &a, p, 1, log);
+        } else {
+            ok = pointMult_tmr(m_privKey, peer.m_pubPoint, S, nullptr, p, 1, log);
+        }
+        if (!ok) {
+            log.logError("Point multiply failed.");
+            return false;
+        }
+    }
+
+    bool ok = TovarMp::mpint_to_db(S.m_x, out);
+
+    // Left-pad to the full field length: the secret is a fixed-length string, whatever its leading bytes.
+    static const unsigned char s_zeros[66] = {0};
+    while ((long)out.getSize() < (long)m_curve.m_byteLen) {
+        unsigned missing = (unsigned)((long)m_curve.m_byteLen - (long)out.getSize());
+        if (missing > sizeof s_zeros)
+            missing = sizeof s_zeros;
+        if (!out.prepend(s_zeros, missing))
+            return false;
+    }
+    return ok;
+}
+
+}  // namespace ecckey

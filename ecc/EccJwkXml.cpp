@@ -1,0 +1,205 @@
+// JSON Web Keys (RFC 7518, "kty" "EC") and the three XML key forms: the library's own ECCKeyValue and
+// ECCPublicKey, and the XML Signature 1.1 ECKeyValue.
+//
+// The texts are assembled from fixed fragments, with no whitespace: other programs compare and hash them
+// as they stand, so member order and spelling are part of the interface. Numbers in JWKs are the minimal
+// big-endian bytes of each integer in base64url (no padding to the curve size).
+#include "ecc/EccKey.h"
+
+#include "support/JsonObject.h"
+#include "support/LogBase.h"
+#include "support/TovarMp.h"
+#include "support/Xml.h"
+
+namespace ecckey {
+
+namespace {
+
+// The ECKeyValue element of XML Signature 1.1, filled in by toEccPublicKeyXmlDSig.
+const char *const kXmlDSigEcKeyValue =
+    "<ECKeyValue xmlns=\"http://www.w3.org/2009/xmldsig11#\">"
+    "<NamedCurve URI=\"urn:oid:CURVE_OID\" />"
+    "<PublicKey>PUBKEY_BASE64</PublicKey>"
+    "</ECKeyValue>";
+
+}  // namespace
+
+// "P-256", "P-384" and "P-521" by OID; every other curve goes out under its catalogue name, which JWK
+// readers of this library accept back.
+void EccKey::getJwkCurveName(StringBuffer &out, LogBase &log) const {
+    (void)log;
+    const StringBuffer &oid = m_curve.m_oid;
+    if (oid.equals("1.2.840.10045.3.1.7")) {
+        out.append("P-256");
+    } else if (oid.equals("1.3.132.0.34")) {
+        out.append("P-384");
+    } else if (oid.equals("1.3.132.0.35")) {
+        out.append("P-521");
+    } else {
+        out.append(m_curve.m_name);
+    }
+}
+
+// {"kty":"EC","crv":C,"x":X,"y":Y,"d":D}. On failure out is wiped and left empty.
+bool EccKey::toEccPrivateKeyJwk(StringBuffer &out, LogBase &log) {
+    LogContextExitor ctx(log, "toEccPrivateKeyJwk");
+    out.clear();
+    bool ok = out.append("{\"kty\":\"EC\",\"crv\":\"");
+    getJwkCurveName(out, log);
+    ok = out.append("\",\"x\":\"") && ok;
+    ok = TovarMp::mpint_to_base64url(m_pubPoint.m_x, out, log) && ok;
+    ok = out.append("\",\"y\":\"") && ok;
+    ok = TovarMp::mpint_to_base64url(m_pubPoint.m_y, out, log) && ok;
+    ok = out.append("\",\"d\":\"") && ok;
+    ok = TovarMp::mpint_to_base64url(m_privKey, out, log) && ok;
+    ok = out.append("\"}") && ok;
+    if (!ok)
+        out.secureClear();
+    return ok;
+}
+
+// {"kty":"EC","crv":C,"x":X,"y":Y}, or with crvFirst {"crv":C,"kty":"EC","x":X,"y":Y}. On failure out is
+// left empty.
+bool EccKey::toEccPublicKeyJwk(StringBuffer &out, bool crvFirst, LogBase &log) {
+    LogContextExitor ctx(log, "toEccPublicKeyJwk");
+    out.clear();
+    bool ok;
+    if (crvFirst) {
+        ok = out.append("{\"crv\":\"");
+        getJwkCurveName(out, log);
+        ok = out.append("\",\"kty\":\"EC\",\"x\":\"") && ok;
+    } else {
+        ok = out.append("{\"kty\":\"EC\",\"crv\":\"");
+        getJwkCurveName(out, log);
+        ok = out.append("\",\"x\":\"") && ok;
+    }
+    ok = TovarMp::mpint_to_base64url(m_pubPoint.m_x, out, log) && ok;
+    ok = out.append("\",\"y\":\"") && ok;
+    ok = TovarMp::mpint_to_base64url(m_pubPoint.m_y, out, log) && ok;
+    ok = out.append("\"}") && ok;
+    if (!ok)
+        out.clear();
+    return ok;
+}
+
+// <ECCKeyValue curve="NAME">base64 of the SEC 1 DER</ECCKeyValue>. On failure out is wiped and empty.
+bool EccKey::toEccPrivateKeyXml(StringBuffer &out, LogBase &log) {
+    LogContextExitor ctx(log, "toEccPrivateKeyXml");
+    out.clear();
+    DataBuffer der;
+    der.setSensitive();
+    if (!toEccPkcs1PrivateKeyDer(der, log))
+        return false;
+
+    bool ok = out.append("<ECCKeyValue curve=\"");
+    ok = out.append(m_curve.m_name) && ok;
+    ok = out.append("\">") && ok;
+    ok = der.encodeDB("base64", out) && ok;
+    ok = out.append("</ECCKeyValue>") && ok;
+    if (!ok)
+        out.secureClear();
+    return ok;
+}
+
+// <ECCPublicKey curve="NAME" x="HEX" y="HEX">base64 of the long-form SubjectPublicKeyInfo</ECCPublicKey>,
+// x and y each exactly 2 * m_byteLen upper-case hex digits. On failure out is left empty.
+bool EccKey::toEccPublicKeyXml(StringBuffer &out, LogBase &log) {
+    LogContextExitor ctx(log, "toEccPublicKeyXml");
+    out.clear();
+    DataBuffer der;
+    if (!toPublicKeyDer_longFmt(der, log))
+        return false;
+
+    unsigned byteLen = (unsigned)m_curve.m_byteLen;
+    bool ok = out.append("<ECCPublicKey curve=\"");
+    ok = out.append(m_curve.m_name) && ok;
+    ok = out.append("\" x=\"") && ok;
+    ok = TovarMp::mpint_to_hex_zero_extended(m_pubPoint.m_x, byteLen, out) && ok;
+    ok = out.append("\" y=\"") && ok;
+    ok = TovarMp::mpint_to_hex_zero_extended(m_pubPoint.m_y, byteLen, out) && ok;
+    ok = out.append("\">") && ok;
+    ok = der.encodeDB("base64", out) && ok;
+    ok = out.append("</ECCPublicKey>") && ok;
+    if (!ok)
+        out.clear();
+    return ok;
+}
+
+// The XML Signature 1.1 ECKeyValue: the curve by OID as a URN and the uncompressed point in base64.
+bool EccKey::toEccPublicKeyXmlDSig(StringBuffer &out, LogBase &log) {
+    LogContextExitor ctx(log, "toEccPublicKeyXmlDSig");
+    out.clear();
+    bool ok = out.append(kXmlDSigEcKeyValue);
+    // The template already holds "urn:oid:" in front of the placeholder.
+    ok = out.replaceFirstOccurance("CURVE_OID", m_curve.m_oid.getString(), false) && ok;
+
+    DataBuffer point;
+    StringBuffer pointBase64;
+    ok = m_pubPoint.exportEccPoint(m_curve.m_byteLen, point, log) && ok;
+    ok = point.encodeDB("base64", pointBase64) && ok;
+    ok = out.replaceFirstOccurance("PUBKEY_BASE64", pointBase64.getString(), false) && ok;
+    if (!ok)
+        out.clear();
+    return ok;
+}
+
+// Reads "d" (when present: a private key), "crv", "x" and "y". The point is not validated. A private key
+// whose x or y is missing returns false with d and the curve already loaded.
+bool EccKey::loadAnyJwk(ClsJsonObject &json, LogBase &log) {
+    LogContextExitor ctx(log, "loadAnyJwk_ecc");
+    clearEccKey();
+    m_keyType = 0;
+    LogNull quiet;
+
+    if (json.hasMember("d", quiet)) {
+        m_keyType = 1;
+        if (!jwkContentToMpInt(json, "d", m_privKey, log))
+            return false;
+    }
+
+    StringBuffer crv;
+    if (!json.sbOfPathUtf8("crv", crv, quiet)) {
+        log.logError("JWK crv member in ECC key is missing");
+        return false;
+    }
+    if (!m_curve.loadCurveByName(crv.getString(), log)) {
+        log.logError("Invalid ECC curve name");
+        log.LogDataSb("crv", crv);
+        return false;
+    }
+
+    TovarMp::mp_set(m_pubPoint.m_z, 1);
+    bool gotX = jwkContentToMpInt(json, "x", m_pubPoint.m_x, log);
+    bool gotY = jwkContentToMpInt(json, "y", m_pubPoint.m_y, log);
+    return gotX && gotY;
+}
+
+// An element with a PublicKey child (any namespace prefix) is an XML Signature 1.1 ECKeyValue; any other
+// element is one of the library's own forms, whose text is base64 DER (its attributes are not read).
+bool EccKey::loadAnyXml(ClsXml &xml, LogBase &log) {
+    LogContextExitor ctx(log, "loadAnyXml");
+    clearEccKey();
+
+    if (xml.hasChildWithTag("*:PublicKey")) {
+        StringBuffer oid;
+        StringBuffer pointBase64;
+        xml.getChildAttrValue("*:NamedCurve", "URI", oid);
+        xml.getChildContentUtf8("*:PublicKey", pointBase64, false);
+        // A URI without the prefix is passed on unchanged.
+        oid.replaceFirstOccurance("urn:oid:", "", false);
+        DataBuffer point;
+        point.appendEncoded(pointBase64.getString(), "base64");
+        return loadEcPubKeyByCurveAndPoint(oid.getString(), point, log);
+    }
+
+    StringBuffer content;
+    xml.get_Content(content);
+    DataBuffer der;
+    der.setSensitive();
+    der.appendEncoded(content.getString(), "base64");
+    bool ok = loadEccDer(der, log);
+    content.secureClear();
+    return ok;
+}
+
+}  // namespace ecckey

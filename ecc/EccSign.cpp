@@ -1,0 +1,207 @@
+// ECDSA signing on the generic arithmetic, the SSH signature blob and the TLS re-wrapping of signatures.
+//
+// Each signature draws a fresh ephemeral key pair (k, k·G) with generateNewKey: r = x(k·G) mod n and
+// s = k^-1·(e + d·r) mod n. Keys on secp256k1 are handed to the fixed-width signer, except by the SSH
+// variant, which always signs here.
+#include "ecc/EccKey.h"
+#include "ecc/EcdsaSig.h"
+#include "support/AsnItem.h"
+#include "support/LogBase.h"
+#include "support/Owners.h"
+#include "support/Prng.h"
+#include "support/SshMessage.h"
+#include "support/TovarMp.h"
+
+namespace ecckey {
+
+namespace {
+
+// Reads count bytes as an unsigned big-endian integer; an empty string is zero.
+bool readUnsigned(mp_int &out, const unsigned char *bytes, unsigned count) {
+    if (count == 0) {
+        TovarMp::mp_zero(out);
+        return true;
+    }
+    if (!bytes)
+        return false;
+    return TovarMp::mpint_from_bytes(out, bytes, count);
+}
+
+// True when the minimal big-endian form of v starts with a byte of 0x80 or more. Sets failed when the
+// bytes could not be produced.
+bool leadingByteIsHigh(const mp_int &v, DataBuffer &scratch, bool &failed) {
+    scratch.clear();
+    failed = !TovarMp::mpint_to_db(v, scratch) || scratch.getSize() == 0;
+    return !failed && scratch[0] >= 0x80;
+}
+
+// One ECDSA signature (r, s) over e with key's private scalar. Tries ephemeral keys until r and s are
+// both non-zero and, when rejectHighLeadingByte, until the minimal forms of r and s both begin below
+// 0x80 (the generic signer's outputs never need a DER sign octet). There is no bound on the attempts: a
+// generator that fails ends the loop through generateNewKey.
+//
+// Logs "curveName" and "Failed to generate point on curve." when the generator fails, and "ecc calc
+// error 1" to "5" when the arithmetic does. On failure s is zeroed (a half-built s reveals d).
+bool computeSignature(const EccKey &key, const mp_int &n, const mp_int &e, _tvPrng &prng,
+                      bool rejectHighLeadingByte, mp_int &r, mp_int &s, LogBase &log) {
+    EccKey eph;  // k and k·G; its scalar is wiped when it is cleared or destroyed
+    LogNull quiet;
+    DataBuffer scratch;
+
+    for (;;) {
+        if (!eph.generateNewKey(key.m_curve.m_name, prng, quiet)) {
+            log.LogDataSb("curveName", key.m_curve.m_name);
+            log.logError("Failed to generate point on curve.");
+            break;
+        }
+        // r = x(k·G) mod n
+        if (TovarMp::mp_mod(eph.m_pubPoint.m_x, n, r) != 0)
+            break;
+        if (TovarMp::isZero(r)) {
+            eph.clearEccKey();
+            continue;
+        }
+        const char *calcError = nullptr;
+        if (TovarMp::mp_invmod(eph.m_privKey, n, eph.m_privKey) != 0)  // k^-1, in place of k
+            calcError = "ecc calc error 1";
+        else if (TovarMp::mp_mulmod(key.m_privKey, r, n, s) != 0)  // s = d·r mod n
+            calcError = "ecc calc error 2";
+        else if (TovarMp::mp_add(e, s, s) != 0)  // s = e + d·r
+            calcError = "ecc calc error 3";
+        else if (TovarMp::mp_mod(s, n, s) != 0)  // s = (e + d·r) mod n
+            calcError = "ecc calc error 4";
+        else if (TovarMp::mp_mulmod(s, eph.m_privKey, n, s) != 0)  // s = k^-1·(e + d·r) mod n
+            calcError = "ecc calc error 5";
+        if (calcError) {
+            log.logError(calcError);
+            break;
+        }
+        if (TovarMp::isZero(s))
+            continue;  // the next generateNewKey clears the ephemeral key
+        if (!rejectHighLeadingByte)
+            return true;
+
+        bool failed = false;
+        if (leadingByteIsHigh(r, scratch, failed))
+            continue;
+        if (failed)
+            break;
+        if (leadingByteIsHigh(s, scratch, failed))
+            continue;
+        if (failed)
+            break;
+        return true;
+    }
+    TovarMp::mp_zero(s);
+    return false;
+}
+
+// Steps shared by both generic signers before the loop: the key must be private and the order must
+// parse. Logs "Must be a private key." or "Failed to get p".
+bool prepareSigning(const EccKey &key, mp_int &n, LogBase &log) {
+    if (key.m_keyType != 1) {
+        log.logError("Must be a private key.");
+        return false;
+    }
+    if (!TovarMp::mpint_from_radix(n, key.m_curve.m_order.getString(), 16)) {
+        log.logError("Failed to get p");
+        return false;
+    }
+    return true;
+}
+
+bool signIsNegative(const mp_int &r, const mp_int &s, LogBase &log) {
+    if (!TovarMp::isNegative(r) && !TovarMp::isNegative(s))
+        return false;
+    log.logInfo("R or S is negative");
+    return true;
+}
+
+}  // namespace
+
+// Signs the first eLen bytes of hash (ecdsaHashLen) into out, cleared first: DER when bAsn, else r||s
+// padded to 2·m_byteLen. secp256k1 keys go to eccSignHashK with the cut hash. Refuses a public key
+// ("Must be a private key.") before drawing any random byte. Logs "bAsn" and "inlen" (uncut) when
+// verbose.
+bool EccKey::eccSignHash(const unsigned char *hash, unsigned hashLen, _tvPrng &prng, bool bAsn,
+                         DataBuffer &out, LogBase &log) {
+    LogContextExitor ctx(log, "eccSignHash");
+    out.clear();
+    if (log.m_verbose) {
+        log.LogDataLong("bAsn", bAsn ? 1 : 0);
+        log.LogDataLong("inlen", (long)hashLen);
+    }
+
+    unsigned eLen = ecdsaHashLen(m_curve.m_byteLen, hashLen);
+    // A longer hash reaches the fixed-width signer already cut to 32 bytes; a shorter one is refused there.
+    if (m_curve.m_name.equals("secp256k1"))
+        return eccSignHashK(hash, eLen, prng, bAsn, out, log);
+
+    mp_int n, e, r, s;
+    if (!prepareSigning(*this, n, log))
+        return false;
+    if (!readUnsigned(e, hash, eLen)) {  // e is not reduced modulo n
+        log.logError("Failed to get e");
+        return false;
+    }
+    if (!computeSignature(*this, n, e, prng, true, r, s, log))
+        return false;
+    if (signIsNegative(r, s, log))
+        return false;
+
+    if (bAsn)
+        return encodeDerSig(r, s, false, out, log);
+    return appendSigHalf(r, m_curve.m_byteLen, out) && appendSigHalf(s, m_curve.m_byteLen, out);
+}
+
+// Signs the whole hash on the generic arithmetic, whatever the curve (secp256k1 included), and appends r
+// and s as two SSH mpints to out, which is not cleared. No leading-byte rule: an mpint may carry its
+// sign octet. Messages as eccSignHash; out may hold a partial blob after a failure while appending.
+bool EccKey::eccSignHash_forSsh(const unsigned char *hash, unsigned hashLen, _tvPrng &prng, DataBuffer &out,
+                                LogBase &log) {
+    LogContextExitor ctx(log, "eccSignHash_forSsh");
+
+    mp_int n, e, r, s;
+    if (!prepareSigning(*this, n, log))
+        return false;
+
+    // e is the whole hash, read as the non-negative mpint it would be on the wire.
+    DataBuffer eBytes;
+    bool eOk = hash != nullptr || hashLen == 0;
+    if (eOk && hashLen > 0 && hash[0] >= 0x80)
+        eOk = eBytes.appendChar(0);
+    if (eOk && hashLen > 0)
+        eOk = eBytes.append(hash, hashLen);
+    if (eOk)
+        eOk = readUnsigned(e, eBytes.getData2(), eBytes.getSize());
+    if (!eOk) {
+        log.logError("Failed to get e");
+        return false;
+    }
+    if (!computeSignature(*this, n, e, prng, false, r, s, log))
+        return false;
+    if (signIsNegative(r, s, log))
+        return false;
+
+    DataBuffer scratch;
+    if (!TovarMp::unsigned_mpint_to_db(r, scratch) || !SshMessage::pack_db(scratch, out))
+        return false;
+    scratch.clear();
+    return TovarMp::unsigned_mpint_to_db(s, scratch) && SshMessage::pack_db(scratch, out);
+}
+
+// Re-encodes a signature, DER or raw of a size the reader knows, as DER appended to out. An unreadable
+// input is logged by the unpacker and encoded as it was read (r = s = 0). Returns the encoder's verdict
+// ("Failed to encode final ASN.1" when it fails); logs "eccAsnSigLen" when verbose.
+bool EccKey::eccWrapSigAsn_forTls(const DataBuffer &sig, unsigned unused, DataBuffer &out, LogBase &log) {
+    (void)unused;
+    LogContextExitor ctx(log, "eccWrapSigAsn_forTls");
+
+    // The unpacker's verdict is not used: on an unreadable input it has logged why, and r and s are
+    // encoded as they stand (zero when nothing was read).
+    mp_int r, s;
+    (void)unpackDsaSig(sig.getData2(), sig.getSize(), true, r, s, log, 0);
+    return encodeDerSig(r, s, true, out, log);
+}
+
+}  // namespace ecckey
