@@ -112,14 +112,62 @@ int TovarMp::mp_mulmod(const mp_int &a, const mp_int &b, const mp_int &m, mp_int
     return ::mp_mulmod(L(a), L(b), L(m), L(c));
 }
 
-// LibTomMath 1.2 inverts |a| rather than a when a is negative and the modulus odd (and leaves the result
-// negative): a negative a is reduced into [0, m) first.
+namespace {
+
+// Inverse modulo an odd m > 1 of 0 <= a < m, by the binary extended Euclidean algorithm. LibTomMath's own
+// mp_invmod frees its temporaries without wiping them, and when signing a is the nonce: one freed copy of
+// it gives away the private key. Here every temporary is one of ours (wiped when destroyed) and is sized
+// up front, so none of the LibTomMath calls below allocates or moves a block.
+// Invariants: x1·a = u and x2·a = v (mod m), with x1, x2 in [0, m).
+int invmodOddWiped(const mp_int &a, const mp_int &m, mp_int &c) {
+    const int numDigits = L(m)->used + 2;
+    mp_int u, v, x1, x2;
+    for (mp_int *t : {&u, &v, &x1, &x2})
+        if (::mp_grow(L(*t), numDigits) != MP_OKAY) return MP_MEM;
+    if (::mp_copy(L(a), L(u)) != MP_OKAY || ::mp_copy(L(m), L(v)) != MP_OKAY) return MP_MEM;
+    ::mp_set(L(x1), 1);
+    ::mp_zero(L(x2));
+    if (mp_iszero(L(u))) return MP_VAL;
+
+    // Halves w while it is even, keeping x·a = w by halving x modulo m (adding m first when x is odd).
+    auto halveWhileEven = [&m](mp_int &w, mp_int &x) {
+        while (mp_iseven(L(w))) {
+            if (::mp_div_2(L(w), L(w)) != MP_OKAY) return false;
+            if (::mp_isodd(L(x)) && ::mp_add(L(x), L(m), L(x)) != MP_OKAY) return false;
+            if (::mp_div_2(L(x), L(x)) != MP_OKAY) return false;
+        }
+        return true;
+    };
+    // w = w - z and x = x - y (mod m).
+    auto subtract = [&m](mp_int &w, const mp_int &z, mp_int &x, const mp_int &y) {
+        if (::mp_sub(L(w), L(z), L(w)) != MP_OKAY || ::mp_sub(L(x), L(y), L(x)) != MP_OKAY) return false;
+        return !mp_isneg(L(x)) || ::mp_add(L(x), L(m), L(x)) == MP_OKAY;
+    };
+
+    while (::mp_cmp_d(L(u), 1) != MP_EQ && ::mp_cmp_d(L(v), 1) != MP_EQ) {
+        if (!halveWhileEven(u, x1) || !halveWhileEven(v, x2)) return MP_MEM;
+        if (::mp_cmp_d(L(u), 1) == MP_EQ || ::mp_cmp_d(L(v), 1) == MP_EQ) break;
+        const bool ok = ::mp_cmp(L(u), L(v)) != MP_LT ? subtract(u, v, x1, x2) : subtract(v, u, x2, x1);
+        if (!ok) return MP_MEM;
+        if (mp_iszero(L(u)) || mp_iszero(L(v))) return MP_VAL;  // gcd(a, m) > 1
+    }
+    return ::mp_copy(::mp_cmp_d(L(u), 1) == MP_EQ ? L(x1) : L(x2), L(c));
+}
+
+}  // namespace
+
+// Odd moduli (every curve's p and n) take the wiping inversion above. LibTomMath 1.2 also inverts |a|
+// rather than a when a is negative (and leaves the result negative): a negative a, or one not below m, is
+// reduced into [0, m) first.
 int TovarMp::mp_invmod(const mp_int &a, const mp_int &m, mp_int &c) {
     if (!usable(a, m, c)) return MP_MEM;
-    if (!isNegative(a)) return ::mp_invmod(L(a), L(m), L(c));
+    const bool oddModulus = ::mp_isodd(L(m)) && ::mp_cmp_d(L(m), 1) == MP_GT;
+    if (oddModulus && !isNegative(a) && ::mp_cmp(L(a), L(m)) == MP_LT) return invmodOddWiped(a, m, c);
+    if (!oddModulus && !isNegative(a)) return ::mp_invmod(L(a), L(m), L(c));
     mp_int reduced;
     int err = mp_mod(a, m, reduced);
-    return err != MP_OKAY ? err : ::mp_invmod(L(reduced), L(m), L(c));
+    if (err != MP_OKAY) return err;
+    return oddModulus ? invmodOddWiped(reduced, m, c) : ::mp_invmod(L(reduced), L(m), L(c));
 }
 
 int TovarMp::mp_div_2(const mp_int &a, mp_int &c) { return usable(a, c) ? ::mp_div_2(L(a), L(c)) : MP_MEM; }

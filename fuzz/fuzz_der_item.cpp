@@ -1,0 +1,61 @@
+// _tvDer::DecodeAsn: the DER reader of the item model that signatures use, and the DER dump that failed
+// key loads write to the log.
+//
+// A decoded item re-encodes to exactly the bytes it was read from; an INTEGER that get_mp accepts is
+// written back by appendUnsignedInt with the same content.
+#include <cstring>
+
+#include "FuzzSupport.h"
+#include "support/AsnItem.h"
+#include "support/Owners.h"
+
+using namespace ecckey;
+using namespace ecckey_fuzz;
+
+namespace {
+
+void walk(const tv_asnItem &item, int depth) {
+    FUZZ_REQUIRE(depth <= 64);
+    FuzzLog log;
+    mp_int value;
+    if (item.get_mp(value, log)) {
+        FUZZ_REQUIRE(!item.isConstructed() && item.getTag() == 2 && item.getTagClass() == 0);
+        ObjectOwner<tv_asnItem> seq(tv_asnItem::newSequence());
+        FUZZ_REQUIRE(seq.get() != nullptr);
+        FUZZ_REQUIRE(seq.get()->appendUnsignedInt(value, log));
+        const tv_asnItem *written = seq.get()->getSubItem_doNotDelete(0);
+        FUZZ_REQUIRE(written != nullptr);
+        FUZZ_REQUIRE(written->content().equals(item.content()));
+    }
+    const int n = item.numSubItems();
+    if (!item.isConstructed()) FUZZ_REQUIRE(n == 0);
+    for (int i = 0; i < n; ++i) {
+        const tv_asnItem *sub = item.getSubItem_doNotDelete(i);
+        FUZZ_REQUIRE(sub != nullptr);
+        walk(*sub, depth + 1);
+    }
+    FUZZ_REQUIRE(item.getSubItem_doNotDelete(n) == nullptr);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    uint8_t *copy = new uint8_t[size ? size : 1];
+    std::memcpy(copy, data, size);
+    FuzzLog log;
+    unsigned consumed = 12345;
+    tv_asnItem *decoded = _tvDer::DecodeAsn(size ? copy : nullptr, (unsigned)size, consumed, log);
+    if (decoded) {
+        ObjectOwner<tv_asnItem> owner(decoded);
+        FUZZ_REQUIRE(consumed > 0 && consumed <= size);
+        walk(*decoded, 0);
+        DataBuffer der;
+        FUZZ_REQUIRE(_tvDer::EncodeAsn(decoded, der));
+        FUZZ_REQUIRE(der.equals(copy, consumed));
+    }
+    DataBuffer all;
+    all.append(copy, (unsigned)size);
+    _tvDer::logDerAsXml(all, log);
+    delete[] copy;
+    return 0;
+}

@@ -1,0 +1,33 @@
+# valgrind memcheck in the ordinary suite: no error, nothing definitely lost. It covers the signing,
+# verification and encoding suites (one iteration of each random loop) and the fuzz corpus replays, which
+# drive every decoder and the round trips behind it; `make memcheck` runs just these entries. Sanitizer
+# builds cannot run under valgrind, so the entries exist only in the ordinary build.
+find_program(ECCKEY_MEMCHECK_VALGRIND valgrind)
+if(ECCKEY_MEMCHECK_VALGRIND AND NOT ECCKEY_SANITIZE AND NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize" AND
+   TARGET ecckey-tests)
+  set(ECCKEY_MEMCHECK_COMMAND ${ECCKEY_MEMCHECK_VALGRIND} --quiet --error-exitcode=99 --leak-check=full
+      --errors-for-leak-kinds=definite --show-leak-kinds=definite
+      --suppressions=${CMAKE_CURRENT_SOURCE_DIR}/cmake/memcheck.supp)
+  # Three entries, so that ctest -j runs them side by side.
+  set(ECCKEY_MEMCHECK_SIGN "*Sign*:*Secp256k1Ecdsa*:*EcdsaHashLen*:*EccWrapSig*")
+  set(ECCKEY_MEMCHECK_VERIFY "*Verify*:*UnpackDsaSig*")
+  set(ECCKEY_MEMCHECK_ENCODE
+      "*AsnImport*:*DerExport*:*JwkLoad*:*JwkXmlCurve*:*XmlLoad*:*PuttyBlob*:*PuttyKeys*:*SshCurve*:*SshNames*:*Raw*:*LoadEcc*:*ExportEccPoint*:*Codec*")
+  foreach(part SIGN VERIFY ENCODE)
+    string(TOLOWER ${part} name)
+    add_test(NAME memcheck_${name}
+             COMMAND ${ECCKEY_MEMCHECK_COMMAND} $<TARGET_FILE:ecckey-tests>
+                     --gtest_filter=${ECCKEY_MEMCHECK_${part}})
+    set_tests_properties(memcheck_${name} PROPERTIES
+                         TIMEOUT 900 LABELS memcheck ENVIRONMENT "ECCKEY_TEST_ITERATIONS=1")
+  endforeach()
+  if(ECCKEY_FUZZ_HARNESSES)
+    foreach(src ${ECCKEY_FUZZ_HARNESSES})
+      get_filename_component(harness ${src} NAME_WE)
+      string(REGEX REPLACE "^fuzz_" "" target ${harness})
+      add_test(NAME memcheck_fuzz_replay_${target}
+               COMMAND ${ECCKEY_MEMCHECK_COMMAND} $<TARGET_FILE:replay_${target}> ${ECCKEY_FUZZ_DIR}/corpus/${target})
+      set_tests_properties(memcheck_fuzz_replay_${target} PROPERTIES TIMEOUT 600 LABELS memcheck)
+    endforeach()
+  endif()
+endif()
