@@ -85,9 +85,7 @@ TEST_P(KeyRecordCurve, ModulusBitLenIsByteLengthTimesEight) {
 }
 
 INSTANTIATE_TEST_SUITE_P(AllCurves, KeyRecordCurve, ::testing::ValuesIn(ecckey_test::allCurves()),
-                         [](const ::testing::TestParamInfo<CurveInfo> &i) {
-                             return ecckey_test::curveParamName(i.param);
-                         });
+                         ecckey_test::curveParamName);
 
 TEST(KeyRecord, ModulusBitLenCountsWholeBytes) {
     LogRecorder log;

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "ecc/EcdsaSig.h"
-#include "support/EcdsaOracle.h"
+#include "support/OsslKey.h"
 
 using ecckey::LogRecorder;
 using ecckey::mp_int;
