@@ -170,42 +170,6 @@ TEST_F(EcdhEdges, DifferentCurvesAreRejected) {
     EXPECT_EQ(out.getSize(), 0u);
 }
 
-TEST_F(EcdhEdges, UnparsablePrime) {
-    m_p256.m_curve.m_p.setString("G00D");
-    DataBuffer out;
-    LogRecorder log;
-    EXPECT_FALSE(m_p256.sharedSecret(m_p256peer, out, log));
-    std::string v;
-    ASSERT_TRUE(log.dataValue("curvePrime", v));
-    EXPECT_EQ(v, "G00D");
-    EXPECT_EQ(log.errors(), std::vector<std::string>{"Failed to decode curve prime."});
-}
-
-// The prime is parsed before the branch, also on secp256k1 where the engine has its own.
-TEST_F(EcdhEdges, PrimeIsParsedOnSecp256k1Too) {
-    EccKey k1;
-    TestPrng rng(testSeed() + 9);
-    LogNull quiet;
-    ASSERT_TRUE(k1.generateNewKey(StringBuffer("secp256k1"), rng, quiet));
-    k1.m_curve.m_p.setString("?");
-    DataBuffer out;
-    LogRecorder log;
-    EXPECT_FALSE(k1.sharedSecret(m_k1peer, out, log));
-    EXPECT_EQ(log.errors(), std::vector<std::string>{"Failed to decode curve prime."});
-}
-
-TEST_F(EcdhEdges, UnparsableCoefficientA) {
-    EccKey bpPeer;
-    TestPrng rng(testSeed() + 17);
-    LogNull quiet;
-    ASSERT_TRUE(bpPeer.generateNewKey(StringBuffer("brainpoolp256r1"), rng, quiet));
-    m_bp256.m_curve.m_a.setString("a?");
-    DataBuffer out;
-    LogRecorder log;
-    EXPECT_FALSE(m_bp256.sharedSecret(bpPeer, out, log));
-    EXPECT_EQ(log.errors(), std::vector<std::string>{"Failed to decode curve A."});
-}
-
 // A product at infinity on a generic curve: a stored scalar equal to n (genPubKey would have reduced it,
 // so it is set directly) fails the ladder's map back to affine.
 TEST_F(EcdhEdges, GenericProductAtInfinityFails) {
