@@ -184,26 +184,34 @@ Nonce nonceFor(const OsslEcKey &key, TestPrng &prng, const BIGNUM *e) {
     }
 }
 
-TEST_P(SignGenericCurves, AttemptsFailingTheLeadingByteRuleAreDiscarded) {
-    Bytes h = randomHash("SHA256");
-    BnPtr e = ecckey_test::bnOf(prefix(h, ecckey::ecdsaHashLen(curve().byteLen, (unsigned)h.size())));
-    Nonce bad, good;
-    do
-        bad = nonceFor(m_ossl, m_prng, e.get());
-    while (passesLeadingByteRule(bad.r.get(), bad.s.get()));
-    do
-        good = nonceFor(m_ossl, m_prng, e.get());
-    while (!passesLeadingByteRule(good.r.get(), good.s.get()));
-
+// Signs h with the generator serving the rejected nonce first, then the good one: the signature is good's.
+void expectSecondNonceUsed(EccKey &key, const CurveInfo &c, const Bytes &h, const Nonce &rejected,
+                           const Nonce &good) {
     ScriptedPrng scripted;
-    scripted.m_queue = bad.bytes;
+    scripted.m_queue = rejected.bytes;
     scripted.m_queue.insert(scripted.m_queue.end(), good.bytes.begin(), good.bytes.end());
     scripted.m_failWhenEmpty = true;
     LogRecorder log;
     Bytes raw;
-    ASSERT_TRUE(sign(m_key, h, false, scripted, raw, log)) << log.toText();
+    ASSERT_TRUE(sign(key, h, false, scripted, raw, log)) << log.toText();
     EXPECT_EQ(2, scripted.m_calls);
-    EXPECT_EQ(ecckey_test::rawOf(good.r.get(), good.s.get(), curve().byteLen), raw);
+    EXPECT_EQ(ecckey_test::rawOf(good.r.get(), good.s.get(), c.byteLen), raw);
+}
+
+TEST_P(SignGenericCurves, AttemptsFailingTheLeadingByteRuleAreDiscarded) {
+    Bytes h = randomHash("SHA256");
+    BnPtr e = ecckey_test::bnOf(prefix(h, ecckey::ecdsaHashLen(curve().byteLen, (unsigned)h.size())));
+    // The rejected nonce fails on a leading byte of exactly 0x80, the rule's boundary.
+    Nonce bad, good;
+    do
+        bad = nonceFor(m_ossl, m_prng, e.get());
+    while (!(leadingByte(bad.r.get()) == 0x80 ||
+             (leadingByte(bad.r.get()) < 0x80 && leadingByte(bad.s.get()) == 0x80)));
+    do
+        good = nonceFor(m_ossl, m_prng, e.get());
+    while (!passesLeadingByteRule(good.r.get(), good.s.get()));
+
+    expectSecondNonceUsed(m_key, curve(), h, bad, good);
 }
 
 TEST_P(SignGenericCurves, ZeroSIsRetriedWithTheNextNonce) {
@@ -220,15 +228,7 @@ TEST_P(SignGenericCurves, ZeroSIsRetriedWithTheNextNonce) {
     do
         good = nonceFor(m_ossl, m_prng, e.get());
     while (!passesLeadingByteRule(good.r.get(), good.s.get()));
-    ScriptedPrng scripted;
-    scripted.m_queue = first.bytes;
-    scripted.m_queue.insert(scripted.m_queue.end(), good.bytes.begin(), good.bytes.end());
-    scripted.m_failWhenEmpty = true;
-    LogRecorder log;
-    Bytes raw;
-    ASSERT_TRUE(sign(m_key, h, false, scripted, raw, log)) << log.toText();
-    EXPECT_EQ(2, scripted.m_calls);
-    EXPECT_EQ(ecckey_test::rawOf(good.r.get(), good.s.get(), curve().byteLen), raw);
+    expectSecondNonceUsed(m_key, curve(), h, first, good);
 }
 
 TEST_P(SignGenericCurves, PublicKeyCannotSign) {
