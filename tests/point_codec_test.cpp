@@ -53,52 +53,49 @@ TEST(LoadEccPoint, LeadingZeroByteIsSkipped) {
     EXPECT_EQ(pointOf(P, 32), pt);
 }
 
-// An even length is only valid as 00 || point: a 66-byte string starting 04 is refused.
-TEST(LoadEccPoint, EvenLengthWithoutLeadingZeroIsInvalid) {
-    Bytes pt = p256Point();
-    pt.push_back(0x01);
-    EccPoint P;
-    LogRecorder log;
-    EXPECT_FALSE(P.loadEccPoint(toDb(pt), log));
-    EXPECT_EQ(log.errors(), kInvalidOnly);
-    std::string logged;
-    ASSERT_TRUE(log.dataValue("eccPoint", logged));
-    EXPECT_EQ(upper(logged), hexOf(pt.data(), pt.size()));
-    EXPECT_EQ(P.m_format, 4);
+// Refused encodings: the message, and the form byte the point is left with.
+struct RefusedPoint {
+    const char *label;
+    Bytes input;
+    std::vector<std::string> errors;
+    int format;
+};
+
+Bytes withByte(Bytes b, size_t at, unsigned char v) {
+    b[at] = v;
+    return b;
 }
 
-// An even-length compressed-looking string goes straight to the invalid path; its byte is kept.
-TEST(LoadEccPoint, EvenLengthKeepsTheFirstByteAsFormat) {
-    Bytes b(64, 0x11);
-    b[0] = 0x02;
-    EccPoint P;
-    LogRecorder log;
-    EXPECT_FALSE(P.loadEccPoint(toDb(b), log));
-    EXPECT_EQ(log.errors(), kInvalidOnly);
-    EXPECT_EQ(P.m_format, 2);
+std::vector<RefusedPoint> refusedPoints() {
+    Bytes longer = p256Point();
+    longer.push_back(0x01);
+    return {
+        // An even length is only valid as 00 || point: a 66-byte string starting 04 is refused.
+        {"EvenLengthWithoutLeadingZero", longer, kInvalidOnly, 4},
+        // An even-length compressed-looking string goes straight to the invalid path; its byte is kept.
+        {"EvenLengthKeepsTheFirstByte", withByte(Bytes(64, 0x11), 0, 0x02), kInvalidOnly, 2},
+        {"Compressed02", withByte(Bytes(33, 0x5A), 0, 0x02), kBadFirstByte, 2},
+        {"Compressed03", withByte(Bytes(33, 0x5A), 0, 0x03), kBadFirstByte, 3},
+        {"BadFirstByteAfterLeadingZero", withByte(withByte(Bytes(34, 0x5A), 0, 0x00), 1, 0x05), kBadFirstByte,
+         5},
+        {"LoneFormByte", Bytes{0x04}, kInvalidOnly, 4},
+        {"LoneFormByteAfterLeadingZero", Bytes{0x00, 0x04}, kInvalidOnly, 4},
+    };
 }
 
-TEST(LoadEccPoint, CompressedFormsAreRefused) {
-    for (unsigned char f : {0x02, 0x03}) {
-        Bytes b(33, 0x5A);
-        b[0] = f;
+TEST(LoadEccPoint, RefusedEncodings) {
+    for (const RefusedPoint &c : refusedPoints()) {
         EccPoint P;
         LogRecorder log;
-        EXPECT_FALSE(P.loadEccPoint(toDb(b), log));
-        EXPECT_EQ(log.errors(), kBadFirstByte);
-        EXPECT_EQ(P.m_format, f);
+        EXPECT_FALSE(P.loadEccPoint(toDb(c.input), log)) << c.label;
+        EXPECT_EQ(log.errors(), c.errors) << c.label;
+        EXPECT_EQ(P.m_format, c.format) << c.label;
+        if (c.errors == kInvalidOnly && c.input.size() > 2) {
+            std::string logged;
+            ASSERT_TRUE(log.dataValue("eccPoint", logged)) << c.label;
+            EXPECT_EQ(upper(logged), hexOf(c.input.data(), c.input.size())) << c.label;
+        }
     }
-}
-
-TEST(LoadEccPoint, BadFirstByteAfterLeadingZero) {
-    Bytes b(34, 0x5A);
-    b[0] = 0x00;
-    b[1] = 0x05;
-    EccPoint P;
-    LogRecorder log;
-    EXPECT_FALSE(P.loadEccPoint(toDb(b), log));
-    EXPECT_EQ(log.errors(), kBadFirstByte);
-    EXPECT_EQ(P.m_format, 5);
 }
 
 // Hybrid forms load and keep their form byte; the writer emits 04 regardless. The parity bit is not
@@ -116,16 +113,6 @@ TEST(LoadEccPoint, HybridFormsLoadAndExportAsUncompressed) {
         ASSERT_TRUE(P.exportEccPoint(32, out, log));
         EXPECT_EQ(toBytes(out), pt);
         EXPECT_TRUE(log.errors().empty());
-    }
-}
-
-TEST(LoadEccPoint, LoneFormByteIsInvalid) {
-    for (const Bytes &b : {Bytes{0x04}, Bytes{0x00, 0x04}}) {
-        EccPoint P;
-        LogRecorder log;
-        EXPECT_FALSE(P.loadEccPoint(toDb(b), log));
-        EXPECT_EQ(log.errors(), kInvalidOnly);
-        EXPECT_EQ(P.m_format, 4);
     }
 }
 
