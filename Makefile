@@ -6,7 +6,7 @@ ifeq ($(CI),true)
 CMAKE_FLAGS += -DECCKEY_WERROR=ON
 endif
 
-.PHONY: all deps configure build demo test bench clean
+.PHONY: all deps configure build demo test bench bench-quick clean
 
 all: build
 
@@ -25,8 +25,13 @@ demo: build
 test: build
 	@cd $(BUILD_DIR) && ctest --output-on-failure -j $(JOBS)
 
+# The side-by-side tables of ecckey, OpenSSL, LibTomCrypt and libsecp256k1 (a few minutes; BENCH_QUICK=1 or
+# `make bench-quick` for a short run printing the same tables).
 bench: build
 	@$(BUILD_DIR)/bin/ecckey-bench
+
+bench-quick: build
+	@BENCH_QUICK=1 $(BUILD_DIR)/bin/ecckey-bench
 
 clean:
 	rm -rf $(BUILD_DIR)

@@ -1,10 +1,11 @@
 #include "bench/AllocCounter.h"
 
-#include <atomic>
 #include <cstddef>
 
 namespace {
-std::atomic<std::uint64_t> s_allocations{0};
+// A plain per-thread count: an atomic shared by all threads would slow every allocation of the libraries
+// measured beside ecckey (LibTomCrypt allocates inside its point formulas) and bounce between threads.
+thread_local std::uint64_t s_allocations = 0;
 }  // namespace
 
 #ifndef ECCKEY_NO_ALLOC_HOOK
@@ -17,17 +18,17 @@ void *__libc_calloc(std::size_t count, std::size_t size);
 void *__libc_realloc(void *ptr, std::size_t size);
 
 void *malloc(std::size_t size) {
-    s_allocations.fetch_add(1, std::memory_order_relaxed);
+    ++s_allocations;
     return __libc_malloc(size);
 }
 
 void *calloc(std::size_t count, std::size_t size) {
-    s_allocations.fetch_add(1, std::memory_order_relaxed);
+    ++s_allocations;
     return __libc_calloc(count, size);
 }
 
 void *realloc(void *ptr, std::size_t size) {
-    s_allocations.fetch_add(1, std::memory_order_relaxed);
+    ++s_allocations;
     return __libc_realloc(ptr, size);
 }
 }
@@ -50,6 +51,6 @@ bool allocationCounterActive() {
 
 namespace ecckey_alloc {
 std::uint64_t allocationCount() {
-    return s_allocations.load(std::memory_order_relaxed);
+    return s_allocations;
 }
 }  // namespace ecckey_alloc

@@ -8,7 +8,8 @@
 
 namespace ecckey_alloc {
 
-// Allocations (malloc, calloc and realloc calls) since the program started.
+// Allocations (malloc, calloc and realloc calls) made by the calling thread since it started. Per thread,
+// so that one thread's count is not disturbed by another's and counting costs no shared cache line.
 std::uint64_t allocationCount();
 bool allocationCounterActive();
 

@@ -17,8 +17,9 @@ namespace {
 ::mp_int *L(mp_int &a) { return static_cast<::mp_int *>(a.raw()); }
 const ::mp_int *L(const mp_int &a) { return static_cast<const ::mp_int *>(a.raw()); }
 
-// An mp_int whose construction could not allocate fails every operation instead of crashing.
-bool usable(const mp_int &a) { return !a.isBroken(); }
+// An mp_int whose construction could not allocate fails every operation instead of crashing. (The test is
+// mp_int::isBroken's, read here directly: it runs on every call of the point formulas.)
+bool usable(const mp_int &a) { return L(a)->dp != nullptr; }
 bool usable(const mp_int &a, const mp_int &b) { return usable(a) && usable(b); }
 bool usable(const mp_int &a, const mp_int &b, const mp_int &c) { return usable(a, b) && usable(c); }
 
@@ -52,6 +53,39 @@ private:
     size_t m_len = 0;
     bool m_ok = false;
 };
+
+// a = the value of a run of hex digits (already checked), built digit by digit from the least significant
+// end: curve parameters are parsed on every operation, and LibTomMath's reader multiplies the whole
+// value by the radix once per character. Leaves what mp_read_radix leaves: the value, non-negative, the
+// digit count clamped, the digits above it zero.
+bool readHex(const char *text, ::mp_int *a) {
+    const int bitsPerDigit = MP_DIGIT_BIT;
+    const size_t chars = std::strlen(text);
+    const int digits = (int)((chars * 4 + (size_t)bitsPerDigit - 1) / (size_t)bitsPerDigit);
+    if (a->alloc < digits && ::mp_grow(a, digits) != MP_OKAY) return false;
+    const int oldUsed = a->used;
+    mp_digit digit = 0;
+    int bits = 0, index = 0;
+    for (size_t i = chars; i-- > 0;) {
+        const char c = text[i];
+        const int nibble = (c >= '0' && c <= '9') ? c - '0' : (c >= 'a' && c <= 'f') ? c - 'a' + 10 : c - 'A' + 10;
+        const mp_digit v = (mp_digit)nibble;
+        digit |= v << bits;
+        bits += 4;
+        if (bits >= bitsPerDigit) {
+            // A nibble can straddle two digits when the digit width is not a multiple of four.
+            a->dp[index++] = digit & MP_MASK;
+            bits -= bitsPerDigit;
+            digit = bits > 0 ? v >> (4 - bits) : 0;
+        }
+    }
+    if (bits > 0) a->dp[index++] = digit;
+    for (int i = index; i < oldUsed; ++i) a->dp[i] = 0;
+    a->used = index;
+    a->sign = MP_ZPOS;
+    ::mp_clamp(a);
+    return true;
+}
 
 }  // namespace
 
@@ -156,6 +190,7 @@ bool TovarMp::mpint_from_radix(mp_int &a, const char *text, int radix) {
                                          : 99;
         if (v >= radix) return false;
     }
+    if (radix == 16) return readHex(text, L(a));
     return ::mp_read_radix(L(a), text, radix) == MP_OKAY;
 }
 

@@ -31,6 +31,17 @@ public:
     // Makes room for at least numDigits digits so that later arithmetic up to that size allocates nothing.
     static int mp_grow(mp_int &a, int numDigits);
 
+    // Modular steps of the generic point arithmetic (support/TovarMpModular.cpp). Each leaves exactly the
+    // value, sign and digit count that the LibTomMath sequence in its comment leaves, in one call: operands
+    // in [0, m) with room for the result take a digit-level path without LibTomMath's per-call set-up,
+    // anything else runs the sequence itself. Results may alias inputs.
+    // c = a + b; then c = c - m when c is not below m (mp_add, mp_cmp, mp_sub).
+    static int mp_add_sub_once(const mp_int &a, const mp_int &b, const mp_int &m, mp_int &c);
+    // c = a - b; then c = c + m when c is negative (mp_sub, mp_cmp_d with 0, mp_add).
+    static int mp_sub_add_once(const mp_int &a, const mp_int &b, const mp_int &m, mp_int &c);
+    // When a is odd, a = a + m (no reduction); then a = a / 2 (isOdd, mp_add, mp_div_2).
+    static int mp_halve_add_odd(mp_int &a, const mp_int &m);
+
     // Comparison: -1, 0 or 1.
     static int mp_cmp(const mp_int &a, const mp_int &b);
     static int mp_cmp_d(const mp_int &a, MpDigit digit);

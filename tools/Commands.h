@@ -1,7 +1,8 @@
 // The ecckey command: one function per subcommand, dispatched by name from main.cpp.
 //
 // A subcommand receives the arguments after its own name. It returns the process exit code: 0 on
-// success, 2 on any error (bad arguments included). Errors go to stderr, results to stdout.
+// success, 2 on any error (bad arguments included); `verify` returns 1 for a signature that is not
+// valid. Errors go to stderr, results to stdout.
 #pragma once
 
 #include <cstdio>
@@ -18,6 +19,7 @@ struct Command {
 };
 
 const int kExitOk = 0;
+const int kExitInvalid = 1;  // verify: the signature is not valid
 const int kExitError = 2;
 
 // Every subcommand, in the order the usage text lists them.
@@ -33,6 +35,13 @@ int usageError(const char *message);
 int printCurveTable(std::FILE *out);
 
 int cmdCurves(int argc, char **argv);
+int cmdGen(int argc, char **argv);
+int cmdPub(int argc, char **argv);
+int cmdConvert(int argc, char **argv);
+int cmdSign(int argc, char **argv);
+int cmdVerify(int argc, char **argv);
+int cmdEcdh(int argc, char **argv);
+int cmdFingerprint(int argc, char **argv);
 int cmdDemo(int argc, char **argv);
 
 }  // namespace ecckey_cli

@@ -22,29 +22,19 @@ bool sqrReduce(const mp_int &a, mp_int &c, const mp_int &p, MpDigit rho) {
     return TovarMp::mp_sqr(a, c) == 0 && TovarMp::mp_montgomery_reduce(c, p, rho) == 0;
 }
 
-// c = a + b, minus p once when the sum is not below p.
+// c = a + b, minus p once when the sum is not below p (mp_add, mp_cmp, mp_sub in one call).
 bool addMod(const mp_int &a, const mp_int &b, mp_int &c, const mp_int &p) {
-    if (TovarMp::mp_add(a, b, c) != 0)
-        return false;
-    if (TovarMp::mp_cmp(c, p) != -1)
-        return TovarMp::mp_sub(c, p, c) == 0;
-    return true;
+    return TovarMp::mp_add_sub_once(a, b, p, c) == 0;
 }
 
-// c = a − b, plus p once when the difference is negative.
+// c = a − b, plus p once when the difference is negative (mp_sub, mp_cmp_d, mp_add in one call).
 bool subMod(const mp_int &a, const mp_int &b, mp_int &c, const mp_int &p) {
-    if (TovarMp::mp_sub(a, b, c) != 0)
-        return false;
-    if (TovarMp::mp_cmp_d(c, 0) == -1)
-        return TovarMp::mp_add(c, p, c) == 0;
-    return true;
+    return TovarMp::mp_sub_add_once(a, b, p, c) == 0;
 }
 
 // t = t/2 mod p: an odd t is made even by adding p (no reduction; t + p < 2p halves below p).
 bool halve(mp_int &t, const mp_int &p) {
-    if (TovarMp::isOdd(t) && TovarMp::mp_add(t, p, t) != 0)
-        return false;
-    return TovarMp::mp_div_2(t, t) == 0;
+    return TovarMp::mp_halve_add_odd(t, p) == 0;
 }
 
 // c = v·a mod p for a Montgomery-form v and the plain coefficient a: one Montgomery product with a's

@@ -1,5 +1,5 @@
-# Runs `ecckey curves` and `ecckey demo` and checks the listing line by line; then checks that bad
-# invocations print the usage text on stderr and exit with 2.
+# Runs `ecckey curves` and checks the listing line by line; then checks that bad invocations print the
+# usage text on stderr and exit with 2.
 
 # name, OID, byte length x 8 (P-521 reports 528), accepted names; in look-up order.
 set(expected
@@ -33,16 +33,6 @@ endif()
 listing_lines("${out}" lines)
 if(NOT lines STREQUAL expected)
   message(FATAL_ERROR "ecckey curves printed:\n${out}")
-endif()
-
-# The demo shows the same listing after its heading.
-execute_process(COMMAND ${ECCKEY} demo RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
-listing_lines("${out}" lines)
-list(LENGTH lines count)
-math(EXPR first "${count} - 13")
-list(SUBLIST lines ${first} 13 tail)
-if(NOT rc EQUAL 0 OR NOT tail STREQUAL expected)
-  message(FATAL_ERROR "ecckey demo: exit ${rc}\n${out}\n${err}")
 endif()
 
 foreach(args "" "frob" "curves;extra" "demo;extra")

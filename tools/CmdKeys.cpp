@@ -1,0 +1,111 @@
+// ecckey gen, pub and convert: making keys and writing them in another form.
+#include <string>
+
+#include "ArgList.h"
+#include "Commands.h"
+#include "FileIo.h"
+#include "KeyFormats.h"
+#include "KeyReader.h"
+#include "Session.h"
+#include "ecc/EccKey.h"
+#include "support/Prng.h"
+
+namespace ecckey_cli {
+
+namespace {
+
+// Fresh draws are rare enough to be a sign of trouble after a few: a scalar outside [1, n) comes once in
+// 2^32 draws at worst (P-521 reduces 528 random bits; secp256k1 uses its 256 bits as drawn).
+const int kMaxGenerateAttempts = 4;
+
+// The --format value, or defaultName when the option is absent. Null with a message for an unknown name.
+const FormatInfo *formatOption(const ArgList &args, const char *defaultName, std::string &error) {
+    const char *name = args.has("--format") ? args.value("--format") : defaultName;
+    const FormatInfo *format = formatByName(name);
+    if (format == nullptr)
+        error = std::string("unknown format '") + name + "' (see 'ecckey help')";
+    return format;
+}
+
+// Writes the key in the format to -o (standard output without it); private output is secret.
+int writeKeyOutput(Session &session, ecckey::EccKey &key, const FormatInfo &format, bool writePrivate,
+                   const ArgList &args) {
+    ecckey::DataBuffer out;
+    std::string error;
+    if (!writeKey(key, format, writePrivate, out, session.log(), error) ||
+        !writeOutput(args.value("-o"), out, writePrivate, error))
+        return session.fail(error);
+    return session.finish(kExitOk);
+}
+
+bool parseKeyCommand(int argc, char **argv, const char *name, ArgList &args, std::string &error) {
+    if (!args.parse(argc, argv, {"--format", "-o"}, {}, error))
+        return false;
+    if (args.positionals().size() != 1) {
+        error = std::string(name) + " takes one " + (std::string(name) == "gen" ? "curve name" : "key file");
+        return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+int cmdGen(int argc, char **argv) {
+    ArgList args;
+    std::string error;
+    if (!parseKeyCommand(argc, argv, "gen", args, error))
+        return usageError(error.c_str());
+    const FormatInfo *format = formatOption(args, "pem", error);
+    if (format == nullptr)
+        return usageError(error.c_str());
+    Session session(args.verbose());
+    if (!format->holdsPrivate)
+        return session.fail(std::string("the ") + format->name + " format cannot hold a private key");
+
+    const std::string &curveName = args.positionals()[0];
+    ecckey::EccKey key;
+    ecckey::SystemPrng prng;
+    bool generated = false;
+    for (int attempt = 0; attempt < kMaxGenerateAttempts && !generated; ++attempt) {
+        if (!key.generateNewKey(ecckey::StringBuffer(curveName.c_str()), prng, session.log()))
+            return session.fail("cannot generate a key on '" + curveName + "' (see 'ecckey curves')");
+        generated = checkKey(key, session.log(), error);
+    }
+    if (!generated)
+        return session.fail("cannot generate a valid key: " + error);
+    return writeKeyOutput(session, key, *format, true, args);
+}
+
+int cmdPub(int argc, char **argv) {
+    ArgList args;
+    std::string error;
+    if (!parseKeyCommand(argc, argv, "pub", args, error))
+        return usageError(error.c_str());
+    const FormatInfo *format = formatOption(args, "pem", error);
+    if (format == nullptr)
+        return usageError(error.c_str());
+    Session session(args.verbose());
+    ecckey::EccKey key;
+    if (!readKeyFile(args.positionals()[0].c_str(), key, session.log(), error))
+        return session.fail(error);
+    return writeKeyOutput(session, key, *format, false, args);
+}
+
+int cmdConvert(int argc, char **argv) {
+    ArgList args;
+    std::string error;
+    if (!parseKeyCommand(argc, argv, "convert", args, error))
+        return usageError(error.c_str());
+    if (!args.has("--format"))
+        return usageError("convert needs --format");
+    const FormatInfo *format = formatOption(args, "pem", error);
+    if (format == nullptr)
+        return usageError(error.c_str());
+    Session session(args.verbose());
+    ecckey::EccKey key;
+    if (!readKeyFile(args.positionals()[0].c_str(), key, session.log(), error))
+        return session.fail(error);
+    return writeKeyOutput(session, key, *format, key.isPrivate(), args);
+}
+
+}  // namespace ecckey_cli

@@ -1,0 +1,73 @@
+#include "Digest.h"
+
+#include <cstring>
+
+#include "ArgList.h"
+#include "FileIo.h"
+#include "support/DataBuffer.h"
+#include "support/Hash.h"
+
+namespace ecckey_cli {
+
+namespace {
+
+struct DigestName {
+    const char *name;
+    int hashAlg;
+};
+
+const DigestName s_digests[] = {
+    {"sha1", ecckey::HASH_SHA1},     {"sha224", ecckey::HASH_SHA224}, {"sha256", ecckey::HASH_SHA256},
+    {"sha384", ecckey::HASH_SHA384}, {"sha512", ecckey::HASH_SHA512},
+};
+
+// The longest digest the command makes; --hash takes no more either.
+const unsigned kMaxHashLen = 64;
+
+}  // namespace
+
+bool digestByName(const char *name, int &hashAlg) {
+    for (const DigestName &digest : s_digests) {
+        if (std::strcmp(digest.name, name) == 0) {
+            hashAlg = digest.hashAlg;
+            return true;
+        }
+    }
+    return false;
+}
+
+bool messageHash(const ArgList &args, ecckey::DataBuffer &hash, std::string &error) {
+    const char *in = args.value("--in");
+    const char *hex = args.value("--hash");
+    if ((in == nullptr) == (hex == nullptr)) {
+        error = "give either --in FILE or --hash HEX";
+        return false;
+    }
+    if (hex != nullptr) {
+        if (args.has("--digest")) {
+            error = "--digest applies to --in only";
+            return false;
+        }
+        if (!hash.appendEncoded(hex, "hex") || hash.isEmpty() || hash.getSize() > kMaxHashLen) {
+            error = "--hash takes 1 to 64 bytes in hexadecimal";
+            return false;
+        }
+        return true;
+    }
+    const char *digestName = args.has("--digest") ? args.value("--digest") : "sha256";
+    int hashAlg = 0;
+    if (!digestByName(digestName, hashAlg)) {
+        error = std::string("unknown digest '") + digestName + "' (sha1, sha224, sha256, sha384, sha512)";
+        return false;
+    }
+    ecckey::DataBuffer message;
+    if (!readInput(in, message, error))
+        return false;
+    if (!ecckey::_tvHash::doHash(message.getData2(), message.getSize(), hashAlg, hash)) {
+        error = "cannot hash the input";
+        return false;
+    }
+    return true;
+}
+
+}  // namespace ecckey_cli

@@ -1,0 +1,23 @@
+// The hash that `sign` and `verify` work on.
+#pragma once
+
+#include <string>
+
+namespace ecckey {
+class DataBuffer;
+}
+
+namespace ecckey_cli {
+
+class ArgList;
+
+// The library's identifier for a --digest name (sha1, sha224, sha256, sha384, sha512); false for any
+// other name.
+bool digestByName(const char *name, int &hashAlg);
+
+// The hash from the arguments: the digest (--digest, sha256 by default) of the file named by --in, or
+// the bytes of --hash HEX (1 to 64 bytes). Exactly one of --in and --hash must be given, and --digest
+// only with --in. False with a message in error.
+bool messageHash(const ArgList &args, ecckey::DataBuffer &hash, std::string &error);
+
+}  // namespace ecckey_cli

@@ -1,0 +1,333 @@
+#include "KeyReader.h"
+
+#include <cstring>
+
+#include "FileIo.h"
+#include "ecc/EccKey.h"
+#include "support/JsonObject.h"
+#include "support/LogBase.h"
+#include "support/PublicKey.h"
+#include "support/SshMessage.h"
+#include "support/Xml.h"
+
+namespace ecckey_cli {
+
+namespace {
+
+using ecckey::DataBuffer;
+using ecckey::EccKey;
+using ecckey::LogBase;
+using ecckey::StringBuffer;
+
+bool isSpace(char c) {
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
+
+bool isHexDigit(char c) {
+    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+}
+
+const char *skipSpace(const char *p) {
+    while (isSpace(*p))
+        ++p;
+    return p;
+}
+
+// Copies text content into a NUL-terminated text. Binary content (a control byte other than white space,
+// or a NUL: every DER key has them in its tags and lengths) is refused. A UTF-8 byte-order mark is
+// dropped. The copy wipes itself, like every StringBuffer.
+bool contentAsText(const DataBuffer &content, StringBuffer &text) {
+    const unsigned char *bytes = content.getData2();
+    unsigned start = 0;
+    const unsigned size = content.getSize();
+    if (size >= 3 && bytes[0] == 0xEF && bytes[1] == 0xBB && bytes[2] == 0xBF)
+        start = 3;
+    for (unsigned i = start; i < size; ++i) {
+        const unsigned char c = bytes[i];
+        if ((c < 0x20 && !isSpace((char)c)) || c == 0x7F)
+            return false;
+    }
+    return text.append(reinterpret_cast<const char *>(bytes) + start, size - start);
+}
+
+bool loadDer(const DataBuffer &content, EccKey &key, LogBase &log, std::string &error) {
+    DataBuffer der;
+    der.setSensitive();
+    if (!der.append(content) || !key.loadEccDer(der, log)) {
+        error = "cannot load the DER key";
+        return false;
+    }
+    return true;
+}
+
+// The first PEM block that holds a key; an "EC PARAMETERS" block ahead of it (as `openssl ecparam
+// -genkey` writes) is passed over. The label must agree with what the block holds.
+bool loadPem(const char *text, EccKey &key, LogBase &log, std::string &error) {
+    const char *search = text;
+    for (;;) {
+        const char *begin = std::strstr(search, "-----BEGIN ");
+        const char *labelEnd = begin ? std::strstr(begin + 11, "-----") : nullptr;
+        if (labelEnd == nullptr) {
+            error = "no PEM key block found";
+            return false;
+        }
+        const std::string label(begin + 11, labelEnd);
+        if (label == "EC PARAMETERS") {
+            search = labelEnd;
+            continue;
+        }
+        if (label == "ENCRYPTED PRIVATE KEY") {
+            error = "encrypted private keys are not read (decrypt with 'openssl pkey' first)";
+            return false;
+        }
+        const bool privateLabel = label == "PRIVATE KEY" || label == "EC PRIVATE KEY";
+        if (!privateLabel && label != "PUBLIC KEY") {
+            error = "the PEM block \"" + label + "\" is not an EC key";
+            return false;
+        }
+        StringBuffer pemLabel;
+        DataBuffer der;
+        der.setSensitive();
+        if (!ecckey::_tvPublicKey::pemToDer(begin, pemLabel, der, log)) {
+            error = "cannot read the PEM block";
+            return false;
+        }
+        if (!key.loadEccDer(der, log)) {
+            error = "cannot load the key in the PEM block";
+            return false;
+        }
+        if (key.isPrivate() != privateLabel) {
+            error = "the PEM label \"" + label + "\" does not match the key it holds";
+            return false;
+        }
+        return true;
+    }
+}
+
+bool loadJwk(const char *text, EccKey &key, LogBase &log, std::string &error) {
+    ecckey::ClsJsonObject json;
+    if (!json.load(text, log)) {
+        error = "cannot parse the JSON key";
+        return false;
+    }
+    // The loader reads "crv", "x", "y" and "d" only; an RSA or OKP key must not pass for an EC one.
+    StringBuffer kty;
+    ecckey::LogNull quiet;
+    if (!json.sbOfPathUtf8("kty", kty, quiet) || !kty.equals("EC")) {
+        error = std::string("the JWK is not an EC key (kty \"") + kty.getString() + "\")";
+        return false;
+    }
+    if (!key.loadAnyJwk(json, log)) {
+        error = "cannot load the JWK";
+        return false;
+    }
+    return true;
+}
+
+bool loadXml(const char *text, EccKey &key, LogBase &log, std::string &error) {
+    ecckey::ClsXml xml;
+    if (!xml.loadXml(text, log) || !key.loadAnyXml(xml, log)) {
+        error = "cannot load the XML key";
+        return false;
+    }
+    return true;
+}
+
+// "ecdsa-sha2-ID BASE64 [comment]": the blob holds the key type again, the curve identifier and the
+// X9.63 point, and nothing after them.
+bool loadSshLine(const char *text, EccKey &key, LogBase &log, std::string &error) {
+    const char *p = text;
+    const char *typeEnd = p;
+    while (*typeEnd != '\0' && !isSpace(*typeEnd))
+        ++typeEnd;
+    const std::string lineType(p, typeEnd);
+    const char *b64 = skipSpace(typeEnd);
+    const char *b64End = b64;
+    while (*b64End != '\0' && !isSpace(*b64End))
+        ++b64End;
+    if (lineType.compare(0, 11, "ecdsa-sha2-") != 0) {
+        error = "the SSH key \"" + lineType + "\" is not an ECDSA key";
+        return false;
+    }
+    DataBuffer blob;
+    StringBuffer blobType;
+    StringBuffer curveId;
+    DataBuffer point;
+    unsigned offset = 0;
+    if (!blob.appendEncoded(std::string(b64, b64End).c_str(), "base64") ||
+        !ecckey::SshMessage::parseString(blob, offset, blobType) ||
+        !ecckey::SshMessage::parseString(blob, offset, curveId) ||
+        !ecckey::SshMessage::parseBinaryString(blob, offset, point, log) || offset != blob.getSize()) {
+        error = "malformed SSH public-key blob";
+        return false;
+    }
+    if (!blobType.equals(lineType.c_str()) || lineType != std::string("ecdsa-sha2-") + curveId.getString()) {
+        error = "the SSH key type \"" + lineType + "\" does not match its blob (\"" + blobType.getString() +
+                "\", curve \"" + curveId.getString() + "\")";
+        return false;
+    }
+    // "nistk256" is the identifier the library writes for secp256k1; the catalogue knows the others.
+    const char *curveName = curveId.equals("nistk256") ? "secp256k1" : curveId.getString();
+    if (!key.loadEcPubKeyByCurveAndPoint(curveName, point, log)) {
+        error = "cannot load the SSH public key";
+        return false;
+    }
+    return true;
+}
+
+// The lines of the raw-hex text ("curve: NAME", "private: HEX", "public: HEX"). Values are kept in
+// StringBuffers, which wipe themselves.
+struct RawHexFields {
+    StringBuffer curve;
+    StringBuffer privateHex;
+    StringBuffer publicHex;
+};
+
+StringBuffer *rawHexField(RawHexFields &fields, const char *name, std::size_t nameLen) {
+    const auto is = [&](const char *want) {
+        return std::strlen(want) == nameLen && std::strncmp(name, want, nameLen) == 0;
+    };
+    return is("curve")     ? &fields.curve
+           : is("private") ? &fields.privateHex
+           : is("public")  ? &fields.publicHex
+                           : nullptr;
+}
+
+// Fails on a line without a known name and colon, or a name given twice; the message gives the line
+// number only, since a line may hold a private scalar.
+bool parseRawHex(const char *text, RawHexFields &fields, std::string &error) {
+    int lineNumber = 0;
+    for (const char *line = text; *line != '\0';) {
+        ++lineNumber;
+        const char *end = line;
+        while (*end != '\0' && *end != '\n')
+            ++end;
+        const char *p = line;
+        while (p < end && isSpace(*p))
+            ++p;
+        if (p < end) {
+            const char *colon = static_cast<const char *>(std::memchr(p, ':', (std::size_t)(end - p)));
+            StringBuffer *field = colon ? rawHexField(fields, p, (std::size_t)(colon - p)) : nullptr;
+            if (field == nullptr || !field->isEmpty()) {
+                error = "line " + std::to_string(lineNumber) +
+                        " of the raw-hex key is not curve:, private: or public:";
+                return false;
+            }
+            field->append(colon + 1, (unsigned)(end - colon - 1));
+            field->trim2();
+        }
+        line = *end == '\n' ? end + 1 : end;
+    }
+    if (fields.curve.isEmpty() || (fields.privateHex.isEmpty() && fields.publicHex.isEmpty())) {
+        error = "the raw-hex key needs a curve line and a private or public line";
+        return false;
+    }
+    return true;
+}
+
+bool loadRawHex(const char *text, EccKey &key, LogBase &log, std::string &error) {
+    RawHexFields fields;
+    if (!parseRawHex(text, fields, error))
+        return false;
+    DataBuffer point;
+    if (!fields.publicHex.isEmpty() && !point.appendEncoded(fields.publicHex.getString(), "hex")) {
+        error = "the public line of the raw-hex key is not hexadecimal";
+        return false;
+    }
+    if (fields.privateHex.isEmpty()) {
+        if (!key.loadEcPubKeyByCurveAndPoint(fields.curve.getString(), point, log)) {
+            error = "cannot load the raw-hex public key";
+            return false;
+        }
+        return true;
+    }
+    if (!key.generateNewKey2(fields.curve, fields.privateHex.getString(), "hex", log)) {
+        error = "cannot load the raw-hex private key";
+        return false;
+    }
+    // The point, when given, must be the one the scalar yields.
+    DataBuffer derived;
+    if (!point.isEmpty() && (!key.exportEccPoint(derived, log) || !derived.equals(point))) {
+        error = "the public line of the raw-hex key does not belong to its private line";
+        return false;
+    }
+    return true;
+}
+
+// A bare hexadecimal string: an X9.63 point of 65, 97 or 133 bytes, or a scalar of 32, 48 or 66 bytes.
+bool loadBareHex(const char *text, EccKey &key, LogBase &log, std::string &error) {
+    DataBuffer bytes;
+    bytes.setSensitive();
+    if (!bytes.appendEncoded(text, "hex")) {
+        error = "cannot decode the hexadecimal key";
+        return false;
+    }
+    const unsigned size = bytes.getSize();
+    const bool isPoint = size > 0 && bytes[0] == 0x04 && (size == 65 || size == 97 || size == 133);
+    if (isPoint ? !key.loadEccPublicRaw(bytes, log) : !key.loadEccPrivateRaw(bytes, false, log)) {
+        error =
+            "cannot load the hexadecimal key (bare hexadecimal is read for P-256, P-384 and P-521 only; "
+            "use the raw-hex form with a curve line for the others)";
+        return false;
+    }
+    return true;
+}
+
+bool onlyHex(const char *text) {
+    bool any = false;
+    for (const char *p = text; *p != '\0'; ++p) {
+        if (isSpace(*p))
+            continue;
+        if (!isHexDigit(*p))
+            return false;
+        any = true;
+    }
+    return any;
+}
+
+bool loadText(const char *text, EccKey &key, LogBase &log, std::string &error) {
+    const char *start = skipSpace(text);
+    if (std::strstr(start, "-----BEGIN ") != nullptr)
+        return loadPem(start, key, log, error);
+    if (*start == '{')
+        return loadJwk(start, key, log, error);
+    if (*start == '<')
+        return loadXml(start, key, log, error);
+    if (std::strncmp(start, "ecdsa-sha2-", 11) == 0 || std::strncmp(start, "ssh-", 4) == 0)
+        return loadSshLine(start, key, log, error);
+    if (std::strncmp(start, "curve", 5) == 0)
+        return loadRawHex(start, key, log, error);
+    if (onlyHex(start))
+        return loadBareHex(start, key, log, error);
+    error = *start == '\0' ? "the key file is empty" : "unrecognised key format";
+    return false;
+}
+
+}  // namespace
+
+bool loadKey(const DataBuffer &content, EccKey &key, LogBase &log, std::string &error) {
+    StringBuffer text;
+    bool loaded;
+    if (contentAsText(content, text))
+        loaded = loadText(text.getString(), key, log, error);
+    else if (content.getSize() > 0 && content[0] == 0x30)
+        loaded = loadDer(content, key, log, error);
+    else {
+        error = "unrecognised key format";
+        loaded = false;
+    }
+    return loaded && checkKey(key, log, error);
+}
+
+bool readKeyFile(const char *path, EccKey &key, LogBase &log, std::string &error) {
+    DataBuffer content;
+    const std::string name = isStdio(path) ? "standard input" : std::string("'") + path + "'";
+    if (!readInput(path, content, error))
+        return false;
+    if (loadKey(content, key, log, error))
+        return true;
+    error = name + ": " + error;
+    return false;
+}
+
+}  // namespace ecckey_cli
