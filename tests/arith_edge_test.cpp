@@ -48,10 +48,6 @@ std::string coordsOf(const EccPoint &pt) {
     return hexOf(pt.m_x) + "," + hexOf(pt.m_y) + "," + hexOf(pt.m_z);
 }
 
-std::uint64_t nextOf(void *ctx) {
-    return static_cast<TestPrng *>(ctx)->next();
-}
-
 class ArithEdgeTest : public ::testing::TestWithParam<CurveInfo> {
   protected:
     void SetUp() override {
@@ -64,7 +60,7 @@ class ArithEdgeTest : public ::testing::TestWithParam<CurveInfo> {
     // A random non-zero field element, used as a Jacobian Z.
     void randomZ(mp_int &z) {
         BnPtr pz(toBn(m_curve.p));
-        BnPtr r = randomScalar(pz.get(), nextOf, m_prng.get());
+        BnPtr r = randomScalar(pz.get(), *m_prng.get());
         fromBn(r.get(), z);
     }
 
@@ -272,10 +268,7 @@ TEST_P(ArithEdgeTest, LadderOpensItsLogContext) {
     EXPECT_TRUE(log.errors().empty());
 }
 
-INSTANTIATE_TEST_SUITE_P(AllCurves, ArithEdgeTest, ::testing::ValuesIn(genericCurves()),
-                         [](const ::testing::TestParamInfo<CurveInfo> &param) {
-                             return curveParamName(param.param);
-                         });
+INSTANTIATE_TEST_SUITE_P(AllCurves, ArithEdgeTest, ::testing::ValuesIn(genericCurves()), curveParamName);
 
 // On the a = −3 curves the null coefficient and a = p − 3 passed explicitly take different formula
 // branches to the same integers.

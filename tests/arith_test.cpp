@@ -14,10 +14,6 @@ using namespace ecckey_test;
 
 namespace {
 
-std::uint64_t nextOf(void *ctx) {
-    return static_cast<TestPrng *>(ctx)->next();
-}
-
 struct BnCtxFree {
     void operator()(BN_CTX *c) const { BN_CTX_free(c); }
 };
@@ -35,7 +31,7 @@ class ArithOracleTest : public ::testing::TestWithParam<CurveInfo> {
     }
 
     BnPtr randomBelowOrder() {
-        return randomScalar(EC_GROUP_get0_order(m_group.get()), nextOf, m_prng.get());
+        return randomScalar(EC_GROUP_get0_order(m_group.get()), *m_prng.get());
     }
 
     // "X,Y" of an OpenSSL point in upper-case hex; "infinity" for the point at infinity.
@@ -277,9 +273,6 @@ TEST_P(ArithOracleTest, DoubleMultiplicationWithBothScalarsZeroMapsTheEntryValue
     EXPECT_FALSE(EccKey::mul2add(m_curve.G, zero, m_curve.G, zero, R, m_curve.aArg(), m_curve.p, log));
 }
 
-INSTANTIATE_TEST_SUITE_P(AllCurves, ArithOracleTest, ::testing::ValuesIn(genericCurves()),
-                         [](const ::testing::TestParamInfo<CurveInfo> &param) {
-                             return curveParamName(param.param);
-                         });
+INSTANTIATE_TEST_SUITE_P(AllCurves, ArithOracleTest, ::testing::ValuesIn(genericCurves()), curveParamName);
 
 }  // namespace

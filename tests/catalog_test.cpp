@@ -135,9 +135,7 @@ TEST_P(CatalogCurve, StoredTextHasItsExactForm) {
 }
 
 INSTANTIATE_TEST_SUITE_P(AllCurves, CatalogCurve, ::testing::ValuesIn(ecckey_test::allCurves()),
-                         [](const ::testing::TestParamInfo<CurveInfo> &i) {
-                             return ecckey_test::curveParamName(i.param);
-                         });
+                         ecckey_test::curveParamName);
 
 // The values that depart from padded upper case, pinned literally.
 TEST(CatalogText, ListedExceptionsAreStoredVerbatim) {
@@ -374,9 +372,7 @@ TEST_P(CatalogOid, VerboseLogsTheGivenTextAndTheNameHandedOn) {
 }
 
 INSTANTIATE_TEST_SUITE_P(AllCurves, CatalogOid, ::testing::ValuesIn(ecckey_test::allCurves()),
-                         [](const ::testing::TestParamInfo<CurveInfo> &i) {
-                             return ecckey_test::curveParamName(i.param);
-                         });
+                         ecckey_test::curveParamName);
 
 TEST(CatalogLookup, OidAsNameForSecp256k1) {
     EccCurve curve;

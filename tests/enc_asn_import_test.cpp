@@ -22,10 +22,6 @@ bool hasExplicitForm(const CurveInfo &c) {
     return n == "secp256r1" || n == "secp384r1" || n == "secp521r1" || n == "secp256k1";
 }
 
-std::uint64_t curveSeed(const CurveInfo &c, std::uint64_t salt) {
-    return testSeed() ^ (std::hash<std::string>()(c.name) * 31 + salt);
-}
-
 bool loadDer(EccKey &key, const Bytes &bytes, LogRecorder &log) {
     DataBuffer db = toDb(bytes);
     return key.loadEccDer(db, log);
@@ -156,10 +152,7 @@ TEST_P(AsnImportCurve, MissingPublicKeyIsComputed) {
     EXPECT_TRUE(log2.errors().empty()) << log2.errorText();  // the note is written only when verbose
 }
 
-INSTANTIATE_TEST_SUITE_P(AllCurves, AsnImportCurve, ::testing::ValuesIn(allCurves()),
-                         [](const ::testing::TestParamInfo<CurveInfo> &i) {
-                             return curveParamName(i.param);
-                         });
+INSTANTIATE_TEST_SUITE_P(AllCurves, AsnImportCurve, ::testing::ValuesIn(allCurves()), curveParamName);
 
 // ---- Shapes and failures, on P-256 ----
 

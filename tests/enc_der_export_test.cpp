@@ -37,10 +37,6 @@ int explicitSize(const CurveInfo &c) {
     return 0;
 }
 
-std::uint64_t curveSeed(const CurveInfo &c, std::uint64_t salt) {
-    return testSeed() ^ (std::hash<std::string>()(c.name) * 131 + salt);
-}
-
 // A key whose d takes the full length of the order, so that OpenSSL's padded scalar and our minimal one
 // are the same bytes.
 PkeyPtr fullLengthKey(const CurveInfo &c, TestPrng &prng) {
@@ -264,10 +260,7 @@ TEST_P(DerExportCurve, PublicKeyHasNoPrivateForms) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(AllCurves, DerExportCurve, ::testing::ValuesIn(allCurves()),
-                         [](const ::testing::TestParamInfo<CurveInfo> &i) {
-                             return curveParamName(i.param);
-                         });
+INSTANTIATE_TEST_SUITE_P(AllCurves, DerExportCurve, ::testing::ValuesIn(allCurves()), curveParamName);
 
 // The key's PKCS #8 attributes follow the private key, where OpenSSL finds them.
 TEST(DerExport, Pkcs8CarriesTheKeysAttributes) {

@@ -17,29 +17,6 @@ using namespace ecckey_test;
 
 namespace {
 
-std::string base64(const Bytes &b) {
-    std::string out(4 * ((b.size() + 2) / 3) + 1, '\0');
-    int n = EVP_EncodeBlock(reinterpret_cast<unsigned char *>(&out[0]), b.data(), (int)b.size());
-    out.resize((size_t)n);
-    return out;
-}
-
-Bytes unbase64(const std::string &text) {
-    std::string s;
-    for (char ch : text)
-        if (!isspace((unsigned char)ch))
-            s += ch;
-    Bytes out(s.size());
-    int n = EVP_DecodeBlock(out.data(), reinterpret_cast<const unsigned char *>(s.data()), (int)s.size());
-    if (n < 0)
-        return {};
-    size_t pad = 0;
-    while (pad < s.size() && s[s.size() - 1 - pad] == '=')
-        ++pad;
-    out.resize((size_t)n - pad);
-    return out;
-}
-
 void putString(Bytes &out, const Bytes &b) {
     unsigned n = (unsigned)b.size();
     out.push_back((unsigned char)(n >> 24));
@@ -105,10 +82,6 @@ const char *sshCurveId(const std::string &curve) {
     if (curve == "secp256k1")
         return "nistk256";
     return "nistp256";
-}
-
-std::uint64_t curveSeed(const CurveInfo &c, std::uint64_t salt) {
-    return testSeed() ^ (std::hash<std::string>()(c.name) * 104729 + salt);
 }
 
 Bytes expectedBlob(const CurveInfo &c, EVP_PKEY *pkey) {
@@ -227,10 +200,7 @@ TEST_P(SshCurve, PrivateBlobRoundTrip) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(AllCurves, SshCurve, ::testing::ValuesIn(allCurves()),
-                         [](const ::testing::TestParamInfo<CurveInfo> &i) {
-                             return curveParamName(i.param);
-                         });
+INSTANTIATE_TEST_SUITE_P(AllCurves, SshCurve, ::testing::ValuesIn(allCurves()), curveParamName);
 
 TEST(SshNames, EmptyCurveIsUnsupported) {
     EccKey key;
@@ -488,7 +458,8 @@ TEST(PuttyBlobP521, BareMpintOfSixtySixBytes) {
         DataBuffer pointDb = toDb(osslPubPoint(pkey.get()));
         DataBuffer priv = toDb(blob);
         EXPECT_FALSE(key.loadPrivateFromPuttySsh("nistp521", pointDb, priv, log));
-        EXPECT_EQ(log.errors(), (std::vector<std::string>{"no alt curve name"})) << "zero byte in d: " << withZero;
+        EXPECT_EQ(log.errors(), (std::vector<std::string>{"no alt curve name"}))
+            << "zero byte in d: " << withZero;
     }
 }
 

@@ -4,18 +4,13 @@
 
 #include <string>
 
-#include "support/EcdhOracle.h"
+#include "support/OsslKey.h"
 #include "support/TestPrng.h"
 
 using namespace ecckey;
 using namespace ecckey_test;
 
 namespace {
-
-BnPtr orderOf(const CurveInfo &c) {
-    GroupPtr g = groupFor(c);
-    return BnPtr(BN_dup(EC_GROUP_get0_order(g.get())));
-}
 
 // Records whether the buffer it is asked to fill is already marked sensitive.
 class SensitivityProbe : public _tvPrng {
@@ -108,10 +103,7 @@ TEST_P(GenerateAllCurves, FromOidTextAndBase64) {
     EXPECT_TRUE(log.hasContext("generateNewKey2_ecc"));
 }
 
-INSTANTIATE_TEST_SUITE_P(AllCurves, GenerateAllCurves, ::testing::ValuesIn(allCurves()),
-                         [](const ::testing::TestParamInfo<CurveInfo> &i) {
-                             return curveParamName(i.param);
-                         });
+INSTANTIATE_TEST_SUITE_P(AllCurves, GenerateAllCurves, ::testing::ValuesIn(allCurves()), curveParamName);
 
 TEST(GenerateNewKey, AliasLoadsCanonicalCurve) {
     TestPrng rng(testSeed());

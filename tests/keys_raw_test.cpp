@@ -7,23 +7,13 @@
 #include <cctype>
 #include <string>
 
-#include "support/EcdhOracle.h"
+#include "support/OsslKey.h"
 #include "support/TestPrng.h"
 
 using namespace ecckey;
 using namespace ecckey_test;
 
 namespace {
-
-std::uint64_t nextOf(void *ctx) {
-    return static_cast<TestPrng *>(ctx)->next();
-}
-
-DataBuffer bufferOf(const Bytes &b) {
-    DataBuffer db;
-    db.append(b.data(), (unsigned)b.size());
-    return db;
-}
 
 std::string lower(std::string s) {
     std::transform(s.begin(), s.end(), s.begin(), [](unsigned char ch) { return (char)std::tolower(ch); });
@@ -48,8 +38,8 @@ TEST_P(RawPrivate, DerivesOpenSslPoint) {
     TestPrng rng(testSeed() ^ (std::uint64_t)c.nid);
     GroupPtr g = groupFor(c);
     for (int i = 0; i < testIterations(3); ++i) {
-        BnPtr d = randomScalar(EC_GROUP_get0_order(g.get()), nextOf, &rng);
-        DataBuffer raw = bufferOf(bnBytes(d.get(), c.byteLen));
+        BnPtr d = randomScalar(EC_GROUP_get0_order(g.get()), rng);
+        DataBuffer raw = toDb(bytesOf(d.get(), c.byteLen));
         raw.setSensitive();
         EccKey key;
         LogRecorder log;
@@ -66,13 +56,13 @@ TEST_P(RawPrivate, DerivesOpenSslPoint) {
 // The key pair OpenSSL generated itself, loaded from its raw scalar.
 TEST_P(RawPrivate, OpenSslKeyPairLoads) {
     const CurveInfo &c = curveInfo(GetParam().curve);
-    EvpPkeyPtr ossl = evpGenerate(c);
+    PkeyPtr ossl = evpGenerate(c);
     ASSERT_TRUE(ossl);
-    BnPtr d = evpPrivate(ossl.get());
+    BnPtr d = osslPrivScalar(ossl.get());
     EccKey key;
     LogNull log;
-    ASSERT_TRUE(key.loadEccPrivateRaw(bufferOf(bnBytes(d.get(), c.byteLen)), GetParam().secp256k1Flag, log));
-    EXPECT_EQ(pointOf(key.m_pubPoint, c.byteLen), evpPublicPoint(c, ossl.get()));
+    ASSERT_TRUE(key.loadEccPrivateRaw(toDb(bytesOf(d.get(), c.byteLen)), GetParam().secp256k1Flag, log));
+    EXPECT_EQ(pointOf(key.m_pubPoint, c.byteLen), osslPubPoint(ossl.get()));
 }
 
 INSTANTIATE_TEST_SUITE_P(RawSizes, RawPrivate,
@@ -89,9 +79,9 @@ TEST(LoadEccPrivateRaw, ThirtyTwoBytesSelectByFlag) {
     d[31] = 9;
     EccKey key;
     LogNull log;
-    ASSERT_TRUE(key.loadEccPrivateRaw(bufferOf(d), false, log));
+    ASSERT_TRUE(key.loadEccPrivateRaw(toDb(d), false, log));
     EXPECT_TRUE(key.m_curve.m_name.equals("secp256r1"));
-    ASSERT_TRUE(key.loadEccPrivateRaw(bufferOf(d), true, log));
+    ASSERT_TRUE(key.loadEccPrivateRaw(toDb(d), true, log));
     EXPECT_TRUE(key.m_curve.m_name.equals("secp256k1"));
 }
 
@@ -100,7 +90,7 @@ TEST(LoadEccPrivateRaw, UnknownSizeIsRefused) {
     Bytes d(64, 0x01);
     EccKey key;
     LogRecorder log;
-    EXPECT_FALSE(key.loadEccPrivateRaw(bufferOf(d), false, log));
+    EXPECT_FALSE(key.loadEccPrivateRaw(toDb(d), false, log));
     EXPECT_EQ(log.errors(), std::vector<std::string>{"Invalid ECC key size."});
     EXPECT_EQ(key.m_curve.m_byteLen, 0);
     EXPECT_EQ(key.m_keyType, 0);
@@ -116,7 +106,7 @@ TEST(LoadEccPrivateRaw, ScalarAboveOrderIsReducedByDerivation) {
     Bytes d(32, 0xFF);
     EccKey key;
     LogNull log;
-    ASSERT_TRUE(key.loadEccPrivateRaw(bufferOf(d), false, log));
+    ASSERT_TRUE(key.loadEccPrivateRaw(toDb(d), false, log));
     GroupPtr g = groupFor(curveInfo("secp256r1"));
     BnPtr all(BN_bin2bn(d.data(), 32, nullptr));
     BnPtr reduced(BN_new());
@@ -134,11 +124,11 @@ TEST_P(RawPublic, LoadsBySize) {
     const CurveInfo &c = curveInfo(GetParam());
     TestPrng rng(testSeed() ^ (std::uint64_t)c.nid);
     GroupPtr g = groupFor(c);
-    BnPtr d = randomScalar(EC_GROUP_get0_order(g.get()), nextOf, &rng);
+    BnPtr d = randomScalar(EC_GROUP_get0_order(g.get()), rng);
     Bytes pt = opensslPublicPoint(c, d.get());
     EccKey key;
     LogRecorder log;
-    ASSERT_TRUE(key.loadEccPublicRaw(bufferOf(pt), log)) << log.toText();
+    ASSERT_TRUE(key.loadEccPublicRaw(toDb(pt), log)) << log.toText();
     EXPECT_TRUE(key.m_curve.m_name.equals(c.name));
     EXPECT_EQ(key.m_keyType, 0);
     EXPECT_EQ(pointOf(key.m_pubPoint, c.byteLen), pt);
@@ -157,7 +147,7 @@ TEST(LoadEccPublicRaw, Secp256k1PointLoadsAsP256) {
     BN_set_word(d.get(), 12345);
     EccKey key;
     LogNull log;
-    ASSERT_TRUE(key.loadEccPublicRaw(bufferOf(opensslPublicPoint(k1, d.get())), log));
+    ASSERT_TRUE(key.loadEccPublicRaw(toDb(opensslPublicPoint(k1, d.get())), log));
     EXPECT_TRUE(key.m_curve.m_name.equals("secp256r1"));
 }
 
@@ -170,13 +160,13 @@ TEST(LoadEccPublicRaw, Refusals) {
     Bytes compressed(33, 0x01);
     compressed[0] = 0x02;
     LogRecorder notRaw;
-    EXPECT_FALSE(key.loadEccPublicRaw(bufferOf(compressed), notRaw));
+    EXPECT_FALSE(key.loadEccPublicRaw(toDb(compressed), notRaw));
     EXPECT_EQ(notRaw.errors(), std::vector<std::string>{"Not a raw ECC public key."});
 
     Bytes p224(57, 0x01);  // a P-224 sized point: not one of the three raw sizes
     p224[0] = 0x04;
     LogRecorder badSize;
-    EXPECT_FALSE(key.loadEccPublicRaw(bufferOf(p224), badSize));
+    EXPECT_FALSE(key.loadEccPublicRaw(toDb(p224), badSize));
     EXPECT_EQ(badSize.errors(), std::vector<std::string>{"Invalid ECC public key size."});
 }
 
@@ -190,7 +180,7 @@ TEST(LoadEcPubKeyByCurveAndPoint, AliasOrOidText) {
     for (const char *name : {"P-384", "nistp384", "1.3.132.0.34"}) {
         EccKey key;
         LogRecorder log;
-        ASSERT_TRUE(key.loadEcPubKeyByCurveAndPoint(name, bufferOf(pt), log)) << name;
+        ASSERT_TRUE(key.loadEcPubKeyByCurveAndPoint(name, toDb(pt), log)) << name;
         EXPECT_TRUE(key.m_curve.m_name.equals("secp384r1"));
         EXPECT_EQ(key.m_keyType, 0);
         EXPECT_EQ(pointOf(key.m_pubPoint, 48), pt);
@@ -204,7 +194,7 @@ TEST(LoadEcPubKeyByCurveAndPoint, OffCurvePointLoads) {
     pt[0] = 0x04;
     EccKey key;
     LogNull log;
-    EXPECT_TRUE(key.loadEcPubKeyByCurveAndPoint("brainpoolp256r1", bufferOf(pt), log));
+    EXPECT_TRUE(key.loadEcPubKeyByCurveAndPoint("brainpoolp256r1", toDb(pt), log));
 }
 
 TEST(LoadEcPubKeyByCurveAndPoint, Failures) {
@@ -212,19 +202,19 @@ TEST(LoadEcPubKeyByCurveAndPoint, Failures) {
     pt[0] = 0x04;
     EccKey key;
     LogRecorder unknown;
-    EXPECT_FALSE(key.loadEcPubKeyByCurveAndPoint("x25519", bufferOf(pt), unknown));
+    EXPECT_FALSE(key.loadEcPubKeyByCurveAndPoint("x25519", toDb(pt), unknown));
     EXPECT_EQ(unknown.errors(),
               (std::vector<std::string>{"Unsupported ECDSA curve.", "Unsupported ECC curve.."}));
 
     LogRecorder badPoint;
-    EXPECT_FALSE(key.loadEcPubKeyByCurveAndPoint("secp256r1", bufferOf(Bytes{0x04}), badPoint));
+    EXPECT_FALSE(key.loadEcPubKeyByCurveAndPoint("secp256r1", toDb(Bytes{0x04}), badPoint));
     EXPECT_EQ(badPoint.errors(),
               (std::vector<std::string>{"Invalid ANSI X9.63 ECC point.", "Failed to load ECC point."}));
     // The curve loaded before the point failed stays.
     EXPECT_TRUE(key.m_curve.m_name.equals("secp256r1"));
 
     LogRecorder nullName;
-    EXPECT_FALSE(key.loadEcPubKeyByCurveAndPoint(nullptr, bufferOf(pt), nullName));
+    EXPECT_FALSE(key.loadEcPubKeyByCurveAndPoint(nullptr, toDb(pt), nullName));
     EXPECT_FALSE(nullName.errors().empty());
 }
 
@@ -234,10 +224,10 @@ TEST(ToRawHex, P256PrivateKeyLengthsAndCase) {
     const CurveInfo &c = curveInfo("secp256r1");
     TestPrng rng(testSeed() + 31);
     GroupPtr g = groupFor(c);
-    BnPtr d = randomScalar(EC_GROUP_get0_order(g.get()), nextOf, &rng);
+    BnPtr d = randomScalar(EC_GROUP_get0_order(g.get()), rng);
     EccKey key;
     LogNull log;
-    ASSERT_TRUE(key.loadEccPrivateRaw(bufferOf(bnBytes(d.get(), 32)), false, log));
+    ASSERT_TRUE(key.loadEccPrivateRaw(toDb(bytesOf(d.get(), 32)), false, log));
 
     StringBuffer priv;
     StringBuffer pub;
@@ -261,7 +251,7 @@ TEST(ToRawHex, PublicKeyGivesZeroPrivatePartAndAppends) {
     Bytes pt = opensslPublicPoint(c, d.get());
     EccKey key;
     LogNull log;
-    ASSERT_TRUE(key.loadEccPublicRaw(bufferOf(pt), log));
+    ASSERT_TRUE(key.loadEccPublicRaw(toDb(pt), log));
 
     StringBuffer priv("P:");
     StringBuffer pub("Q:");

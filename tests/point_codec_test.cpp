@@ -6,23 +6,13 @@
 #include <cctype>
 #include <string>
 
-#include "support/EcdhOracle.h"
+#include "support/OsslKey.h"
 #include "support/TestPrng.h"
 
 using namespace ecckey;
 using namespace ecckey_test;
 
 namespace {
-
-DataBuffer bufferOf(const Bytes &b) {
-    DataBuffer db;
-    db.append(b.data(), (unsigned)b.size());
-    return db;
-}
-
-Bytes bytesOf(const DataBuffer &db) {
-    return db.getSize() ? Bytes(db.getData2(), db.getData2() + db.getSize()) : Bytes();
-}
 
 std::string upper(std::string s) {
     std::transform(s.begin(), s.end(), s.begin(), [](unsigned char ch) { return (char)std::toupper(ch); });
@@ -44,7 +34,7 @@ TEST(LoadEccPoint, UncompressedPointLoads) {
     Bytes pt = p256Point();
     EccPoint P;
     LogRecorder log;
-    ASSERT_TRUE(P.loadEccPoint(bufferOf(pt), log));
+    ASSERT_TRUE(P.loadEccPoint(toDb(pt), log));
     EXPECT_EQ(P.m_format, 4);
     EXPECT_EQ(hexOf(P.m_z), "1");
     EXPECT_EQ(pointOf(P, 32), pt);
@@ -55,60 +45,57 @@ TEST(LoadEccPoint, UncompressedPointLoads) {
 // The unused-bits byte of a BIT STRING may arrive in front of the point.
 TEST(LoadEccPoint, LeadingZeroByteIsSkipped) {
     Bytes pt = p256Point();
-    Bytes withZero{0x00};
-    withZero.insert(withZero.end(), pt.begin(), pt.end());
+    Bytes withZero = pt;
+    withZero.insert(withZero.begin(), 0x00);
     EccPoint P;
     LogNull log;
-    ASSERT_TRUE(P.loadEccPoint(bufferOf(withZero), log));
+    ASSERT_TRUE(P.loadEccPoint(toDb(withZero), log));
     EXPECT_EQ(pointOf(P, 32), pt);
 }
 
-// An even length is only valid as 00 || point: a 66-byte string starting 04 is refused.
-TEST(LoadEccPoint, EvenLengthWithoutLeadingZeroIsInvalid) {
-    Bytes pt = p256Point();
-    pt.push_back(0x01);
-    EccPoint P;
-    LogRecorder log;
-    EXPECT_FALSE(P.loadEccPoint(bufferOf(pt), log));
-    EXPECT_EQ(log.errors(), kInvalidOnly);
-    std::string logged;
-    ASSERT_TRUE(log.dataValue("eccPoint", logged));
-    EXPECT_EQ(upper(logged), hexOf(pt.data(), pt.size()));
-    EXPECT_EQ(P.m_format, 4);
+// Refused encodings: the message, and the form byte the point is left with.
+struct RefusedPoint {
+    const char *label;
+    Bytes input;
+    std::vector<std::string> errors;
+    int format;
+};
+
+Bytes withByte(Bytes b, size_t at, unsigned char v) {
+    b[at] = v;
+    return b;
 }
 
-// An even-length compressed-looking string goes straight to the invalid path; its byte is kept.
-TEST(LoadEccPoint, EvenLengthKeepsTheFirstByteAsFormat) {
-    Bytes b(64, 0x11);
-    b[0] = 0x02;
-    EccPoint P;
-    LogRecorder log;
-    EXPECT_FALSE(P.loadEccPoint(bufferOf(b), log));
-    EXPECT_EQ(log.errors(), kInvalidOnly);
-    EXPECT_EQ(P.m_format, 2);
+std::vector<RefusedPoint> refusedPoints() {
+    Bytes longer = p256Point();
+    longer.push_back(0x01);
+    return {
+        // An even length is only valid as 00 || point: a 66-byte string starting 04 is refused.
+        {"EvenLengthWithoutLeadingZero", longer, kInvalidOnly, 4},
+        // An even-length compressed-looking string goes straight to the invalid path; its byte is kept.
+        {"EvenLengthKeepsTheFirstByte", withByte(Bytes(64, 0x11), 0, 0x02), kInvalidOnly, 2},
+        {"Compressed02", withByte(Bytes(33, 0x5A), 0, 0x02), kBadFirstByte, 2},
+        {"Compressed03", withByte(Bytes(33, 0x5A), 0, 0x03), kBadFirstByte, 3},
+        {"BadFirstByteAfterLeadingZero", withByte(withByte(Bytes(34, 0x5A), 0, 0x00), 1, 0x05), kBadFirstByte,
+         5},
+        {"LoneFormByte", Bytes{0x04}, kInvalidOnly, 4},
+        {"LoneFormByteAfterLeadingZero", Bytes{0x00, 0x04}, kInvalidOnly, 4},
+    };
 }
 
-TEST(LoadEccPoint, CompressedFormsAreRefused) {
-    for (unsigned char f : {0x02, 0x03}) {
-        Bytes b(33, 0x5A);
-        b[0] = f;
+TEST(LoadEccPoint, RefusedEncodings) {
+    for (const RefusedPoint &c : refusedPoints()) {
         EccPoint P;
         LogRecorder log;
-        EXPECT_FALSE(P.loadEccPoint(bufferOf(b), log));
-        EXPECT_EQ(log.errors(), kBadFirstByte);
-        EXPECT_EQ(P.m_format, f);
+        EXPECT_FALSE(P.loadEccPoint(toDb(c.input), log)) << c.label;
+        EXPECT_EQ(log.errors(), c.errors) << c.label;
+        EXPECT_EQ(P.m_format, c.format) << c.label;
+        if (c.errors == kInvalidOnly && c.input.size() > 2) {
+            std::string logged;
+            ASSERT_TRUE(log.dataValue("eccPoint", logged)) << c.label;
+            EXPECT_EQ(upper(logged), hexOf(c.input.data(), c.input.size())) << c.label;
+        }
     }
-}
-
-TEST(LoadEccPoint, BadFirstByteAfterLeadingZero) {
-    Bytes b(34, 0x5A);
-    b[0] = 0x00;
-    b[1] = 0x05;
-    EccPoint P;
-    LogRecorder log;
-    EXPECT_FALSE(P.loadEccPoint(bufferOf(b), log));
-    EXPECT_EQ(log.errors(), kBadFirstByte);
-    EXPECT_EQ(P.m_format, 5);
 }
 
 // Hybrid forms load and keep their form byte; the writer emits 04 regardless. The parity bit is not
@@ -120,22 +107,12 @@ TEST(LoadEccPoint, HybridFormsLoadAndExportAsUncompressed) {
         hybrid[0] = f;
         EccPoint P;
         LogRecorder log;
-        ASSERT_TRUE(P.loadEccPoint(bufferOf(hybrid), log));
+        ASSERT_TRUE(P.loadEccPoint(toDb(hybrid), log));
         EXPECT_EQ(P.m_format, f);
         DataBuffer out;
         ASSERT_TRUE(P.exportEccPoint(32, out, log));
-        EXPECT_EQ(bytesOf(out), pt);
+        EXPECT_EQ(toBytes(out), pt);
         EXPECT_TRUE(log.errors().empty());
-    }
-}
-
-TEST(LoadEccPoint, LoneFormByteIsInvalid) {
-    for (const Bytes &b : {Bytes{0x04}, Bytes{0x00, 0x04}}) {
-        EccPoint P;
-        LogRecorder log;
-        EXPECT_FALSE(P.loadEccPoint(bufferOf(b), log));
-        EXPECT_EQ(log.errors(), kInvalidOnly);
-        EXPECT_EQ(P.m_format, 4);
     }
 }
 
@@ -143,7 +120,7 @@ TEST(LoadEccPoint, LoneFormByteIsInvalid) {
 TEST(LoadEccPoint, AnyEqualHalvesLoad) {
     EccPoint P;
     LogNull log;
-    ASSERT_TRUE(P.loadEccPoint(bufferOf(Bytes{0x04, 0x01, 0x02}), log));
+    ASSERT_TRUE(P.loadEccPoint(toDb(Bytes{0x04, 0x01, 0x02}), log));
     EXPECT_EQ(hexOf(P.m_x), "1");
     EXPECT_EQ(hexOf(P.m_y), "2");
 }
@@ -168,8 +145,8 @@ TEST(LoadEccPoint, EmptyInput) {
 TEST(LoadEccPoint, FailureZeroesThePoint) {
     EccPoint P;
     LogNull log;
-    ASSERT_TRUE(P.loadEccPoint(bufferOf(p256Point()), log));
-    EXPECT_FALSE(P.loadEccPoint(bufferOf(Bytes{0x04}), log));
+    ASSERT_TRUE(P.loadEccPoint(toDb(p256Point()), log));
+    EXPECT_FALSE(P.loadEccPoint(toDb(Bytes{0x04}), log));
     EXPECT_EQ(hexOf(P.m_x), "0");
     EXPECT_EQ(hexOf(P.m_y), "0");
     EXPECT_EQ(hexOf(P.m_z), "0");
@@ -184,24 +161,20 @@ TEST_P(CodecAllCurves, RoundTripsOpenSslPoints) {
     TestPrng rng(testSeed() ^ (std::uint64_t)c.nid);
     GroupPtr g = groupFor(c);
     for (int i = 0; i < testIterations(5); ++i) {
-        BnPtr d = randomScalar(
-            EC_GROUP_get0_order(g.get()), [](void *r) { return static_cast<TestPrng *>(r)->next(); }, &rng);
+        BnPtr d = randomScalar(EC_GROUP_get0_order(g.get()), rng);
         Bytes pt = opensslPublicPoint(c, d.get());
         ASSERT_EQ(pt.size(), (size_t)(2 * c.byteLen + 1));
         EccPoint P;
         LogRecorder log;
-        ASSERT_TRUE(P.loadEccPoint(bufferOf(pt), log));
+        ASSERT_TRUE(P.loadEccPoint(toDb(pt), log));
         DataBuffer out;
         ASSERT_TRUE(P.exportEccPoint(c.byteLen, out, log));
-        EXPECT_EQ(bytesOf(out), pt);
+        EXPECT_EQ(toBytes(out), pt);
         EXPECT_TRUE(log.hasContext("exportEccPoint"));
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(AllCurves, CodecAllCurves, ::testing::ValuesIn(allCurves()),
-                         [](const ::testing::TestParamInfo<CurveInfo> &i) {
-                             return curveParamName(i.param);
-                         });
+INSTANTIATE_TEST_SUITE_P(AllCurves, CodecAllCurves, ::testing::ValuesIn(allCurves()), curveParamName);
 
 // Exporting a P-521 point whose x has leading zero bytes still gives 133 bytes. The scalar is found with
 // OpenSSL under a fixed seed (two leading zero bytes: about one in 512).
@@ -212,8 +185,7 @@ TEST(ExportEccPoint, P521LeadingZeroXIsPadded) {
     Bytes pt;
     BnPtr found;
     for (int i = 0; i < 20000 && !found; ++i) {
-        BnPtr d = randomScalar(
-            EC_GROUP_get0_order(g.get()), [](void *r) { return static_cast<TestPrng *>(r)->next(); }, &rng);
+        BnPtr d = randomScalar(EC_GROUP_get0_order(g.get()), rng);
         pt = opensslPublicPoint(c, d.get());
         if (pt[1] == 0 && pt[2] == 0)
             found = std::move(d);
@@ -226,27 +198,27 @@ TEST(ExportEccPoint, P521LeadingZeroXIsPadded) {
     DataBuffer out;
     ASSERT_TRUE(key.exportEccPoint(out, log));
     ASSERT_EQ(out.getSize(), 133u);
-    EXPECT_EQ(bytesOf(out), pt);
+    EXPECT_EQ(toBytes(out), pt);
 }
 
 TEST(ExportEccPoint, AppendsWithoutClearing) {
     EccPoint P;
     LogNull log;
-    ASSERT_TRUE(P.loadEccPoint(bufferOf(Bytes{0x04, 0x01, 0x02}), log));
+    ASSERT_TRUE(P.loadEccPoint(toDb(Bytes{0x04, 0x01, 0x02}), log));
     DataBuffer out;
     out.append("AB", 2);
     ASSERT_TRUE(P.exportEccPoint(3, out, log));
-    EXPECT_EQ(bytesOf(out), (Bytes{'A', 'B', 0x04, 0, 0, 1, 0, 0, 2}));
+    EXPECT_EQ(toBytes(out), (Bytes{'A', 'B', 0x04, 0, 0, 1, 0, 0, 2}));
 }
 
 // A coordinate longer than the requested length is cut to its most significant bytes.
 TEST(ExportEccPoint, LongCoordinateIsCut) {
     EccPoint P;
     LogNull log;
-    ASSERT_TRUE(P.loadEccPoint(bufferOf(Bytes{0x04, 0x01, 0x02, 0x03, 0x04}), log));
+    ASSERT_TRUE(P.loadEccPoint(toDb(Bytes{0x04, 0x01, 0x02, 0x03, 0x04}), log));
     DataBuffer out;
     ASSERT_TRUE(P.exportEccPoint(1, out, log));
-    EXPECT_EQ(bytesOf(out), (Bytes{0x04, 0x01, 0x03}));
+    EXPECT_EQ(toBytes(out), (Bytes{0x04, 0x01, 0x03}));
 }
 
 // A coordinate over 256 bytes cannot be written: false, with the form byte left in the output.
@@ -258,7 +230,7 @@ TEST(ExportEccPoint, OversizedCoordinateLeavesFormByte) {
     DataBuffer out;
     LogRecorder log;
     EXPECT_FALSE(P.exportEccPoint(32, out, log));
-    EXPECT_EQ(bytesOf(out), Bytes{0x04});
+    EXPECT_EQ(toBytes(out), Bytes{0x04});
     EXPECT_TRUE(log.errors().empty());
 }
 
@@ -269,7 +241,7 @@ TEST(ExportEccPoint, ZeroPointIsAllZeroCoordinates) {
     ASSERT_TRUE(P.exportEccPoint(20, out, log));
     Bytes expected(41, 0);
     expected[0] = 0x04;
-    EXPECT_EQ(bytesOf(out), expected);
+    EXPECT_EQ(toBytes(out), expected);
 }
 
 }  // namespace

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "support/EcdsaOracle.h"
+#include "support/OsslKey.h"
 
 using ecckey::DataBuffer;
 using ecckey::EccKey;
@@ -48,8 +48,7 @@ class Secp256k1Ecdsa : public ::testing::Test {
     const BIGNUM *n() const { return m_ossl.order(); }
 
     BnPtr randomK() {
-        return ecckey_test::randomScalar(
-            n(), [](void *c) { return static_cast<TestPrng *>(c)->next(); }, &m_prng);
+        return ecckey_test::randomScalar(n(), m_prng);
     }
 
     // The expected low-S signature for nonce k over m_hash.
@@ -329,8 +328,9 @@ TEST_F(Secp256k1Ecdsa, PublicKeyIsRefusedBeforeAnyNonceIsDrawn) {
         TestPrng prng(5);
         LogRecorder log;
         DataBuffer out;
-        bool ok = viaGeneric ? m_pub.eccSignHash(m_hash.data(), (unsigned)m_hash.size(), prng, true, out, log)
-                             : m_pub.eccSignHashK(m_hash.data(), (unsigned)m_hash.size(), prng, true, out, log);
+        bool ok = viaGeneric
+                      ? m_pub.eccSignHash(m_hash.data(), (unsigned)m_hash.size(), prng, true, out, log)
+                      : m_pub.eccSignHashK(m_hash.data(), (unsigned)m_hash.size(), prng, true, out, log);
         EXPECT_FALSE(ok);
         EXPECT_EQ(std::vector<std::string>{"Must be a private key."}, log.errors());
         EXPECT_EQ(0, prng.m_calls);

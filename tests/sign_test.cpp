@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "ecc/EcdsaSig.h"
-#include "support/EcdsaOracle.h"
+#include "support/OsslKey.h"
 
 using ecckey::DataBuffer;
 using ecckey::EccKey;
@@ -18,28 +18,14 @@ using ecckey_test::CurveInfo;
 using ecckey_test::OsslEcKey;
 using ecckey_test::ScriptedPrng;
 using ecckey_test::TestPrng;
+using ecckey_test::toBytes;
 
 namespace {
 
 const char *const kDigests[] = {"SHA1", "SHA256", "SHA384", "SHA512"};
 
-bool isK1(const CurveInfo &c) {
-    return std::string(c.name) == "secp256k1";
-}
-
-Bytes toBytes(const DataBuffer &db) {
-    return Bytes(db.getData2(), db.getData2() + db.getSize());
-}
-
 Bytes prefix(const Bytes &b, size_t len) {
     return Bytes(b.begin(), b.begin() + std::min(len, b.size()));
-}
-
-std::uint64_t seedFor(const CurveInfo &c) {
-    std::uint64_t h = ecckey_test::testSeed();
-    for (const char *p = c.name; *p; ++p)
-        h = h * 131 + (unsigned char)*p;
-    return h;
 }
 
 bool sign(EccKey &key, const Bytes &hash, bool asn, ecckey::_tvPrng &prng, Bytes &out, LogRecorder &log) {
@@ -82,7 +68,7 @@ bool isPositiveSshMpint(const Bytes &c) {
 
 class SignAllCurves : public ::testing::TestWithParam<CurveInfo> {
   protected:
-    SignAllCurves() : m_prng(seedFor(GetParam())), m_ossl(GetParam(), m_prng) {}
+    SignAllCurves() : m_prng(curveSeed(GetParam(), 0)), m_ossl(GetParam(), m_prng) {}
     void SetUp() override { m_ossl.loadPrivateInto(m_key); }
 
     const CurveInfo &curve() const { return GetParam(); }
@@ -190,8 +176,7 @@ struct Nonce {
 Nonce nonceFor(const OsslEcKey &key, TestPrng &prng, const BIGNUM *e) {
     for (;;) {
         Nonce n;
-        n.k = ecckey_test::randomScalar(
-            key.order(), [](void *c) { return static_cast<TestPrng *>(c)->next(); }, &prng);
+        n.k = ecckey_test::randomScalar(key.order(), prng);
         if (!key.signWithNonce(n.k.get(), e, n.r, n.s))
             continue;
         n.bytes = ecckey_test::bytesOf(n.k.get(), key.curve().byteLen);
@@ -199,26 +184,34 @@ Nonce nonceFor(const OsslEcKey &key, TestPrng &prng, const BIGNUM *e) {
     }
 }
 
-TEST_P(SignGenericCurves, AttemptsFailingTheLeadingByteRuleAreDiscarded) {
-    Bytes h = randomHash("SHA256");
-    BnPtr e = ecckey_test::bnOf(prefix(h, ecckey::ecdsaHashLen(curve().byteLen, (unsigned)h.size())));
-    Nonce bad, good;
-    do
-        bad = nonceFor(m_ossl, m_prng, e.get());
-    while (passesLeadingByteRule(bad.r.get(), bad.s.get()));
-    do
-        good = nonceFor(m_ossl, m_prng, e.get());
-    while (!passesLeadingByteRule(good.r.get(), good.s.get()));
-
+// Signs h with the generator serving the rejected nonce first, then the good one: the signature is good's.
+void expectSecondNonceUsed(EccKey &key, const CurveInfo &c, const Bytes &h, const Nonce &rejected,
+                           const Nonce &good) {
     ScriptedPrng scripted;
-    scripted.m_queue = bad.bytes;
+    scripted.m_queue = rejected.bytes;
     scripted.m_queue.insert(scripted.m_queue.end(), good.bytes.begin(), good.bytes.end());
     scripted.m_failWhenEmpty = true;
     LogRecorder log;
     Bytes raw;
-    ASSERT_TRUE(sign(m_key, h, false, scripted, raw, log)) << log.toText();
+    ASSERT_TRUE(sign(key, h, false, scripted, raw, log)) << log.toText();
     EXPECT_EQ(2, scripted.m_calls);
-    EXPECT_EQ(ecckey_test::rawOf(good.r.get(), good.s.get(), curve().byteLen), raw);
+    EXPECT_EQ(ecckey_test::rawOf(good.r.get(), good.s.get(), c.byteLen), raw);
+}
+
+TEST_P(SignGenericCurves, AttemptsFailingTheLeadingByteRuleAreDiscarded) {
+    Bytes h = randomHash("SHA256");
+    BnPtr e = ecckey_test::bnOf(prefix(h, ecckey::ecdsaHashLen(curve().byteLen, (unsigned)h.size())));
+    // The rejected nonce fails on a leading byte of exactly 0x80, the rule's boundary.
+    Nonce bad, good;
+    do
+        bad = nonceFor(m_ossl, m_prng, e.get());
+    while (!(leadingByte(bad.r.get()) == 0x80 ||
+             (leadingByte(bad.r.get()) < 0x80 && leadingByte(bad.s.get()) == 0x80)));
+    do
+        good = nonceFor(m_ossl, m_prng, e.get());
+    while (!passesLeadingByteRule(good.r.get(), good.s.get()));
+
+    expectSecondNonceUsed(m_key, curve(), h, bad, good);
 }
 
 TEST_P(SignGenericCurves, ZeroSIsRetriedWithTheNextNonce) {
@@ -235,15 +228,7 @@ TEST_P(SignGenericCurves, ZeroSIsRetriedWithTheNextNonce) {
     do
         good = nonceFor(m_ossl, m_prng, e.get());
     while (!passesLeadingByteRule(good.r.get(), good.s.get()));
-    ScriptedPrng scripted;
-    scripted.m_queue = first.bytes;
-    scripted.m_queue.insert(scripted.m_queue.end(), good.bytes.begin(), good.bytes.end());
-    scripted.m_failWhenEmpty = true;
-    LogRecorder log;
-    Bytes raw;
-    ASSERT_TRUE(sign(m_key, h, false, scripted, raw, log)) << log.toText();
-    EXPECT_EQ(2, scripted.m_calls);
-    EXPECT_EQ(ecckey_test::rawOf(good.r.get(), good.s.get(), curve().byteLen), raw);
+    expectSecondNonceUsed(m_key, curve(), h, first, good);
 }
 
 TEST_P(SignGenericCurves, PublicKeyCannotSign) {
@@ -300,13 +285,9 @@ TEST_P(SignGenericCurves, FailingGeneratorEndsTheLoop) {
 }
 
 INSTANTIATE_TEST_SUITE_P(AllCurves, SignAllCurves, ::testing::ValuesIn(ecckey_test::allCurves()),
-                         [](const ::testing::TestParamInfo<CurveInfo> &i) {
-                             return ecckey_test::curveParamName(i.param);
-                         });
+                         ecckey_test::curveParamName);
 INSTANTIATE_TEST_SUITE_P(GenericCurves, SignGenericCurves, ::testing::ValuesIn(ecckey_test::genericCurves()),
-                         [](const ::testing::TestParamInfo<CurveInfo> &i) {
-                             return ecckey_test::curveParamName(i.param);
-                         });
+                         ecckey_test::curveParamName);
 
 // ---- Single-curve cases ----
 

@@ -329,8 +329,6 @@ TEST_P(OpensslDer, SignatureIntegersMatchOpenssl) {
 }
 
 INSTANTIATE_TEST_SUITE_P(AllCurves, OpensslDer, ::testing::ValuesIn(ecckey_test::allCurves()),
-                         [](const ::testing::TestParamInfo<ecckey_test::CurveInfo> &p) {
-                             return ecckey_test::curveParamName(p.param);
-                         });
+                         ecckey_test::curveParamName);
 
 }  // namespace

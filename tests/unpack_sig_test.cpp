@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "ecc/EcdsaSig.h"
-#include "support/EcdsaOracle.h"
+#include "support/OsslKey.h"
 
 using ecckey::LogRecorder;
 using ecckey::mp_int;
@@ -159,7 +159,7 @@ TEST(UnpackDsaSig, KnownRawSizesSplitInHalves) {
 
 TEST(UnpackDsaSig, RawSizesOfTheSmallAndOddCurvesNeedTheRLength) {
     for (unsigned len : {40u, 56u, 80u}) {
-        Bytes sig = run(len, 0x01);
+        Bytes sig = run(len, len == 56 ? 0x80 : 0x01);  // P-224's r may start with a high bit
         Unpacked refused;
         unpack(sig, false, 0, refused);
         EXPECT_FALSE(refused.ok) << len;
@@ -177,16 +177,6 @@ TEST(UnpackDsaSig, RawSizesOfTheSmallAndOddCurvesNeedTheRLength) {
         EXPECT_EQ(hexOf(sig.data(), len / 2), u.r);
         EXPECT_EQ(hexOf(sig.data() + len / 2, len / 2), u.s);
     }
-}
-
-TEST(UnpackDsaSig, P224RawSignatureOf56Bytes) {
-    Bytes sig = run(56, 0x80);
-    Unpacked refused, split;
-    unpack(sig, false, 0, refused);
-    unpack(sig, true, 28, split);
-    EXPECT_FALSE(refused.ok);
-    ASSERT_TRUE(split.ok);
-    EXPECT_EQ(hexOf(sig.data(), 28), split.r);
 }
 
 TEST(UnpackDsaSig, RLengthNotBelowTheSizeFallsBackToTheTable) {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "ecc/EcdsaSig.h"
-#include "support/EcdsaOracle.h"
+#include "support/OsslKey.h"
 
 using ecckey::DataBuffer;
 using ecckey::EccKey;
@@ -20,17 +20,6 @@ using ecckey_test::TestPrng;
 namespace {
 
 const char *const kDigests[] = {"SHA1", "SHA256", "SHA384", "SHA512"};
-
-bool isK1(const CurveInfo &c) {
-    return std::string(c.name) == "secp256k1";
-}
-
-std::uint64_t seedFor(const CurveInfo &c) {
-    std::uint64_t h = ecckey_test::testSeed() ^ 0x5bd1e995;
-    for (const char *p = c.name; *p; ++p)
-        h = h * 131 + (unsigned char)*p;
-    return h;
-}
 
 // Runs eccVerifyHash; ran is its result, the verdict is returned.
 bool verify(EccKey &key, const Bytes &sig, const Bytes &hash, bool &ran, LogRecorder &log, bool split = false,
@@ -56,7 +45,7 @@ bool rawSizeKnown(size_t len) {
 
 class VerifyAllCurves : public ::testing::TestWithParam<CurveInfo> {
   protected:
-    VerifyAllCurves() : m_prng(seedFor(GetParam())), m_ossl(GetParam(), m_prng) {}
+    VerifyAllCurves() : m_prng(curveSeed(GetParam(), 0x5bd1e995)), m_ossl(GetParam(), m_prng) {}
     void SetUp() override { m_ossl.loadPublicInto(m_key); }
     const CurveInfo &curve() const { return GetParam(); }
 
@@ -101,7 +90,7 @@ TEST_P(VerifyAllCurves, OpenSslSignaturesVerify) {
 }
 
 TEST_P(VerifyAllCurves, AnotherKeysSignatureIsInvalid) {
-    TestPrng other(seedFor(curve()) + 1);
+    TestPrng other(curveSeed(curve(), 0x5bd1e995) + 1);
     OsslEcKey stranger(curve(), other);
     Bytes h = ecckey_test::digestOf("SHA256", m_prng.bytes(5));
     LogRecorder log;
@@ -111,9 +100,7 @@ TEST_P(VerifyAllCurves, AnotherKeysSignatureIsInvalid) {
 }
 
 INSTANTIATE_TEST_SUITE_P(AllCurves, VerifyAllCurves, ::testing::ValuesIn(ecckey_test::allCurves()),
-                         [](const ::testing::TestParamInfo<CurveInfo> &i) {
-                             return ecckey_test::curveParamName(i.param);
-                         });
+                         ecckey_test::curveParamName);
 
 // ---- Generic verifier edge cases ----
 

@@ -1,6 +1,9 @@
 #include "support/Oracle.h"
 
+#include <openssl/evp.h>
 #include <openssl/obj_mac.h>
+
+#include <cctype>
 
 #include <stdexcept>
 
@@ -29,7 +32,8 @@ const std::vector<CurveInfo> &genericCurves() {
     static const std::vector<CurveInfo> curves = [] {
         std::vector<CurveInfo> v;
         for (const CurveInfo &c : allCurves())
-            if (std::string(c.name) != "secp256k1") v.push_back(c);
+            if (std::string(c.name) != "secp256k1")
+                v.push_back(c);
         return v;
     }();
     return curves;
@@ -37,13 +41,14 @@ const std::vector<CurveInfo> &genericCurves() {
 
 const CurveInfo &curveInfo(const std::string &name) {
     for (const CurveInfo &c : allCurves())
-        if (name == c.name) return c;
+        if (name == c.name)
+            return c;
     throw std::invalid_argument("unknown curve " + name);
 }
 
-std::string curveParamName(const CurveInfo &c) { return c.name; }
-
-GroupPtr groupFor(const CurveInfo &c) { return GroupPtr(EC_GROUP_new_by_curve_name(c.nid)); }
+GroupPtr groupFor(const CurveInfo &c) {
+    return GroupPtr(EC_GROUP_new_by_curve_name(c.nid));
+}
 
 BnPtr toBn(const ecckey::mp_int &v) {
     ecckey::DataBuffer db;
@@ -64,12 +69,14 @@ std::string hexOf(const ecckey::mp_int &v) {
 }
 
 std::string hexOf(const BIGNUM *bn) {
-    if (BN_is_zero(bn)) return "0";
+    if (BN_is_zero(bn))
+        return "0";
     char *h = BN_bn2hex(bn);
     std::string s(h);
     OPENSSL_free(h);
     size_t i = 0;
-    while (i + 1 < s.size() && s[i] == '0') ++i;
+    while (i + 1 < s.size() && s[i] == '0')
+        ++i;
     return s.substr(i);
 }
 
@@ -85,7 +92,8 @@ std::string hexOf(const unsigned char *bytes, size_t count) {
 
 std::vector<unsigned char> unhex(const std::string &hex) {
     std::vector<unsigned char> out;
-    for (size_t i = 0; i + 1 < hex.size(); i += 2) out.push_back((unsigned char)std::stoul(hex.substr(i, 2), nullptr, 16));
+    for (size_t i = 0; i + 1 < hex.size(); i += 2)
+        out.push_back((unsigned char)std::stoul(hex.substr(i, 2), nullptr, 16));
     return out;
 }
 
@@ -93,11 +101,132 @@ BnPtr randomScalar(const BIGNUM *order, std::uint64_t (*next)(void *), void *ctx
     int len = BN_num_bytes(order);
     std::vector<unsigned char> b(len);
     for (;;) {
-        for (int i = 0; i < len; ++i) b[i] = (unsigned char)(next(ctx) & 0xFF);
+        for (int i = 0; i < len; ++i)
+            b[i] = (unsigned char)(next(ctx) & 0xFF);
         BnPtr v(BN_bin2bn(b.data(), len, nullptr));
         BN_mask_bits(v.get(), BN_num_bits(order));
-        if (!BN_is_zero(v.get()) && BN_cmp(v.get(), order) < 0) return v;
+        if (!BN_is_zero(v.get()) && BN_cmp(v.get(), order) < 0)
+            return v;
     }
+}
+
+BnPtr randomScalar(const BIGNUM *order, TestPrng &prng) {
+    return randomScalar(order, [](void *p) { return static_cast<TestPrng *>(p)->next(); }, &prng);
+}
+
+BnPtr orderOf(const CurveInfo &c) {
+    GroupPtr g = groupFor(c);
+    return BnPtr(BN_dup(EC_GROUP_get0_order(g.get())));
+}
+
+bool isK1(const CurveInfo &c) {
+    return std::string(c.name) == "secp256k1";
+}
+
+std::uint64_t curveSeed(const CurveInfo &c, std::uint64_t salt) {
+    std::uint64_t h = testSeed() ^ salt;
+    for (const char *p = c.name; *p; ++p)
+        h = h * 131 + (unsigned char)*p;
+    return h;
+}
+
+Bytes bytesOf(const BIGNUM *bn, int len) {
+    int n = BN_num_bytes(bn);
+    Bytes out(len > n ? len : n);
+    BN_bn2binpad(bn, out.data(), (int)out.size());
+    return out;
+}
+
+BnPtr bnOf(const Bytes &bigEndian) {
+    return BnPtr(BN_bin2bn(bigEndian.data(), (int)bigEndian.size(), nullptr));
+}
+
+Bytes mpBytes(const ecckey::mp_int &v, int len) {
+    ecckey::DataBuffer db;
+    ecckey::TovarMp::mpint_to_db(v, db);
+    if ((int)db.getSize() > len)
+        return {};
+    Bytes out(len - db.getSize(), 0);
+    out.insert(out.end(), db.getData2(), db.getData2() + db.getSize());
+    return out;
+}
+
+Bytes pointOf(const ecckey::EccPoint &P, int len) {
+    Bytes out{0x04};
+    Bytes x = mpBytes(P.m_x, len);
+    Bytes y = mpBytes(P.m_y, len);
+    out.insert(out.end(), x.begin(), x.end());
+    out.insert(out.end(), y.begin(), y.end());
+    return out;
+}
+
+std::string bnHex(const BIGNUM *v, int len) {
+    Bytes b = bytesOf(v, len);
+    return hexOf(b.data(), b.size());
+}
+
+Bytes toBytes(const ecckey::DataBuffer &db) {
+    if (db.getSize() == 0)
+        return {};
+    return Bytes(db.getData2(), db.getData2() + db.getSize());
+}
+
+Bytes toBytes(const std::string &s) {
+    return Bytes(s.begin(), s.end());
+}
+
+ecckey::DataBuffer toDb(const Bytes &b) {
+    ecckey::DataBuffer db;
+    db.append(b.data(), (unsigned)b.size());
+    return db;
+}
+
+std::string base64(const Bytes &b) {
+    std::string out(4 * ((b.size() + 2) / 3) + 1, '\0');
+    int n = EVP_EncodeBlock(reinterpret_cast<unsigned char *>(&out[0]), b.data(), (int)b.size());
+    out.resize((size_t)n);
+    return out;
+}
+
+std::string base64url(const Bytes &b) {
+    std::string s = base64(b);
+    for (char &ch : s)
+        ch = ch == '+' ? '-' : ch == '/' ? '_' : ch;
+    while (!s.empty() && s.back() == '=')
+        s.pop_back();
+    return s;
+}
+
+Bytes unbase64(const std::string &text) {
+    std::string s;
+    for (char ch : text)
+        if (!isspace((unsigned char)ch))
+            s += ch;
+    Bytes out(s.size());
+    int n = EVP_DecodeBlock(out.data(), reinterpret_cast<const unsigned char *>(s.data()), (int)s.size());
+    if (n < 0)
+        return {};
+    size_t pad = 0;
+    while (pad < s.size() && s[s.size() - 1 - pad] == '=')
+        ++pad;
+    out.resize((size_t)n - pad);
+    return out;
+}
+
+Bytes fromBase64url(std::string s) {
+    for (char &ch : s)
+        ch = ch == '-' ? '+' : ch == '_' ? '/' : ch;
+    while (s.size() % 4)
+        s += '=';
+    return unbase64(s);
+}
+
+Bytes digestOf(const char *name, const Bytes &msg) {
+    Bytes out(EVP_MAX_MD_SIZE);
+    unsigned len = 0;
+    EVP_Digest(msg.data(), msg.size(), out.data(), &len, EVP_get_digestbyname(name), nullptr);
+    out.resize(len);
+    return out;
 }
 
 }  // namespace ecckey_test
