@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <memory>
 
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,9 @@ struct CurveInfo {
     int nid;  // OpenSSL NID
     int byteLen;
 };
+
+// GoogleTest prints a parameter with this (the curve's name) instead of its bytes.
+inline void PrintTo(const CurveInfo &c, std::ostream *os) { *os << c.name; }
 
 const std::vector<CurveInfo> &allCurves();      // the thirteen, in catalogue order
 const std::vector<CurveInfo> &genericCurves();  // all but secp256k1
