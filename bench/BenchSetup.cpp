@@ -244,4 +244,10 @@ const BenchMaterial &benchMaterial(const BenchCurve &curve, int threadIndex) {
     return *slot;
 }
 
+void registerComparison(const BenchCurve &curve, BenchOp op, const char *impl, const BenchFns &fns) {
+    BenchFn fn = fns.byOp[static_cast<int>(op)];
+    if (fn)
+        benchmark::RegisterBenchmark(comparisonName(curve, op, impl).c_str(), fn, &curve);
+}
+
 }  // namespace ecckey_bench

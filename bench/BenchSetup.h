@@ -6,6 +6,8 @@
 // names of ecckey's TovarMp.
 #pragma once
 
+#include <benchmark/benchmark.h>
+
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -75,6 +77,14 @@ class FastRandom {
   private:
     std::uint64_t m_s[4];
 };
+
+// One library's benchmark function per operation, in BenchOp order; null where it has none.
+using BenchFn = void (*)(benchmark::State &, const BenchCurve *);
+struct BenchFns {
+    BenchFn byOp[7];
+};
+// Registers impl's case for curve and op, or nothing where the table has no function for op.
+void registerComparison(const BenchCurve &curve, BenchOp op, const char *impl, const BenchFns &fns);
 
 // Each adapter registers its case for one curve and operation, or nothing where it has none. main calls
 // them curve by curve and operation by operation, so that the libraries compared in one row run one

@@ -146,28 +146,8 @@ void scalarMultG(benchmark::State &state, const BenchCurve *curve) {
 void registerSecp256k1Case(const BenchCurve &curve, BenchOp op) {
     if (!curve.isSecp256k1)
         return;
-    void (*fn)(benchmark::State &, const BenchCurve *) = nullptr;
-    switch (op) {
-        case BenchOp::KeyGen:
-            fn = keyGen;
-            break;
-        case BenchOp::Sign:
-            fn = sign;
-            break;
-        case BenchOp::Verify:
-            fn = verify;
-            break;
-        case BenchOp::Ecdh:
-            fn = ecdh;
-            break;
-        case BenchOp::ScalarMultG:
-            fn = scalarMultG;
-            break;
-        case BenchOp::DoubleScalarMult:
-        case BenchOp::FieldMultiply:
-            return;
-    }
-    benchmark::RegisterBenchmark(comparisonName(curve, op, kImplSecp256k1).c_str(), fn, &curve);
+    static const BenchFns fns = {{keyGen, sign, verify, ecdh, scalarMultG, nullptr, nullptr}};
+    registerComparison(curve, op, kImplSecp256k1, fns);
 }
 
 }  // namespace ecckey_bench

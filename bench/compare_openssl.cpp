@@ -203,31 +203,8 @@ void fieldMultiply(benchmark::State &state, const BenchCurve *curve) {
 }  // namespace
 
 void registerOpenSslCase(const BenchCurve &curve, BenchOp op) {
-    void (*fn)(benchmark::State &, const BenchCurve *) = nullptr;
-    switch (op) {
-        case BenchOp::KeyGen:
-            fn = keyGen;
-            break;
-        case BenchOp::Sign:
-            fn = sign;
-            break;
-        case BenchOp::Verify:
-            fn = verify;
-            break;
-        case BenchOp::Ecdh:
-            fn = ecdh;
-            break;
-        case BenchOp::ScalarMultG:
-            fn = scalarMultG;
-            break;
-        case BenchOp::DoubleScalarMult:
-            fn = doubleScalarMult;
-            break;
-        case BenchOp::FieldMultiply:
-            fn = fieldMultiply;
-            break;
-    }
-    benchmark::RegisterBenchmark(comparisonName(curve, op, kImplOpenSsl).c_str(), fn, &curve);
+    static const BenchFns fns = {{keyGen, sign, verify, ecdh, scalarMultG, doubleScalarMult, fieldMultiply}};
+    registerComparison(curve, op, kImplOpenSsl, fns);
 }
 
 }  // namespace ecckey_bench

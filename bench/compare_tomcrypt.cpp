@@ -311,31 +311,8 @@ void fieldMultiply(benchmark::State &state, const BenchCurve *curve) {
 void registerTomCryptCase(const BenchCurve &curve, BenchOp op) {
     if (!tomCryptCurve(benchMaterial(curve)))
         return;
-    void (*fn)(benchmark::State &, const BenchCurve *) = nullptr;
-    switch (op) {
-        case BenchOp::KeyGen:
-            fn = keyGen;
-            break;
-        case BenchOp::Sign:
-            fn = sign;
-            break;
-        case BenchOp::Verify:
-            fn = verify;
-            break;
-        case BenchOp::Ecdh:
-            fn = ecdh;
-            break;
-        case BenchOp::ScalarMultG:
-            fn = scalarMultG;
-            break;
-        case BenchOp::DoubleScalarMult:
-            fn = doubleScalarMult;
-            break;
-        case BenchOp::FieldMultiply:
-            fn = fieldMultiply;
-            break;
-    }
-    benchmark::RegisterBenchmark(comparisonName(curve, op, kImplTomCrypt).c_str(), fn, &curve);
+    static const BenchFns fns = {{keyGen, sign, verify, ecdh, scalarMultG, doubleScalarMult, fieldMultiply}};
+    registerComparison(curve, op, kImplTomCrypt, fns);
 }
 
 }  // namespace ecckey_bench
