@@ -52,20 +52,28 @@ _tvAsn1 *newPointBitString(const EccKey &key, LogBase &log) {
     return _tvAsn1::newBitString(point.getData2(), point.getSize());
 }
 
-// Appends INTEGER 1 and OCTET STRING d, the start of every ECPrivateKey written here. d takes its minimal
-// big-endian length, not m_byteLen. Logs "k is empty" when d is zero.
-bool appendVersionAndScalar(const EccKey &key, _tvAsn1 *ecPrivateKey, LogBase &log) {
+// A new SEQUENCE { INTEGER 1, OCTET STRING d }, the start of every ECPrivateKey written here (one
+// reference, for the caller). d takes its minimal big-endian length, not m_byteLen. Null, after logging
+// "k is empty", when d is zero.
+_tvAsn1 *newVersionAndScalar(const EccKey &key, LogBase &log) {
+    _tvAsn1 *ecPrivateKey = _tvAsn1::newSequence();
+    if (!ecPrivateKey)
+        return nullptr;
+    RefCountedObjectOwner owner(ecPrivateKey);
     if (!appendNew(ecPrivateKey, _tvAsn1::newInteger(1)))
-        return false;
+        return nullptr;
 
     DataBuffer dBytes;
     dBytes.setSensitive();
     TovarMp::mpint_to_db(key.m_privKey, dBytes);
     if (dBytes.getSize() == 0) {
         log.logError("k is empty");
-        return false;
+        return nullptr;
     }
-    return appendNew(ecPrivateKey, _tvAsn1::newOctetString(dBytes.getData2(), dBytes.getSize()));
+    if (!appendNew(ecPrivateKey, _tvAsn1::newOctetString(dBytes.getData2(), dBytes.getSize())))
+        return nullptr;
+    ecPrivateKey->incRefCount();  // the caller's reference; the owner drops its own
+    return ecPrivateKey;
 }
 
 // [tag] constructed { child }
@@ -150,12 +158,10 @@ bool EccKey::toEccPkcs1PrivateKeyDer(DataBuffer &out, LogBase &log) {
     out.clear();
     out.setSensitive();
 
-    _tvAsn1 *ecPrivateKey = _tvAsn1::newSequence();
+    _tvAsn1 *ecPrivateKey = newVersionAndScalar(*this, log);
     if (!ecPrivateKey)
         return false;
     RefCountedObjectOwner keyOwner(ecPrivateKey);
-    if (!appendVersionAndScalar(*this, ecPrivateKey, log))
-        return false;
     if (!appendWrapped(ecPrivateKey, 0, _tvAsn1::newOid(m_curve.m_oid.getString())))
         return false;
     if (log.m_options.containsSubstring(kOptEmitPkcs1Pubkey) &&
@@ -203,12 +209,10 @@ bool EccKey::toEccPkcs1PrivateKeyDer_forPkcs11(DataBuffer &out, LogBase &log) {
     out.clear();
     out.setSensitive();
 
-    _tvAsn1 *ecPrivateKey = _tvAsn1::newSequence();
+    _tvAsn1 *ecPrivateKey = newVersionAndScalar(*this, log);
     if (!ecPrivateKey)
         return false;
     RefCountedObjectOwner keyOwner(ecPrivateKey);
-    if (!appendVersionAndScalar(*this, ecPrivateKey, log))
-        return false;
     return ecPrivateKey->EncodeToDer(out, false, log);
 }
 
