@@ -64,7 +64,8 @@ bool KeyBase::jwkContentToMpInt(ClsJsonObject &json, const char *memberName, mp_
     // "d" is the private scalar: its bytes live only in a buffer that is wiped.
     DataBuffer bytes;
     bytes.setSensitive();
-    if (text.isEmpty() || !bytes.appendEncoded(text.getString(), "base64url")) {
+    // A text of only padding or blanks decodes to no bytes: that is no integer at all, not zero.
+    if (!bytes.appendEncoded(text.getString(), "base64url") || bytes.getSize() == 0) {
         log.logError("JWK member is not valid base64url.");
         log.logData("member", memberName);
         return false;

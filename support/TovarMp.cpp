@@ -277,6 +277,7 @@ bool TovarMp::mpint_to_base64url(const mp_int &a, StringBuffer &out, LogBase &) 
     if (!mag.ok()) return false;
     DataBuffer db;
     db.setSensitive();
+    if (mag.size() == 0) return db.appendChar(0) && db.encodeDB("base64url", out);
     return db.append(mag.data(), mag.size()) && db.encodeDB("base64url", out);
 }
 

@@ -63,6 +63,8 @@ public:
     static bool mpint_to_db(const mp_int &a, DataBuffer &out);           // minimal big-endian |a|
     static bool unsigned_mpint_to_db(const mp_int &a, DataBuffer &out);  // SSH mpint content
     static bool mpint_to_bytes(const mp_int &a, unsigned char *out);     // mp_unsigned_bin_size bytes
+    // Unpadded base64url of the minimal big-endian |a|; zero is written as one 0x00 byte ("AA"), since a
+    // JWK member is never empty and readers refuse one that is.
     static bool mpint_to_base64url(const mp_int &a, StringBuffer &out, LogBase &log);
     static bool mpint_to_hex_zero_extended(const mp_int &a, unsigned byteCount, StringBuffer &out);
     static bool mpint_to_hex(const mp_int &a, StringBuffer &out);  // upper case, minimal, "0" for zero

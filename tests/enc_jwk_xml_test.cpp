@@ -240,6 +240,32 @@ TEST(JwkLoad, PublicAndPrivateByPresenceOfD) {
     EXPECT_EQ(hexOf(priv.m_pubPoint.m_y), "2");
 }
 
+// A coordinate of zero is written as "AA" and reads back as zero; a member that decodes to no bytes at all
+// (padding or blanks only) is refused rather than read as zero.
+TEST(JwkLoad, ZeroCoordinateRoundTripsAndBlankMembersAreRefused) {
+    EccKey key;
+    LogRecorder log;
+    ASSERT_TRUE(loadJwk(key, "{\"kty\":\"EC\",\"crv\":\"P-256\",\"x\":\"AA\",\"y\":\"AAAA\"}", log));
+    EXPECT_EQ(hexOf(key.m_pubPoint.m_x), "0");
+    EXPECT_EQ(hexOf(key.m_pubPoint.m_y), "0");
+    StringBuffer out;
+    ASSERT_TRUE(key.toEccPublicKeyJwk(out, true, log));
+    EXPECT_STREQ(out.getString(), "{\"crv\":\"P-256\",\"kty\":\"EC\",\"x\":\"AA\",\"y\":\"AA\"}");
+    EccKey back;
+    ASSERT_TRUE(loadJwk(back, out.getString(), log)) << log.toText();
+    EXPECT_EQ(hexOf(back.m_pubPoint.m_y), "0");
+
+    for (const char *y : {"", "==", " ", "\\n"}) {
+        EccKey blank;
+        LogRecorder blankLog;
+        EXPECT_FALSE(loadJwk(
+            blank, std::string("{\"kty\":\"EC\",\"crv\":\"P-256\",\"x\":\"AQ\",\"y\":\"") + y + "\"}",
+            blankLog))
+            << y;
+        EXPECT_EQ(blankLog.errors(), (std::vector<std::string>{"JWK member is not valid base64url."})) << y;
+    }
+}
+
 TEST(JwkLoad, CatalogueAliasesAsCurveNames) {
     for (const char *crv : {"P-384", "secp384r1", "nistp384", "1.3.132.0.34"}) {
         EccKey key;

@@ -91,7 +91,8 @@ TEST(TovarMpConversions, BytesAndTextMatchOpenssl) {
         StringBuffer url;
         LogNull log;
         ASSERT_TRUE(TovarMp::mpint_to_base64url(a, url, log));
-        EXPECT_EQ(base64url(magnitude), url.getString());
+        // Zero has no magnitude bytes; it is written as one zero byte so that the text is never empty.
+        EXPECT_EQ(magnitude.empty() ? std::string("AA") : base64url(magnitude), url.getString());
 
         for (unsigned width : {0u, 1u, 32u, 66u, 70u}) {
             StringBuffer padded;

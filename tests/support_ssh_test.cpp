@@ -266,7 +266,7 @@ TEST(KeyBaseAttributes, RefuseANodeThatIsNotContextZero) {
 TEST(KeyBaseJwk, ReadsBase64UrlMembersAndNamesWhatIsWrong) {
     ClsJsonObject json;
     LogRecorder log;
-    ASSERT_TRUE(json.load("{\"d\":\"AP-_\",\"bad\":\"AP+/\",\"empty\":\"\",\"pad\":\"AQ==\"}", log));
+    ASSERT_TRUE(json.load("{\"d\":\"AP-_\",\"bad\":\"AP+/\",\"empty\":\"\",\"pad\":\"AQ==\",\"padOnly\":\"==\",\"blank\":\" \"}", log));
     TestKey key;
     mp_int value;
     ASSERT_TRUE(key.jwkContentToMpInt(json, "d", value, log));
@@ -279,7 +279,7 @@ TEST(KeyBaseJwk, ReadsBase64UrlMembersAndNamesWhatIsWrong) {
     EXPECT_TRUE(log.dataValue("member", member));
     EXPECT_EQ("x", member);
 
-    for (const char *name : {"bad", "empty"}) {
+    for (const char *name : {"bad", "empty", "padOnly", "blank"}) {
         log.reset();
         EXPECT_FALSE(key.jwkContentToMpInt(json, name, value, log)) << name;
         EXPECT_EQ(std::vector<std::string>{"JWK member is not valid base64url."}, log.errors()) << name;
