@@ -18,9 +18,11 @@
 #include <string>
 
 #include "FreeWatch.h"
-#include "support/Oracle.h"
 #include "support/Asn1.h"
+#include "support/AsnItem.h"
+#include "support/Oracle.h"
 #include "support/PublicKey.h"
+#include "support/SshMessage.h"
 #include "support/TestPrng.h"
 #include "support/Xml.h"
 
@@ -42,18 +44,19 @@ struct Secret {
 // Bytes from a fixed pool, marked sensitive on arrival by whoever asked; the pool's first bytes are the
 // nonce of every signature made with a fresh generator.
 class PoolPrng : public _tvPrng {
-public:
+  public:
     explicit PoolPrng(const unsigned char *pool, unsigned size) : m_pool(pool), m_size(size) {}
     bool genRandom(unsigned count, DataBuffer &out, LogBase &) override {
         for (unsigned i = 0; i < count; ++i) {
             unsigned char b = m_pool[m_pos % m_size] ^ (unsigned char)(m_pos / m_size);
             ++m_pos;
-            if (!out.appendChar(b)) return false;
+            if (!out.appendChar(b))
+                return false;
         }
         return true;
     }
 
-private:
+  private:
     const unsigned char *m_pool;
     unsigned m_size;
     unsigned m_pos = 0;
@@ -76,7 +79,8 @@ void watchSecret(const unsigned char *be, unsigned len, const char *label) {
     ASSERT_TRUE(FreeWatch::addPattern(be + 2, window, patternLabel(label, "big-endian")));
 
     unsigned char le[kMaxScalarLen];
-    for (unsigned i = 0; i < len; ++i) le[i] = be[len - 1 - i];
+    for (unsigned i = 0; i < len; ++i)
+        le[i] = be[len - 1 - i];
     ASSERT_TRUE(FreeWatch::addPattern(le + 2, window, patternLabel(label, "little-endian")));
 
     {
@@ -112,7 +116,8 @@ void watchSecret(const unsigned char *be, unsigned len, const char *label) {
 // A random scalar below n for every curve: a zero top byte, a non-zero second byte.
 void makeSecret(const CurveInfo &c, TestPrng &rng, Secret &s) {
     s.len = (unsigned)c.byteLen;
-    for (unsigned i = 0; i < s.len; ++i) s.be[i] = (unsigned char)rng.next();
+    for (unsigned i = 0; i < s.len; ++i)
+        s.be[i] = (unsigned char)rng.next();
     s.be[0] = 0;
     s.be[1] |= 0x10;
     static const char digits[] = "0123456789abcdef";
@@ -129,7 +134,7 @@ void expectNoViolations(const char *what) {
 }
 
 class Hygiene : public ::testing::TestWithParam<CurveInfo> {
-protected:
+  protected:
     void SetUp() override {
         FreeWatch::disarm();
         FreeWatch::clearPatterns();
@@ -137,7 +142,8 @@ protected:
         TestPrng rng(testSeed() ^ (std::uint64_t)GetParam().nid);
         makeSecret(GetParam(), rng, m_secret);
         watchSecret(m_secret.be, m_secret.len, "private scalar");
-        for (unsigned i = 0; i < sizeof s_noncePool; ++i) s_noncePool[i] = (unsigned char)rng.next();
+        for (unsigned i = 0; i < sizeof s_noncePool; ++i)
+            s_noncePool[i] = (unsigned char)rng.next();
         s_noncePool[0] = 0;  // the first nonce lies below n
         s_noncePool[1] |= 0x10;
         watchSecret(s_noncePool, (unsigned)GetParam().byteLen, "nonce bytes");
@@ -178,7 +184,8 @@ TEST(FreeWatchSelfTest, FindsASecretInAnUnwipedBuffer) {
         ArmedScope armed;
         DataBuffer plain;
         plain.append(secret, sizeof secret);
-        for (int i = 0; i < 100; ++i) plain.appendChar(0);
+        for (int i = 0; i < 100; ++i)
+            plain.appendChar(0);
         plain.secureClear();
     }
     EXPECT_GE(FreeWatch::numViolations(), 1u);
@@ -189,7 +196,8 @@ TEST(FreeWatchSelfTest, FindsASecretInAnUnwipedBuffer) {
     {
         ArmedScope armed;
         std::string hex = hexOf(secret, sizeof secret);
-        for (char &ch : hex) ch = (char)std::tolower((unsigned char)ch);
+        for (char &ch : hex)
+            ch = (char)std::tolower((unsigned char)ch);
     }
     EXPECT_GE(FreeWatch::numViolations(), 1u);
     FreeWatch::clearPatterns();
@@ -202,18 +210,20 @@ TEST(SensitiveBuffers, WipeOnGrowthClearCopyAndRelease) {
     FreeWatch::clearPatterns();
     FreeWatch::resetViolations();
     unsigned char secret[32];
-    for (unsigned i = 0; i < sizeof secret; ++i) secret[i] = (unsigned char)(0xA5 ^ (i * 37));
+    for (unsigned i = 0; i < sizeof secret; ++i)
+        secret[i] = (unsigned char)(0xA5 ^ (i * 37));
     watchSecret(secret, sizeof secret, "buffer secret");
     {
         ArmedScope armed;
         DataBuffer a;
         a.setSensitive();
         a.append(secret, sizeof secret);
-        for (int i = 0; i < 300; ++i) a.appendChar((unsigned char)i);  // several reallocations
+        for (int i = 0; i < 300; ++i)
+            a.appendChar((unsigned char)i);  // several reallocations
         a.prepend(secret, sizeof secret);
-        DataBuffer copy(a);              // inherits the flag
+        DataBuffer copy(a);  // inherits the flag
         DataBuffer assigned;
-        assigned = a;                    // takes the flag
+        assigned = a;  // takes the flag
         DataBuffer moved(std::move(copy));
         a.truncate(10);
         a.clear();
@@ -225,7 +235,8 @@ TEST(SensitiveBuffers, WipeOnGrowthClearCopyAndRelease) {
         b.append(secret, sizeof secret);
         b.encodeDB("hex", text);
         b.encodeDB("base64", text);
-        for (int i = 0; i < 50; ++i) text.append("0123456789");  // grows the string
+        for (int i = 0; i < 50; ++i)
+            text.append("0123456789");  // grows the string
         StringBuffer textCopy(text);
         StringBuffer hexText;
         b.encodeDB("hex", hexText);
@@ -234,6 +245,72 @@ TEST(SensitiveBuffers, WipeOnGrowthClearCopyAndRelease) {
         decoded.appendEncoded(hexText.getString(), "hex");
     }
     expectNoViolations("sensitive DataBuffer or StringBuffer");
+}
+
+// ---- The pieces that read and write private encodings ----
+
+// SEQUENCE { INTEGER 1, OCTET STRING scalar, [0] { OID P-256 } }: a SEC 1 key without its point.
+const unsigned char kSec1[] = {0x30, 0x31, 0x02, 0x01, 0x01, 0x04, 0x20, 0xd1, 0x5e, 0xa5, 0xe0, 0x9b, 0x3c,
+                               0x77, 0x14, 0x62, 0xc8, 0x0f, 0x4e, 0x9a, 0x21, 0x5b, 0xe3, 0x6d, 0x88, 0x31,
+                               0xf7, 0x0c, 0x92, 0x4b, 0xaa, 0x17, 0xe6, 0x58, 0x3d, 0xc0, 0x29, 0x84, 0x71,
+                               0xa0, 0x0a, 0x06, 0x08, 0x2a, 0x86, 0x48, 0xce, 0x3d, 0x03, 0x01, 0x07};
+const unsigned char *const kSec1Scalar = kSec1 + 7;
+
+// A decoded tree, its re-encoding and its logged dump (which shows content bytes) keep no copy.
+TEST(SupportHygiene, AsnTreesAndTheirDumpLeaveNoCopy) {
+    FreeWatch::clearPatterns();
+    FreeWatch::resetViolations();
+    watchSecret(kSec1Scalar, 32, "SEC 1 scalar");
+    {
+        ArmedScope armed;
+        LogRecorder log;
+        unsigned consumed = 0;
+        _tvAsn1 *root = _tvAsn1::DecodeToAsn(kSec1, sizeof kSec1, consumed, log);
+        ASSERT_NE(nullptr, root);
+        RefCountedObjectOwner owner(root);
+        DataBuffer scalar, der, input;
+        scalar.setSensitive();
+        der.setSensitive();
+        input.setSensitive();
+        ASSERT_TRUE(root->getAsnPart(1)->getAsnContent(scalar));
+        ASSERT_TRUE(root->EncodeToDer(der, false, log));
+        EXPECT_TRUE(der.equals(kSec1, sizeof kSec1));
+        input.append(kSec1, sizeof kSec1);
+        _tvDer::logDerAsXml(input, log);
+    }
+    expectNoViolations("ASN.1 tree");
+}
+
+// SSH strings and mpints read into sensitive buffers and integers, and written back out, keep no copy.
+TEST(SupportHygiene, SshStringsAndIntegersLeaveNoCopy) {
+    FreeWatch::clearPatterns();
+    FreeWatch::resetViolations();
+    watchSecret(kSec1Scalar, 32, "SSH scalar");
+    {
+        ArmedScope armed;
+        LogNull log;
+        DataBuffer scalar, blob, read, mpint, out;
+        for (DataBuffer *b : {&scalar, &blob, &mpint, &out})
+            b->setSensitive();
+        scalar.append(kSec1Scalar, 32);
+        SshMessage::pack_db(scalar, blob);
+        unsigned offset = 0;
+        ASSERT_TRUE(SshMessage::parseBinaryString(blob, offset, read, log));
+        EXPECT_TRUE(read.equals(kSec1Scalar, 32));
+
+        mpint.appendUint32_be(33);  // the top bit is set: a zero octet keeps the mpint positive
+        mpint.appendChar(0);
+        mpint.append(kSec1Scalar, 32);
+        mp_int d;
+        offset = 0;
+        ASSERT_TRUE(SshMessage::parseMpInt(mpint, offset, d, log));
+        ASSERT_TRUE(TovarMp::mpint_to_db(d, out));
+        ASSERT_TRUE(TovarMp::unsigned_mpint_to_db(d, out));
+        StringBuffer hex;
+        ASSERT_TRUE(TovarMp::mpint_to_hex_zero_extended(d, 32, hex));
+        mp_int copy(d);
+    }
+    expectNoViolations("SSH blob");
 }
 
 // ---- Private keys through every operation ----
