@@ -15,15 +15,15 @@ class LogBase;
 // One row of the compiled-in catalogue as callers outside the loader see it (the command-line tool lists
 // them). The domain parameters are reached by loading the curve.
 struct EccCatalogEntry {
-    const char *name;           // canonical, lower case
-    const char *oid;            // dotted decimal
+    const char *name;  // canonical, lower case
+    const char *oid;   // dotted decimal
     int byteLen;
     const char *exactNames[5];  // accepted whole (after trimming and lower-casing); unused slots null
     const char *substringName;  // accepted anywhere in the lower-cased text; null when none
 };
 
 class EccCurve {
-public:
+  public:
     EccCurve();
     virtual ~EccCurve();
     EccCurve(const EccCurve &) = delete;
@@ -50,9 +50,9 @@ public:
     // SSH curve identifier used inside public-key blobs; "nistp256" for curves it has no name for.
     const char *puttyCurveName() const;
 
-    int m_byteLen;       // bytes of a field element and of a scalar; 0 when empty
-    StringBuffer m_name; // canonical lower-case name
-    StringBuffer m_oid;  // dotted decimal
+    int m_byteLen;        // bytes of a field element and of a scalar; 0 when empty
+    StringBuffer m_name;  // canonical lower-case name
+    StringBuffer m_oid;   // dotted decimal
     StringBuffer m_p;
     StringBuffer m_a;
     bool m_hasA;

@@ -24,7 +24,7 @@ class ClsJsonObject;
 class ClsXml;
 
 class EccKey : public KeyBase {
-public:
+  public:
     EccKey();
     ~EccKey() override;
 
@@ -56,7 +56,8 @@ public:
 
     // ---- Key generation (EccKeyGen.cpp) ----
     bool generateNewKey(const StringBuffer &curveName, _tvPrng &prng, LogBase &log);
-    bool generateNewKey2(const StringBuffer &curveName, const char *kText, const char *encoding, LogBase &log);
+    bool generateNewKey2(const StringBuffer &curveName, const char *kText, const char *encoding,
+                         LogBase &log);
 
     // ---- ECDH (EccEcdh.cpp) ----
     // The x-coordinate of d·Q_peer, big-endian, left-padded to the curve's byte length.
@@ -120,10 +121,10 @@ public:
     bool loadPrivateFromPuttySsh(const char *curveName, const DataBuffer &pubPoint, DataBuffer &privBlob,
                                  LogBase &log);
 
-    int m_keyType;       // 0 public, 1 private
+    int m_keyType;  // 0 public, 1 private
     EccCurve m_curve;
-    EccPoint m_pubPoint; // Q, affine (Z = 1) between operations
-    mp_int m_privKey;    // d; zero for a public key
+    EccPoint m_pubPoint;  // Q, affine (Z = 1) between operations
+    mp_int m_privKey;     // d; zero for a public key
 };
 
 }  // namespace ecckey

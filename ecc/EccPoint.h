@@ -13,7 +13,7 @@ class DataBuffer;
 class LogBase;
 
 class EccPoint {
-public:
+  public:
     EccPoint();
     virtual ~EccPoint();
     EccPoint(const EccPoint &) = delete;

@@ -14,7 +14,8 @@
 
 static bool readFile(const char *path, std::string &out) {
     std::ifstream in(path, std::ios::binary);
-    if (!in) return false;
+    if (!in)
+        return false;
     out.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
     return true;
 }
@@ -53,8 +54,8 @@ int main(int argc, char **argv) {
     std::printf("%s\n", hex.getString());
 
     bool valid = false;
-    if (!key.eccVerifyHash(sig.getData2(), sig.getSize(), false, digest.getData2(), digest.getSize(), valid, log,
-                           0)) {
+    if (!key.eccVerifyHash(sig.getData2(), sig.getSize(), false, digest.getData2(), digest.getSize(), valid,
+                           log, 0)) {
         std::fprintf(stderr, "%s", log.errorText().c_str());
         return 2;
     }

@@ -12,7 +12,8 @@ namespace ecckey_fuzz {
 void fixedScalar(int index, mp_int &d) {
     const CurveRef &curve = curveAt(index);
     std::vector<unsigned char> bytes((size_t)curve.byteLen - 1);
-    for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = (unsigned char)(0x5A ^ (i * 29 + (size_t)index * 7));
+    for (size_t i = 0; i < bytes.size(); ++i)
+        bytes[i] = (unsigned char)(0x5A ^ (i * 29 + (size_t)index * 7));
     TovarMp::mpint_from_bytes(d, bytes.data(), (unsigned)bytes.size());
 }
 

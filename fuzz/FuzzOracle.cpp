@@ -45,8 +45,10 @@ EC_GROUP *s_groups[32];
 
 const EC_GROUP *groupOf(const CurveRef &curve) {
     for (int i = 0; i < numCurves(); ++i) {
-        if (&curveAt(i) != &curve) continue;
-        if (!s_groups[i]) s_groups[i] = EC_GROUP_new_by_curve_name(curve.nid);
+        if (&curveAt(i) != &curve)
+            continue;
+        if (!s_groups[i])
+            s_groups[i] = EC_GROUP_new_by_curve_name(curve.nid);
         FUZZ_REQUIRE(s_groups[i] != nullptr);
         return s_groups[i];
     }
@@ -66,7 +68,8 @@ bool oracleMulBase(const CurveRef &curve, const mp_int &d, mp_int &x, mp_int &y)
     Point point(EC_POINT_new(group));
     FUZZ_REQUIRE(k && point);
     FUZZ_REQUIRE(EC_POINT_mul(group, point.get(), k.get(), nullptr, nullptr, bnCtx()));
-    if (EC_POINT_is_at_infinity(group, point.get())) return false;
+    if (EC_POINT_is_at_infinity(group, point.get()))
+        return false;
     Bn bx(BN_new()), by(BN_new());
     FUZZ_REQUIRE(EC_POINT_get_affine_coordinates(group, point.get(), bx.get(), by.get(), bnCtx()));
     fromBn(bx.get(), x);
@@ -86,12 +89,15 @@ bool oracleVerify(const CurveRef &curve, const mp_int &qx, const mp_int &qy, con
     const EC_GROUP *group = groupOf(curve);
     const BIGNUM *n = EC_GROUP_get0_order(group);
     Bn br = toBn(r), bs = toBn(s), be = toBn(e), bx = toBn(qx), by = toBn(qy);
-    if (BN_is_zero(br.get()) || BN_cmp(br.get(), n) >= 0) return false;
-    if (BN_is_zero(bs.get()) || BN_cmp(bs.get(), n) >= 0) return false;
+    if (BN_is_zero(br.get()) || BN_cmp(br.get(), n) >= 0)
+        return false;
+    if (BN_is_zero(bs.get()) || BN_cmp(bs.get(), n) >= 0)
+        return false;
 
     Point q(EC_POINT_new(group));
     FUZZ_REQUIRE(q);
-    if (!EC_POINT_set_affine_coordinates(group, q.get(), bx.get(), by.get(), bnCtx())) return false;
+    if (!EC_POINT_set_affine_coordinates(group, q.get(), bx.get(), by.get(), bnCtx()))
+        return false;
 
     Bn w(BN_mod_inverse(nullptr, bs.get(), n, bnCtx()));
     FUZZ_REQUIRE(w);
@@ -101,7 +107,8 @@ bool oracleVerify(const CurveRef &curve, const mp_int &qx, const mp_int &qy, con
     Point sum(EC_POINT_new(group));
     FUZZ_REQUIRE(sum);
     FUZZ_REQUIRE(EC_POINT_mul(group, sum.get(), u1.get(), q.get(), u2.get(), bnCtx()));
-    if (EC_POINT_is_at_infinity(group, sum.get())) return false;
+    if (EC_POINT_is_at_infinity(group, sum.get()))
+        return false;
     Bn x(BN_new());
     FUZZ_REQUIRE(EC_POINT_get_affine_coordinates(group, sum.get(), x.get(), nullptr, bnCtx()));
     FUZZ_REQUIRE(BN_nnmod(v.get(), x.get(), n, bnCtx()));

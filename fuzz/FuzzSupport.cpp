@@ -25,11 +25,14 @@ void fail(const char *what, const char *file, int line) {
 
 // ---- FuzzLog ----
 
-FuzzLog::FuzzLog() { m_verbose = true; }
+FuzzLog::FuzzLog() {
+    m_verbose = true;
+}
 
 FuzzLog::~FuzzLog() {
     // Every LogContextExitor has closed its context by the time the operation returned.
-    if (m_depth != 0) fail("log contexts left open", __FILE__, __LINE__);
+    if (m_depth != 0)
+        fail("log contexts left open", __FILE__, __LINE__);
 }
 
 void FuzzLog::logError(const char *text) {
@@ -126,13 +129,18 @@ void requireHexEquals(const StringBuffer &hex, const mp_int &expected, const cha
 
 }  // namespace
 
-int numCurves() { return kNumCurves; }
+int numCurves() {
+    return kNumCurves;
+}
 
-const CurveRef &curveAt(int index) { return s_curves[index]; }
+const CurveRef &curveAt(int index) {
+    return s_curves[index];
+}
 
 const CurveRef *findCurveByOid(const char *oid) {
     for (const CurveRef &c : s_curves)
-        if (std::strcmp(c.oid, oid) == 0) return &c;
+        if (std::strcmp(c.oid, oid) == 0)
+            return &c;
     return nullptr;
 }
 
@@ -148,26 +156,35 @@ void requireCatalogueCurve(const EccCurve &curve) {
     requireHexEquals(curve.m_order, cp.n, "curve order differs from the named curve");
     requireHexEquals(curve.m_Gx, cp.gx, "curve Gx differs from the named curve");
     requireHexEquals(curve.m_Gy, cp.gy, "curve Gy differs from the named curve");
-    if (ref->hasA) requireHexEquals(curve.m_a, cp.a, "curve a differs from the named curve");
+    if (ref->hasA)
+        requireHexEquals(curve.m_a, cp.a, "curve a differs from the named curve");
 }
 
-int byteLen(const mp_int &v) { return TovarMp::mp_unsigned_bin_size(v); }
+int byteLen(const mp_int &v) {
+    return TovarMp::mp_unsigned_bin_size(v);
+}
 
-bool equalInts(const mp_int &a, const mp_int &b) { return TovarMp::mp_cmp(a, b) == 0; }
+bool equalInts(const mp_int &a, const mp_int &b) {
+    return TovarMp::mp_cmp(a, b) == 0;
+}
 
-bool isZero(const mp_int &v) { return TovarMp::isZero(v); }
+bool isZero(const mp_int &v) {
+    return TovarMp::isZero(v);
+}
 
 void requireLoadedKey(const EccKey &key) {
     requireCatalogueCurve(key.m_curve);
     FUZZ_REQUIRE(key.m_keyType == 0 || key.m_keyType == 1);
     FUZZ_REQUIRE(!TovarMp::isNegative(key.m_pubPoint.m_x) && !TovarMp::isNegative(key.m_pubPoint.m_y));
     FUZZ_REQUIRE(!TovarMp::isNegative(key.m_privKey));
-    if (key.m_keyType == 0) FUZZ_REQUIRE(isZero(key.m_privKey));
+    if (key.m_keyType == 0)
+        FUZZ_REQUIRE(isZero(key.m_privKey));
     // Affine, except the engine's canonical zero point (0, 1, 0) that secp256k1 derives from a zero
     // scalar.
     bool affine = TovarMp::mp_cmp_d(key.m_pubPoint.m_z, 1) == 0;
-    bool k1Zero = key.m_curve.m_name.equals("secp256k1") && key.m_keyType == 1 && isZero(key.m_pubPoint.m_x) &&
-                  TovarMp::mp_cmp_d(key.m_pubPoint.m_y, 1) == 0 && isZero(key.m_pubPoint.m_z);
+    bool k1Zero = key.m_curve.m_name.equals("secp256k1") && key.m_keyType == 1 &&
+                  isZero(key.m_pubPoint.m_x) && TovarMp::mp_cmp_d(key.m_pubPoint.m_y, 1) == 0 &&
+                  isZero(key.m_pubPoint.m_z);
     FUZZ_REQUIRE(affine || k1Zero);
 }
 
@@ -184,7 +201,8 @@ void requireSameKey(const EccKey &loaded, const EccKey &reloaded) {
     requireLoadedKey(reloaded);
     FUZZ_REQUIRE(reloaded.m_keyType == loaded.m_keyType);
     FUZZ_REQUIRE(reloaded.m_curve.m_oid.equals(loaded.m_curve.m_oid));
-    if (loaded.m_keyType == 1) FUZZ_REQUIRE(equalInts(reloaded.m_privKey, loaded.m_privKey));
+    if (loaded.m_keyType == 1)
+        FUZZ_REQUIRE(equalInts(reloaded.m_privKey, loaded.m_privKey));
     // A coordinate longer than the curve is cut by the X9.63 writer; such a point cannot come back whole.
     if (pointFitsCurve(loaded)) {
         FUZZ_REQUIRE(equalInts(reloaded.m_pubPoint.m_x, loaded.m_pubPoint.m_x));

@@ -14,16 +14,17 @@ namespace ecckey_fuzz {
 
 [[noreturn]] void fail(const char *what, const char *file, int line);
 
-#define FUZZ_REQUIRE(cond)                                        \
-    do {                                                          \
-        if (!(cond)) ::ecckey_fuzz::fail(#cond, __FILE__, __LINE__); \
+#define FUZZ_REQUIRE(cond)                                  \
+    do {                                                    \
+        if (!(cond))                                        \
+            ::ecckey_fuzz::fail(#cond, __FILE__, __LINE__); \
     } while (0)
 
 // A logger that keeps nothing but reads every text it is given to its terminator (so an unterminated or
 // dangling text is caught by AddressSanitizer) and checks that contexts are balanced. Verbose, so that
 // the data items written only when debugging are exercised too.
 class FuzzLog : public ecckey::LogBase {
-public:
+  public:
     FuzzLog();
     ~FuzzLog() override;
     void logError(const char *text) override;
@@ -35,7 +36,7 @@ public:
     int depth() const { return m_depth; }
     std::size_t numErrors() const { return m_numErrors; }
 
-private:
+  private:
     int m_depth = 0;
     std::size_t m_numErrors = 0;
     std::size_t m_chars = 0;  // total text length seen; keeps the reads from being optimised away

@@ -35,7 +35,8 @@ void walk(const _tvAsn1 &node, int depth) {
         }
     }
     const int n = node.numAsnParts();
-    if (!node.isConstructed()) FUZZ_REQUIRE(n == 0);
+    if (!node.isConstructed())
+        FUZZ_REQUIRE(n == 0);
     for (int i = 0; i < n; ++i) {
         const _tvAsn1 *part = node.getAsnPart(i);
         FUZZ_REQUIRE(part != nullptr);

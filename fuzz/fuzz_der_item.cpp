@@ -28,7 +28,8 @@ void walk(const tv_asnItem &item, int depth) {
         FUZZ_REQUIRE(written->content().equals(item.content()));
     }
     const int n = item.numSubItems();
-    if (!item.isConstructed()) FUZZ_REQUIRE(n == 0);
+    if (!item.isConstructed())
+        FUZZ_REQUIRE(n == 0);
     for (int i = 0; i < n; ++i) {
         const tv_asnItem *sub = item.getSubItem_doNotDelete(i);
         FUZZ_REQUIRE(sub != nullptr);

@@ -9,12 +9,14 @@ using namespace ecckey_fuzz;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     DataBuffer der;
-    if (!der.append(data, (unsigned)size)) return 0;
+    if (!der.append(data, (unsigned)size))
+        return 0;
     FuzzLog log;
     EccKey key;
     bool ok = key.loadEccDer(der, log);
     FUZZ_REQUIRE(der.isSensitive());
-    if (!ok) return 0;
+    if (!ok)
+        return 0;
     requireLoadedKey(key);
     requireDerRoundTrip(key);
     return 0;

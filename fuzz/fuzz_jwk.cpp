@@ -30,9 +30,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     std::string text(reinterpret_cast<const char *>(data), size);
     FuzzLog log;
     ClsJsonObject json;
-    if (!json.load(text.c_str(), log)) return 0;
+    if (!json.load(text.c_str(), log))
+        return 0;
     EccKey key;
-    if (!key.loadAnyJwk(json, log)) return 0;
+    if (!key.loadAnyJwk(json, log))
+        return 0;
 
     requireLoadedKey(key);
     StringBuffer out;

@@ -15,7 +15,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     FuzzLog log;
     StringBuffer label;
     DataBuffer der;
-    if (!_tvPublicKey::pemToDer(text.c_str(), label, der, log)) return 0;
+    if (!_tvPublicKey::pemToDer(text.c_str(), label, der, log))
+        return 0;
 
     FUZZ_REQUIRE(der.isSensitive());
     StringBuffer pem;

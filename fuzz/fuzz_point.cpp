@@ -12,10 +12,12 @@ using namespace ecckey_fuzz;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     DataBuffer in;
-    if (!in.append(data, (unsigned)size)) return 0;
+    if (!in.append(data, (unsigned)size))
+        return 0;
     FuzzLog log;
     EccPoint point;
-    if (!point.loadEccPoint(in, log)) return 0;
+    if (!point.loadEccPoint(in, log))
+        return 0;
 
     FUZZ_REQUIRE(point.m_format == 4 || point.m_format == 6 || point.m_format == 7);
     FUZZ_REQUIRE(TovarMp::mp_cmp_d(point.m_z, 1) == 0);
@@ -30,7 +32,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     FUZZ_REQUIRE(p[0] == point.m_format);
     const int half = (int)(n - 1) / 2;
     FUZZ_REQUIRE(half >= 1);
-    if (half > 256) return 0;  // beyond the writer's scratch area
+    if (half > 256)
+        return 0;  // beyond the writer's scratch area
 
     DataBuffer out;
     FUZZ_REQUIRE(point.exportEccPoint(half, out, log));

@@ -15,28 +15,51 @@ using namespace ecckey_fuzz;
 namespace {
 
 const char *const kNames[] = {
-    "secp256r1", "secp384r1", "secp521r1", "secp256k1", "secp192r1", "secp224r1", "brainpoolP160r1",
-    "brainpoolP192r1", "brainpoolP224r1", "brainpoolP256r1", "brainpoolP320r1", "brainpoolP384r1",
-    "brainpoolP512r1", "nistp256", "nistp384", "nistp521", "ecdsa-sha2-nistp256", "P-521", "1.3.132.0.10",
-    " secp256r1 ", "unknown", "",
+    "secp256r1",
+    "secp384r1",
+    "secp521r1",
+    "secp256k1",
+    "secp192r1",
+    "secp224r1",
+    "brainpoolP160r1",
+    "brainpoolP192r1",
+    "brainpoolP224r1",
+    "brainpoolP256r1",
+    "brainpoolP320r1",
+    "brainpoolP384r1",
+    "brainpoolP512r1",
+    "nistp256",
+    "nistp384",
+    "nistp521",
+    "ecdsa-sha2-nistp256",
+    "P-521",
+    "1.3.132.0.10",
+    " secp256r1 ",
+    "unknown",
+    "",
 };
 const unsigned kNumNames = sizeof kNames / sizeof kNames[0];
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    if (size < 2) return 0;
+    if (size < 2)
+        return 0;
     const char *curveName = kNames[data[0] % kNumNames];
     const size_t pointLen = data[1];
-    if (size < 2 + pointLen) return 0;
+    if (size < 2 + pointLen)
+        return 0;
     DataBuffer point, blob;
-    if (!point.append(data + 2, (unsigned)pointLen)) return 0;
-    if (!blob.append(data + 2 + pointLen, (unsigned)(size - 2 - pointLen))) return 0;
+    if (!point.append(data + 2, (unsigned)pointLen))
+        return 0;
+    if (!blob.append(data + 2 + pointLen, (unsigned)(size - 2 - pointLen)))
+        return 0;
     const bool blobEmpty = blob.getSize() == 0;
 
     FuzzLog log;
     EccKey key;
-    if (!key.loadPrivateFromPuttySsh(curveName, point, blob, log)) return 0;
+    if (!key.loadPrivateFromPuttySsh(curveName, point, blob, log))
+        return 0;
 
     requireLoadedKey(key);
     FUZZ_REQUIRE(key.m_keyType == (blobEmpty ? 0 : 1));
@@ -49,6 +72,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         FUZZ_REQUIRE(key.calc_fingerprint(fingerprint, log));
         FUZZ_REQUIRE(fingerprint.beginsWith("ecdsa-sha2-"));
     }
-    if (key.m_keyType == 1) requireDerRoundTrip(key);
+    if (key.m_keyType == 1)
+        requireDerRoundTrip(key);
     return 0;
 }

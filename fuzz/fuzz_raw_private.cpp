@@ -15,7 +15,7 @@ using namespace ecckey_fuzz;
 namespace {
 
 const CurveRef &expectedCurve(size_t scalarLen, bool isSecp256k1) {
-    const char *oid = scalarLen == 48 ? "1.3.132.0.34"
+    const char *oid = scalarLen == 48   ? "1.3.132.0.34"
                       : scalarLen == 66 ? "1.3.132.0.35"
                       : isSecp256k1     ? "1.3.132.0.10"
                                         : "1.2.840.10045.3.1.7";
@@ -47,14 +47,17 @@ void requirePublicPoint(const EccKey &key, const CurveRef &curve, const mp_int &
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    if (size < 1) return 0;
+    if (size < 1)
+        return 0;
     const bool isSecp256k1 = (data[0] & 1) != 0;
     DataBuffer in;
     in.setSensitive();
-    if (!in.append(data + 1, (unsigned)(size - 1))) return 0;
+    if (!in.append(data + 1, (unsigned)(size - 1)))
+        return 0;
     FuzzLog log;
     EccKey key;
-    if (!key.loadEccPrivateRaw(in, isSecp256k1, log)) return 0;
+    if (!key.loadEccPrivateRaw(in, isSecp256k1, log))
+        return 0;
 
     const size_t len = size - 1;
     FUZZ_REQUIRE(len == 32 || len == 48 || len == 66);
@@ -72,7 +75,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     StringBuffer privHex, pubHex;
     FUZZ_REQUIRE(key.toRawHex(privHex, pubHex, log));
     StringBuffer expected;
-    FUZZ_REQUIRE(TovarMp::mpint_to_hex_zero_extended(key.m_privKey, (unsigned)key.m_curve.m_byteLen, expected));
+    FUZZ_REQUIRE(
+        TovarMp::mpint_to_hex_zero_extended(key.m_privKey, (unsigned)key.m_curve.m_byteLen, expected));
     expected.toLowerCase();
     FUZZ_REQUIRE(privHex.equals(expected));
     FUZZ_REQUIRE(pubHex.getSize() == 2 + 4 * (unsigned)key.m_curve.m_byteLen);

@@ -8,10 +8,12 @@ using namespace ecckey_fuzz;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     DataBuffer in;
-    if (!in.append(data, (unsigned)size)) return 0;
+    if (!in.append(data, (unsigned)size))
+        return 0;
     FuzzLog log;
     EccKey key;
-    if (!key.loadEccPublicRaw(in, log)) return 0;
+    if (!key.loadEccPublicRaw(in, log))
+        return 0;
 
     requireLoadedKey(key);
     FUZZ_REQUIRE(key.m_keyType == 0);

@@ -22,12 +22,14 @@ unsigned effectiveHashLen(const EccKey &key, unsigned hashLen) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    if (size < kVerifyHeaderLen) return 0;
+    if (size < kVerifyHeaderLen)
+        return 0;
     const int index = data[0] % numCurves();
     const unsigned hashLen = data[1] % 65;
     const unsigned rLen = data[2];
     const bool split = (data[3] & 1) != 0;
-    if (size < kVerifyHeaderLen + hashLen) return 0;
+    if (size < kVerifyHeaderLen + hashLen)
+        return 0;
     const uint8_t *hash = data + kVerifyHeaderLen;
     const uint8_t *sig = hash + hashLen;
     const unsigned sigLen = (unsigned)(size - kVerifyHeaderLen - hashLen);
@@ -39,12 +41,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     FuzzLog log;
     mp_int r, s;
     const bool unpacked = unpackDsaSig(sigArg, sigLen, split, r, s, log, rLen);
-    if (unpacked) FUZZ_REQUIRE(!TovarMp::isNegative(r) && !TovarMp::isNegative(s));
+    if (unpacked)
+        FUZZ_REQUIRE(!TovarMp::isNegative(r) && !TovarMp::isNegative(s));
 
     EccKey &key = const_cast<EccKey &>(fixedKey(index));
     bool valid = true;
     const bool ran = key.eccVerifyHash(sigArg, sigLen, split, hashArg, hashLen, valid, log, rLen);
-    if (!ran) FUZZ_REQUIRE(!valid);
+    if (!ran)
+        FUZZ_REQUIRE(!valid);
     if (!unpacked) {
         FUZZ_REQUIRE(!valid);
         return 0;
@@ -54,10 +58,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const bool k1 = key.m_curve.m_name.equals("secp256k1");
     const bool examinable = eLen > 0 && (!k1 || eLen == 32);
     mp_int e;
-    if (eLen) TovarMp::mpint_from_bytes(e, hashArg, eLen);
-    const bool expected = examinable &&
-                          oracleVerify(curveAt(index), key.m_pubPoint.m_x, key.m_pubPoint.m_y, r, s, e);
-    if (ran) FUZZ_REQUIRE(valid == expected);
-    if (expected) FUZZ_REQUIRE(ran && valid);
+    if (eLen)
+        TovarMp::mpint_from_bytes(e, hashArg, eLen);
+    const bool expected =
+        examinable && oracleVerify(curveAt(index), key.m_pubPoint.m_x, key.m_pubPoint.m_y, r, s, e);
+    if (ran)
+        FUZZ_REQUIRE(valid == expected);
+    if (expected)
+        FUZZ_REQUIRE(ran && valid);
     return 0;
 }

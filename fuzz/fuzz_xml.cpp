@@ -34,14 +34,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     std::string text(reinterpret_cast<const char *>(data), size);
     FuzzLog log;
     ClsXml xml;
-    if (!xml.loadXml(text.c_str(), log)) return 0;
+    if (!xml.loadXml(text.c_str(), log))
+        return 0;
     EccKey key;
-    if (!key.loadAnyXml(xml, log)) return 0;
+    if (!key.loadAnyXml(xml, log))
+        return 0;
 
     requireLoadedKey(key);
-    if (!pointExportable(key)) return 0;
+    if (!pointExportable(key))
+        return 0;
     if (key.m_keyType == 1) {
-        if (!isZero(key.m_privKey)) requireXmlRoundTrip(key, &EccKey::toEccPrivateKeyXml);
+        if (!isZero(key.m_privKey))
+            requireXmlRoundTrip(key, &EccKey::toEccPrivateKeyXml);
     } else {
         requireXmlRoundTrip(key, &EccKey::toEccPublicKeyXml);
         requireXmlRoundTrip(key, &EccKey::toEccPublicKeyXmlDSig);

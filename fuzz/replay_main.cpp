@@ -41,13 +41,15 @@ int main(int argc, char **argv) {
         std::vector<std::filesystem::path> files;
         if (std::filesystem::is_directory(arg)) {
             for (const auto &entry : std::filesystem::directory_iterator(arg))
-                if (entry.is_regular_file()) files.push_back(entry.path());
+                if (entry.is_regular_file())
+                    files.push_back(entry.path());
             std::sort(files.begin(), files.end());
         } else {
             files.push_back(arg);
         }
         for (const auto &f : files) {
-            if (!replayFile(f)) return 1;
+            if (!replayFile(f))
+                return 1;
             ++count;
         }
     }

@@ -17,10 +17,17 @@ class StringBuffer;
 class LogBase;
 
 class _tvAsn1 : public RefCountedObject {
-public:
+  public:
     // Universal tag numbers tested by the module.
-    enum Tag { TAG_INTEGER = 2, TAG_BIT_STRING = 3, TAG_OCTET_STRING = 4, TAG_NULL = 5, TAG_OID = 6,
-               TAG_SEQUENCE = 16, TAG_SET = 17 };
+    enum Tag {
+        TAG_INTEGER = 2,
+        TAG_BIT_STRING = 3,
+        TAG_OCTET_STRING = 4,
+        TAG_NULL = 5,
+        TAG_OID = 6,
+        TAG_SEQUENCE = 16,
+        TAG_SET = 17
+    };
     enum TagClass { CLASS_UNIVERSAL = 0, CLASS_APPLICATION = 1, CLASS_CONTEXT = 2, CLASS_PRIVATE = 3 };
 
     // Builders.
@@ -29,7 +36,7 @@ public:
     static _tvAsn1 *newOid(const char *dottedText);  // null for malformed text
     static _tvAsn1 *newOctetString(const unsigned char *bytes, unsigned count);
     static _tvAsn1 *newBitString(const unsigned char *bytes, unsigned count);  // adds the unused-bits byte 0
-    static _tvAsn1 *newContextSpecificContructed(int tagNumber);              // explicit [n] wrapper
+    static _tvAsn1 *newContextSpecificContructed(int tagNumber);               // explicit [n] wrapper
     bool AppendPart(_tvAsn1 *child);  // takes the reference; false (child released) when memory is short
     bool deletePart(int index);
 
@@ -43,17 +50,17 @@ public:
     bool isConstructed() const { return m_constructed; }
     int tagNumber() const { return m_tag; }
     int tagClass() const { return m_class; }
-    bool GetOid(StringBuffer &out) const;          // dotted decimal; false when not a valid OID
-    bool getAsnContent(DataBuffer &out) const;     // appends the content octets (BIT STRING: with its
-                                                   // unused-bits byte); false for a constructed node
-    int asnIntValue() const;                       // value of a small INTEGER; 0 when not one
+    bool GetOid(StringBuffer &out) const;       // dotted decimal; false when not a valid OID
+    bool getAsnContent(DataBuffer &out) const;  // appends the content octets (BIT STRING: with its
+                                                // unused-bits byte); false for a constructed node
+    int asnIntValue() const;                    // value of a small INTEGER; 0 when not one
 
     // Coding. DecodeToAsn reads one element from the front of der and returns a new tree (null on any
     // malformation, logged); consumed receives its length. EncodeToDer appends DER.
     static _tvAsn1 *DecodeToAsn(const unsigned char *der, unsigned size, unsigned &consumed, LogBase &log);
     bool EncodeToDer(DataBuffer &out, bool unused, LogBase &log) const;
 
-private:
+  private:
     _tvAsn1(int tagClass, bool constructed, int tag);
     ~_tvAsn1() override;
     bool encodedLength(unsigned &len) const;
@@ -62,8 +69,8 @@ private:
     int m_class;
     bool m_constructed;
     int m_tag;
-    DataBuffer m_content;             // primitive content (sensitive: it may carry a private scalar)
-    std::vector<_tvAsn1 *> m_parts;   // constructed children, one reference each
+    DataBuffer m_content;            // primitive content (sensitive: it may carry a private scalar)
+    std::vector<_tvAsn1 *> m_parts;  // constructed children, one reference each
 
     friend class Asn1Builder;
 };

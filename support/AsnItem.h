@@ -15,7 +15,7 @@ class mp_int;
 class LogBase;
 
 class tv_asnItem {
-public:
+  public:
     ~tv_asnItem();
     tv_asnItem(const tv_asnItem &) = delete;
     tv_asnItem &operator=(const tv_asnItem &) = delete;
@@ -38,7 +38,7 @@ public:
     // INTEGER.
     bool get_mp(mp_int &out, LogBase &log) const;
 
-private:
+  private:
     tv_asnItem(int tagClass, bool constructed, int tag);
 
     int m_class;
@@ -51,7 +51,7 @@ private:
 };
 
 class _tvDer {
-public:
+  public:
     static bool EncodeAsn(const tv_asnItem *item, DataBuffer &out);  // appends DER
     // Decodes one element from the front of bytes; a new item the caller owns, or null (logged).
     static tv_asnItem *DecodeAsn(const unsigned char *bytes, unsigned count, unsigned &consumed,

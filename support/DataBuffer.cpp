@@ -12,44 +12,61 @@ namespace {
 
 // Zeroing that the compiler may not drop because the block is freed right after.
 void wipe(void *p, std::size_t n) {
-    if (!p || !n) return;
+    if (!p || !n)
+        return;
     volatile unsigned char *v = static_cast<volatile unsigned char *>(p);
-    while (n--) *v++ = 0;
+    while (n--)
+        *v++ = 0;
 }
 
 const char kBase64[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 const char kBase64Url[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";
 
 int hexValue(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    if (c >= 'a' && c <= 'f')
+        return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F')
+        return c - 'A' + 10;
     return -1;
 }
 
 int base64Value(char c, bool url) {
-    if (c >= 'A' && c <= 'Z') return c - 'A';
-    if (c >= 'a' && c <= 'z') return c - 'a' + 26;
-    if (c >= '0' && c <= '9') return c - '0' + 52;
-    if (!url && c == '+') return 62;
-    if (!url && c == '/') return 63;
-    if (url && c == '-') return 62;
-    if (url && c == '_') return 63;
+    if (c >= 'A' && c <= 'Z')
+        return c - 'A';
+    if (c >= 'a' && c <= 'z')
+        return c - 'a' + 26;
+    if (c >= '0' && c <= '9')
+        return c - '0' + 52;
+    if (!url && c == '+')
+        return 62;
+    if (!url && c == '/')
+        return 63;
+    if (url && c == '-')
+        return 62;
+    if (url && c == '_')
+        return 63;
     return -1;
 }
 
-bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+bool isSpace(char c) {
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
 
 bool decodeHex(const char *text, DataBuffer &out) {
     int hi = -1;
     for (const char *p = text; *p; ++p) {
-        if (isSpace(*p)) continue;
+        if (isSpace(*p))
+            continue;
         int v = hexValue(*p);
-        if (v < 0) return false;
+        if (v < 0)
+            return false;
         if (hi < 0) {
             hi = v;
         } else {
-            if (!out.appendChar((unsigned char)(hi << 4 | v))) return false;
+            if (!out.appendChar((unsigned char)(hi << 4 | v)))
+                return false;
             hi = -1;
         }
     }
@@ -63,28 +80,37 @@ bool decodeBase64(const char *text, bool url, DataBuffer &out) {
     unsigned numChars = 0;
     unsigned numPad = 0;
     for (const char *p = text; *p; ++p) {
-        if (isSpace(*p)) continue;
+        if (isSpace(*p))
+            continue;
         if (*p == '=') {
             ++numPad;
             continue;
         }
-        if (numPad) return false;  // data after padding
+        if (numPad)
+            return false;  // data after padding
         int v = base64Value(*p, url);
-        if (v < 0) return false;
+        if (v < 0)
+            return false;
         ++numChars;
         acc = (acc << 6) | (unsigned)v;
         bits += 6;
         if (bits >= 8) {
             bits -= 8;
-            if (!out.appendChar((unsigned char)(acc >> bits))) return false;
+            if (!out.appendChar((unsigned char)(acc >> bits)))
+                return false;
             acc &= (1u << bits) - 1;
         }
     }
-    if (numChars % 4 == 1) return false;
-    if (acc != 0) return false;  // non-canonical trailing bits
-    if (numPad > 2) return false;
-    if (!url && (numChars + numPad) % 4 != 0) return false;
-    if (numPad && (numChars + numPad) % 4 != 0) return false;
+    if (numChars % 4 == 1)
+        return false;
+    if (acc != 0)
+        return false;  // non-canonical trailing bits
+    if (numPad > 2)
+        return false;
+    if (!url && (numChars + numPad) % 4 != 0)
+        return false;
+    if (numPad && (numChars + numPad) % 4 != 0)
+        return false;
     return true;
 }
 
@@ -98,41 +124,51 @@ bool encodeBase64(const unsigned char *b, unsigned n, bool url, StringBuffer &ou
         quad[1] = alphabet[(v >> 12) & 63];
         quad[2] = alphabet[(v >> 6) & 63];
         quad[3] = alphabet[v & 63];
-        if (!out.append(quad)) return false;
+        if (!out.append(quad))
+            return false;
     }
     unsigned rest = n - i;
-    if (rest == 0) return true;
+    if (rest == 0)
+        return true;
     unsigned v = (unsigned)b[i] << 16 | (rest == 2 ? (unsigned)b[i + 1] << 8 : 0);
     quad[0] = alphabet[v >> 18];
     quad[1] = alphabet[(v >> 12) & 63];
     quad[2] = rest == 2 ? alphabet[(v >> 6) & 63] : '=';
     quad[3] = '=';
-    if (url) quad[rest == 2 ? 3 : 2] = 0;
+    if (url)
+        quad[rest == 2 ? 3 : 2] = 0;
     return out.append(quad);
 }
 
 }  // namespace
 
 DataBuffer::DataBuffer(const DataBuffer &other) : m_sensitive(other.m_sensitive) {
-    if (other.m_size) append(other.m_data, other.m_size);
+    if (other.m_size)
+        append(other.m_data, other.m_size);
 }
 
 DataBuffer::DataBuffer(DataBuffer &&other) noexcept
-    : m_data(other.m_data), m_size(other.m_size), m_capacity(other.m_capacity), m_sensitive(other.m_sensitive) {
+    : m_data(other.m_data),
+      m_size(other.m_size),
+      m_capacity(other.m_capacity),
+      m_sensitive(other.m_sensitive) {
     other.m_data = nullptr;
     other.m_size = other.m_capacity = 0;
 }
 
 DataBuffer &DataBuffer::operator=(const DataBuffer &other) {
-    if (this == &other) return *this;
+    if (this == &other)
+        return *this;
     clear();
     m_sensitive = m_sensitive || other.m_sensitive;
-    if (other.m_size) append(other.m_data, other.m_size);
+    if (other.m_size)
+        append(other.m_data, other.m_size);
     return *this;
 }
 
 DataBuffer &DataBuffer::operator=(DataBuffer &&other) noexcept {
-    if (this == &other) return *this;
+    if (this == &other)
+        return *this;
     release();
     m_data = other.m_data;
     m_size = other.m_size;
@@ -143,11 +179,14 @@ DataBuffer &DataBuffer::operator=(DataBuffer &&other) noexcept {
     return *this;
 }
 
-DataBuffer::~DataBuffer() { release(); }
+DataBuffer::~DataBuffer() {
+    release();
+}
 
 void DataBuffer::release() {
     if (m_data) {
-        if (m_sensitive) wipe(m_data, m_capacity);
+        if (m_sensitive)
+            wipe(m_data, m_capacity);
         std::free(m_data);
     }
     m_data = nullptr;
@@ -156,15 +195,21 @@ void DataBuffer::release() {
 
 // Grows by doubling. A sensitive buffer never uses realloc: the old block is copied, wiped, then freed.
 bool DataBuffer::grow(unsigned minCapacity) {
-    if (minCapacity <= m_capacity) return true;
+    if (minCapacity <= m_capacity)
+        return true;
     std::size_t newCap = m_capacity ? (std::size_t)m_capacity * 2 : 16;
-    while (newCap < minCapacity) newCap *= 2;
-    if (newCap > std::numeric_limits<unsigned>::max()) newCap = std::numeric_limits<unsigned>::max();
+    while (newCap < minCapacity)
+        newCap *= 2;
+    if (newCap > std::numeric_limits<unsigned>::max())
+        newCap = std::numeric_limits<unsigned>::max();
     unsigned char *p = static_cast<unsigned char *>(std::malloc(newCap));
-    if (!p) return false;
-    if (m_size) std::memcpy(p, m_data, m_size);
+    if (!p)
+        return false;
+    if (m_size)
+        std::memcpy(p, m_data, m_size);
     if (m_data) {
-        if (m_sensitive) wipe(m_data, m_capacity);
+        if (m_sensitive)
+            wipe(m_data, m_capacity);
         std::free(m_data);
     }
     m_data = p;
@@ -172,18 +217,25 @@ bool DataBuffer::grow(unsigned minCapacity) {
     return true;
 }
 
-bool DataBuffer::ensureCapacity(unsigned count) { return grow(count); }
+bool DataBuffer::ensureCapacity(unsigned count) {
+    return grow(count);
+}
 
 bool DataBuffer::append(const void *bytes, unsigned count) {
-    if (count == 0) return true;
-    if (!bytes) return false;
-    if (count > std::numeric_limits<unsigned>::max() - m_size) return false;
+    if (count == 0)
+        return true;
+    if (!bytes)
+        return false;
+    if (count > std::numeric_limits<unsigned>::max() - m_size)
+        return false;
     // bytes may point into this buffer: remember the offset across a reallocation.
     const unsigned char *src = static_cast<const unsigned char *>(bytes);
     bool inside = m_data && src >= m_data && src < m_data + m_capacity;
     std::size_t offset = inside ? (std::size_t)(src - m_data) : 0;
-    if (!grow(m_size + count)) return false;
-    if (inside) src = m_data + offset;
+    if (!grow(m_size + count))
+        return false;
+    if (inside)
+        src = m_data + offset;
     std::memmove(m_data + m_size, src, count);
     m_size += count;
     return true;
@@ -197,24 +249,33 @@ bool DataBuffer::append(const DataBuffer &other) {
     return append(other.m_data, other.m_size);
 }
 
-bool DataBuffer::append(const StringBuffer &text) { return append(text.getString(), text.getSize()); }
+bool DataBuffer::append(const StringBuffer &text) {
+    return append(text.getString(), text.getSize());
+}
 
-bool DataBuffer::appendChar(unsigned char c) { return append(&c, 1); }
+bool DataBuffer::appendChar(unsigned char c) {
+    return append(&c, 1);
+}
 
 bool DataBuffer::appendUint32_be(unsigned value) {
-    unsigned char b[4] = {(unsigned char)(value >> 24), (unsigned char)(value >> 16), (unsigned char)(value >> 8),
-                          (unsigned char)value};
+    unsigned char b[4] = {(unsigned char)(value >> 24), (unsigned char)(value >> 16),
+                          (unsigned char)(value >> 8), (unsigned char)value};
     return append(b, 4);
 }
 
 bool DataBuffer::prepend(const unsigned char *bytes, unsigned count) {
-    if (count == 0) return true;
-    if (!bytes) return false;
-    if (count > std::numeric_limits<unsigned>::max() - m_size) return false;
+    if (count == 0)
+        return true;
+    if (!bytes)
+        return false;
+    if (count > std::numeric_limits<unsigned>::max() - m_size)
+        return false;
     DataBuffer copy;  // bytes may alias this buffer
     copy.m_sensitive = m_sensitive;
-    if (!copy.append(bytes, count)) return false;
-    if (!grow(m_size + count)) return false;
+    if (!copy.append(bytes, count))
+        return false;
+    if (!grow(m_size + count))
+        return false;
     std::memmove(m_data + count, m_data, m_size);
     std::memcpy(m_data, copy.m_data, count);
     m_size += count;
@@ -222,18 +283,22 @@ bool DataBuffer::prepend(const unsigned char *bytes, unsigned count) {
 }
 
 void DataBuffer::clear() {
-    if (m_sensitive && m_data) wipe(m_data, m_size);
+    if (m_sensitive && m_data)
+        wipe(m_data, m_size);
     m_size = 0;
 }
 
 void DataBuffer::secureClear() {
-    if (m_data) wipe(m_data, m_capacity);
+    if (m_data)
+        wipe(m_data, m_capacity);
     m_size = 0;
 }
 
 bool DataBuffer::truncate(unsigned newSize) {
-    if (newSize > m_size) return false;
-    if (m_sensitive) wipe(m_data + newSize, m_size - newSize);
+    if (newSize > m_size)
+        return false;
+    if (m_sensitive)
+        wipe(m_data + newSize, m_size - newSize);
     m_size = newSize;
     return true;
 }
@@ -246,22 +311,27 @@ void DataBuffer::reverseBytes() {
     }
 }
 
-bool DataBuffer::equals(const DataBuffer &other) const { return equals(other.m_data, other.m_size); }
+bool DataBuffer::equals(const DataBuffer &other) const {
+    return equals(other.m_data, other.m_size);
+}
 
 bool DataBuffer::equals(const void *bytes, unsigned count) const {
-    if (count != m_size) return false;
+    if (count != m_size)
+        return false;
     return count == 0 || std::memcmp(m_data, bytes, count) == 0;
 }
 
 bool DataBuffer::encodeDB(const char *encoding, StringBuffer &out) const {
-    if (!encoding) return false;
+    if (!encoding)
+        return false;
     if (std::strcmp(encoding, "hex") == 0) {
         static const char digits[] = "0123456789ABCDEF";
         char pair[3] = {0, 0, 0};
         for (unsigned i = 0; i < m_size; ++i) {
             pair[0] = digits[m_data[i] >> 4];
             pair[1] = digits[m_data[i] & 15];
-            if (!out.append(pair)) return false;
+            if (!out.append(pair))
+                return false;
         }
         return true;
     }
@@ -275,7 +345,8 @@ bool DataBuffer::encodeDB(const char *encoding, StringBuffer &out) const {
 }
 
 bool DataBuffer::appendEncoded(const char *text, const char *encoding) {
-    if (!text || !encoding) return false;
+    if (!text || !encoding)
+        return false;
     DataBuffer decoded;
     decoded.m_sensitive = m_sensitive;
     bool ok;

@@ -13,7 +13,7 @@ namespace ecckey {
 class StringBuffer;
 
 class DataBuffer {
-public:
+  public:
     DataBuffer() = default;
     DataBuffer(const DataBuffer &other);
     DataBuffer(DataBuffer &&other) noexcept;
@@ -30,7 +30,7 @@ public:
     bool append(const DataBuffer &other);
     bool append(const StringBuffer &text);  // the characters, without the terminator
     bool appendChar(unsigned char c);
-    bool appendUint32_be(unsigned value);   // four bytes, most significant first
+    bool appendUint32_be(unsigned value);  // four bytes, most significant first
     bool prepend(const unsigned char *bytes, unsigned count);
 
     void clear();        // empties; a sensitive buffer also zeroes what it held
@@ -60,7 +60,7 @@ public:
     // Appends count bytes as lower-case hexadecimal; with separate, the pairs are separated by ':'.
     static void toHexString2(const unsigned char *bytes, unsigned count, bool separate, StringBuffer &out);
 
-private:
+  private:
     void release();
     bool grow(unsigned minCapacity);
 

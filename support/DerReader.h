@@ -9,7 +9,7 @@
 namespace ecckey {
 
 struct DerHeader {
-    int tagClass = 0;        // 0 universal, 1 application, 2 context, 3 private
+    int tagClass = 0;  // 0 universal, 1 application, 2 context, 3 private
     bool constructed = false;
     int tag = 0;
     unsigned headerLen = 0;  // identifier plus length octets
@@ -17,7 +17,7 @@ struct DerHeader {
 };
 
 class DerReader {
-public:
+  public:
     static const int kMaxDepth = 32;
 
     // Reads the header of the element at the front of bytes. False when it is not valid DER or when the

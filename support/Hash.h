@@ -17,7 +17,7 @@ enum HashAlg {
 };
 
 class _tvHash {
-public:
+  public:
     // Appends the digest of data under hashAlg; false for an unknown identifier.
     static bool doHash(const void *data, unsigned size, int hashAlg, DataBuffer &out);
     static unsigned hashLen(int hashAlg);  // 0 for an unknown identifier
@@ -25,7 +25,7 @@ public:
 
 // The 16-byte digest of classic SSH key fingerprints (MD5).
 class FingerprintDigest {
-public:
+  public:
     FingerprintDigest();
     ~FingerprintDigest();
     FingerprintDigest(const FingerprintDigest &) = delete;

@@ -9,7 +9,7 @@ class StringBuffer;
 class LogBase;
 
 class ClsJsonObject {
-public:
+  public:
     ClsJsonObject();
     ~ClsJsonObject();
     ClsJsonObject(const ClsJsonObject &) = delete;
@@ -22,7 +22,7 @@ public:
     // quotes, other values as compact JSON, replacing what out held. False when absent.
     bool sbOfPathUtf8(const char *path, StringBuffer &out, LogBase &log) const;
 
-private:
+  private:
     struct Impl;
     std::unique_ptr<Impl> m_impl;
 };

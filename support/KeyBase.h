@@ -11,14 +11,14 @@ class mp_int;
 class LogBase;
 
 class TovarObject {
-public:
+  public:
     virtual ~TovarObject() = default;
     virtual std::size_t heapUsage() const { return 0; }
 };
 
 // KeyBase keeps the PKCS #8 attributes a key was given (none by default).
 class KeyBase : public TovarObject {
-public:
+  public:
     KeyBase();
     ~KeyBase() override;
     KeyBase(const KeyBase &) = delete;
@@ -35,7 +35,7 @@ public:
     // Reads a base64url JWK member into an unsigned integer. False, logged, when absent or undecodable.
     bool jwkContentToMpInt(ClsJsonObject &json, const char *memberName, mp_int &out, LogBase &log);
 
-private:
+  private:
     _tvAsn1 *m_pkcs8Attributes;
 };
 

@@ -6,7 +6,9 @@
 
 namespace ecckey {
 
-void LogBase::LogDataSb(const char *name, const StringBuffer &value) { logData(name, value.getString()); }
+void LogBase::LogDataSb(const char *name, const StringBuffer &value) {
+    logData(name, value.getString());
+}
 
 void LogBase::LogDataLong(const char *name, long value) {
     char text[24];
@@ -14,12 +16,15 @@ void LogBase::LogDataLong(const char *name, long value) {
     logData(name, text);
 }
 
-void LogBase::LogDataBool(const char *name, bool value) { logData(name, value ? "true" : "false"); }
+void LogBase::LogDataBool(const char *name, bool value) {
+    logData(name, value ? "true" : "false");
+}
 
 void LogBase::LogDataHex(const char *name, const unsigned char *bytes, unsigned count) {
     StringBuffer hex;
     DataBuffer db;
-    if (bytes && count) db.append(bytes, count);
+    if (bytes && count)
+        db.append(bytes, count);
     db.encodeDB("hex", hex);
     logData(name, hex.getString());
 }
@@ -33,7 +38,8 @@ void LogBase::LogDataUint32(const char *name, unsigned value) {
 std::string LogRecorder::currentPath() const {
     std::string path;
     for (const std::string &c : m_contexts) {
-        if (!path.empty()) path += '/';
+        if (!path.empty())
+            path += '/';
         path += c;
     }
     return path;
@@ -53,36 +59,42 @@ void LogRecorder::enterContext(const char *name) {
 }
 
 void LogRecorder::leaveContext() {
-    if (!m_contexts.empty()) m_contexts.pop_back();
+    if (!m_contexts.empty())
+        m_contexts.pop_back();
 }
 
 void LogRecorder::logData(const char *name, const char *value) {
-    m_entries.push_back({Kind::Data, currentPath(), name ? name : "", value ? value : "", (int)m_contexts.size()});
+    m_entries.push_back(
+        {Kind::Data, currentPath(), name ? name : "", value ? value : "", (int)m_contexts.size()});
 }
 
 std::vector<std::string> LogRecorder::errors() const {
     std::vector<std::string> out;
     for (const Entry &e : m_entries)
-        if (e.kind == Kind::Error) out.push_back(e.text);
+        if (e.kind == Kind::Error)
+            out.push_back(e.text);
     return out;
 }
 
 std::vector<std::string> LogRecorder::infos() const {
     std::vector<std::string> out;
     for (const Entry &e : m_entries)
-        if (e.kind == Kind::Info) out.push_back(e.text);
+        if (e.kind == Kind::Info)
+            out.push_back(e.text);
     return out;
 }
 
 bool LogRecorder::hasError(const char *text) const {
     for (const Entry &e : m_entries)
-        if (e.kind == Kind::Error && e.text == text) return true;
+        if (e.kind == Kind::Error && e.text == text)
+            return true;
     return false;
 }
 
 bool LogRecorder::hasInfo(const char *text) const {
     for (const Entry &e : m_entries)
-        if (e.kind == Kind::Info && e.text == text) return true;
+        if (e.kind == Kind::Info && e.text == text)
+            return true;
     return false;
 }
 
@@ -98,7 +110,8 @@ bool LogRecorder::dataValue(const char *name, std::string &value) const {
 
 bool LogRecorder::hasContext(const char *name) const {
     for (const Entry &e : m_entries)
-        if (e.kind == Kind::Context && e.name == name) return true;
+        if (e.kind == Kind::Context && e.name == name)
+            return true;
     return false;
 }
 
@@ -112,10 +125,18 @@ std::string LogRecorder::toText() const {
     for (const Entry &e : m_entries) {
         out.append((std::size_t)e.depth * 2, ' ');
         switch (e.kind) {
-            case Kind::Context: out += e.name + ":"; break;
-            case Kind::Error: out += "error: " + e.text; break;
-            case Kind::Info: out += e.text; break;
-            case Kind::Data: out += e.name + ": " + e.text; break;
+            case Kind::Context:
+                out += e.name + ":";
+                break;
+            case Kind::Error:
+                out += "error: " + e.text;
+                break;
+            case Kind::Info:
+                out += e.text;
+                break;
+            case Kind::Data:
+                out += e.name + ": " + e.text;
+                break;
         }
         out += '\n';
     }
@@ -125,7 +146,8 @@ std::string LogRecorder::toText() const {
 std::string LogRecorder::errorText() const {
     std::string out;
     for (const Entry &e : m_entries)
-        if (e.kind == Kind::Error) out += (e.path.empty() ? "" : e.path + ": ") + e.text + '\n';
+        if (e.kind == Kind::Error)
+            out += (e.path.empty() ? "" : e.path + ": ") + e.text + '\n';
     return out;
 }
 

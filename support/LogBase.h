@@ -14,7 +14,7 @@
 namespace ecckey {
 
 class LogBase {
-public:
+  public:
     LogBase() = default;
     virtual ~LogBase() = default;
 
@@ -39,18 +39,18 @@ public:
 
 // Opens a named context for the lifetime of the object.
 class LogContextExitor {
-public:
+  public:
     LogContextExitor(LogBase &log, const char *name) : m_log(log) { m_log.enterContext(name); }
     ~LogContextExitor() { m_log.leaveContext(); }
     LogContextExitor(const LogContextExitor &) = delete;
     LogContextExitor &operator=(const LogContextExitor &) = delete;
 
-private:
+  private:
     LogBase &m_log;
 };
 
 class LogNull : public LogBase {
-public:
+  public:
     void logError(const char *) override {}
     void logInfo(const char *) override {}
     void logData(const char *, const char *) override {}
@@ -58,14 +58,14 @@ public:
 
 // Keeps every line. Paths join the open contexts with '/', for example "eccVerifyHash/unpackDsaSig".
 class LogRecorder : public LogBase {
-public:
+  public:
     enum class Kind { Error, Info, Data, Context };
     struct Entry {
         Kind kind;
-        std::string path;   // contexts open when the line was written
-        std::string name;   // data name, or the context name for Kind::Context
-        std::string text;   // message, or data value
-        int depth;          // number of open contexts
+        std::string path;  // contexts open when the line was written
+        std::string name;  // data name, or the context name for Kind::Context
+        std::string text;  // message, or data value
+        int depth;         // number of open contexts
     };
 
     void logError(const char *text) override;
@@ -75,8 +75,8 @@ public:
     void logData(const char *name, const char *value) override;
 
     const std::vector<Entry> &entries() const { return m_entries; }
-    std::vector<std::string> errors() const;    // error texts, in order
-    std::vector<std::string> infos() const;     // information texts, in order
+    std::vector<std::string> errors() const;  // error texts, in order
+    std::vector<std::string> infos() const;   // information texts, in order
     bool hasError(const char *text) const;
     bool hasInfo(const char *text) const;
     // Value of the last data item with this name; false when there is none.
@@ -89,7 +89,7 @@ public:
     // Error lines only, one per line, each prefixed by its context path.
     std::string errorText() const;
 
-private:
+  private:
     std::string currentPath() const;
 
     std::vector<Entry> m_entries;

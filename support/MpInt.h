@@ -15,7 +15,7 @@ namespace ecckey {
 typedef std::uint64_t MpDigit;
 
 class mp_int {
-public:
+  public:
     mp_int();  // zero
     mp_int(const mp_int &other);
     mp_int &operator=(const mp_int &other);
@@ -32,7 +32,7 @@ public:
     void *raw() { return m_raw; }
     const void *raw() const { return m_raw; }
 
-private:
+  private:
     void breakValue();  // wipes and frees the digits; the value then fails every operation
 
     alignas(8) unsigned char m_raw[24];

@@ -7,7 +7,7 @@ namespace ecckey {
 
 // Base of reference-counted objects (ASN.1 tree nodes). Created with a count of one.
 class RefCountedObject {
-public:
+  public:
     RefCountedObject() = default;
     RefCountedObject(const RefCountedObject &) = delete;
     RefCountedObject &operator=(const RefCountedObject &) = delete;
@@ -16,17 +16,17 @@ public:
     // Drops one reference; the object deletes itself when none is left.
     void decRefCount();
 
-protected:
+  protected:
     virtual ~RefCountedObject() = default;
 
-private:
+  private:
     int m_refCount = 1;
 };
 
 // Deletes the object it was given.
 template <typename T>
 class ObjectOwner {
-public:
+  public:
     explicit ObjectOwner(T *object = nullptr) : m_object(object) {}
     ~ObjectOwner() { delete m_object; }
     ObjectOwner(const ObjectOwner &) = delete;
@@ -43,22 +43,24 @@ public:
         return o;
     }
 
-private:
+  private:
     T *m_object;
 };
 
 // Drops one reference of the object it holds.
 class RefCountedObjectOwner {
-public:
+  public:
     explicit RefCountedObjectOwner(RefCountedObject *object = nullptr) : m_object(object) {}
     ~RefCountedObjectOwner() {
-        if (m_object) m_object->decRefCount();
+        if (m_object)
+            m_object->decRefCount();
     }
     RefCountedObjectOwner(const RefCountedObjectOwner &) = delete;
     RefCountedObjectOwner &operator=(const RefCountedObjectOwner &) = delete;
 
     void set(RefCountedObject *object) {
-        if (m_object) m_object->decRefCount();
+        if (m_object)
+            m_object->decRefCount();
         m_object = object;
     }
     // Gives the reference back to the caller; the owner then holds nothing.
@@ -68,7 +70,7 @@ public:
         return o;
     }
 
-private:
+  private:
     RefCountedObject *m_object;
 };
 
@@ -78,13 +80,13 @@ void tvDeleteUnsignedChar(unsigned char *bytes);
 
 // Frees, after zeroing, a byte array from tvNewUnsignedChar.
 class ByteArrayOwner {
-public:
+  public:
     ByteArrayOwner(unsigned char *bytes, std::size_t count) : m_bytes(bytes), m_count(count) {}
     ~ByteArrayOwner();
     ByteArrayOwner(const ByteArrayOwner &) = delete;
     ByteArrayOwner &operator=(const ByteArrayOwner &) = delete;
 
-private:
+  private:
     unsigned char *m_bytes;
     std::size_t m_count;
 };

@@ -7,7 +7,7 @@ class DataBuffer;
 class LogBase;
 
 class _tvPrng {
-public:
+  public:
     virtual ~_tvPrng() = default;
     // Appends count random bytes to out; false on failure.
     virtual bool genRandom(unsigned count, DataBuffer &out, LogBase &log) = 0;
@@ -15,7 +15,7 @@ public:
 
 // The operating system's generator, through getrandom(2).
 class SystemPrng : public _tvPrng {
-public:
+  public:
     bool genRandom(unsigned count, DataBuffer &out, LogBase &log) override;
 };
 

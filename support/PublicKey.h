@@ -8,7 +8,7 @@ class StringBuffer;
 class LogBase;
 
 class _tvPublicKey {
-public:
+  public:
     // Appends "-----BEGIN label-----", the base64 of der in lines of 64 characters and
     // "-----END label-----", each line ended by "\n".
     static bool derToPem(const char *label, const DataBuffer &der, StringBuffer &out, LogBase &log);

@@ -9,7 +9,7 @@ class mp_int;
 class LogBase;
 
 class SshMessage {
-public:
+  public:
     // Appends an SSH string: uint32 big-endian length, then the bytes.
     static bool pack_db(const DataBuffer &bytes, DataBuffer &out);
     static bool pack_string(const char *text, DataBuffer &out);

@@ -6,12 +6,18 @@
 namespace ecckey {
 
 namespace {
-bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\v' || c == '\f'; }
+bool isSpace(char c) {
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\v' || c == '\f';
+}
 }  // namespace
 
-StringBuffer::StringBuffer() { m_buf.setSensitive(); }
+StringBuffer::StringBuffer() {
+    m_buf.setSensitive();
+}
 
-StringBuffer::StringBuffer(const char *text) : StringBuffer() { setString(text); }
+StringBuffer::StringBuffer(const char *text) : StringBuffer() {
+    setString(text);
+}
 
 const char *StringBuffer::getString() const {
     return m_len ? reinterpret_cast<const char *>(m_buf.getData2()) : "";
@@ -23,22 +29,26 @@ bool StringBuffer::setString(const char *text) {
 }
 
 bool StringBuffer::setString(const StringBuffer &other) {
-    if (&other == this) return true;
+    if (&other == this)
+        return true;
     clear();
     return append(other);
 }
 
 // The buffer holds the characters and a terminator; appending drops the terminator first.
 bool StringBuffer::append(const char *text, unsigned count) {
-    if (count == 0) return true;
-    if (!text) return false;
+    if (count == 0)
+        return true;
+    if (!text)
+        return false;
     const unsigned char *data = m_buf.getData2();
     if (data && (const unsigned char *)text >= data && (const unsigned char *)text < data + m_buf.getSize()) {
         StringBuffer copy;  // text points into this buffer, which may move
         copy.append(text, count);
         return append(copy.getString(), count);
     }
-    if (!m_buf.ensureCapacity(m_len + count + 1)) return false;
+    if (!m_buf.ensureCapacity(m_len + count + 1))
+        return false;
     // Capacity is reserved above, so neither append can fail; the length only moves when both landed.
     m_buf.truncate(m_len);
     if (!m_buf.append(text, count) || !m_buf.appendChar(0)) {
@@ -50,7 +60,9 @@ bool StringBuffer::append(const char *text, unsigned count) {
     return true;
 }
 
-bool StringBuffer::append(const char *text) { return text ? append(text, (unsigned)std::strlen(text)) : false; }
+bool StringBuffer::append(const char *text) {
+    return text ? append(text, (unsigned)std::strlen(text)) : false;
+}
 
 bool StringBuffer::append(const StringBuffer &other) {
     if (&other == this) {
@@ -66,11 +78,17 @@ bool StringBuffer::append(int value) {
     return append(digits);
 }
 
-bool StringBuffer::append2(const char *a, const char *b) { return append(a) && append(b); }
+bool StringBuffer::append2(const char *a, const char *b) {
+    return append(a) && append(b);
+}
 
-bool StringBuffer::append3(const char *a, const char *b, const char *c) { return append(a) && append(b) && append(c); }
+bool StringBuffer::append3(const char *a, const char *b, const char *c) {
+    return append(a) && append(b) && append(c);
+}
 
-bool StringBuffer::appendChar(char c) { return append(&c, 1); }
+bool StringBuffer::appendChar(char c) {
+    return append(&c, 1);
+}
 
 void StringBuffer::clear() {
     m_buf.clear();
@@ -85,9 +103,12 @@ void StringBuffer::secureClear() {
 void StringBuffer::trim2() {
     const char *s = getString();
     unsigned begin = 0, end = m_len;
-    while (begin < end && isSpace(s[begin])) ++begin;
-    while (end > begin && isSpace(s[end - 1])) --end;
-    if (begin == 0 && end == m_len) return;
+    while (begin < end && isSpace(s[begin]))
+        ++begin;
+    while (end > begin && isSpace(s[end - 1]))
+        --end;
+    if (begin == 0 && end == m_len)
+        return;
     StringBuffer trimmed;
     trimmed.append(s + begin, end - begin);
     setString(trimmed);
@@ -96,14 +117,17 @@ void StringBuffer::trim2() {
 void StringBuffer::toLowerCase() {
     unsigned char *d = m_buf.getDataMutable();
     for (unsigned i = 0; i < m_len; ++i)
-        if (d[i] >= 'A' && d[i] <= 'Z') d[i] = (unsigned char)(d[i] - 'A' + 'a');
+        if (d[i] >= 'A' && d[i] <= 'Z')
+            d[i] = (unsigned char)(d[i] - 'A' + 'a');
 }
 
 bool StringBuffer::replaceFirstOccurance(const char *find, const char *replacement, bool) {
-    if (!find || !*find || !replacement) return false;
+    if (!find || !*find || !replacement)
+        return false;
     const char *s = getString();
     const char *hit = std::strstr(s, find);
-    if (!hit) return false;
+    if (!hit)
+        return false;
     StringBuffer result;
     result.append(s, (unsigned)(hit - s));
     result.append(replacement);
@@ -112,14 +136,17 @@ bool StringBuffer::replaceFirstOccurance(const char *find, const char *replaceme
     return true;
 }
 
-bool StringBuffer::equals(const char *text) const { return text && std::strcmp(getString(), text) == 0; }
+bool StringBuffer::equals(const char *text) const {
+    return text && std::strcmp(getString(), text) == 0;
+}
 
 bool StringBuffer::equals(const StringBuffer &other) const {
     return m_len == other.m_len && std::memcmp(getString(), other.getString(), m_len) == 0;
 }
 
 bool StringBuffer::beginsWith(const char *text) const {
-    if (!text) return false;
+    if (!text)
+        return false;
     std::size_t n = std::strlen(text);
     return n <= m_len && std::memcmp(getString(), text, n) == 0;
 }
@@ -131,7 +158,8 @@ bool StringBuffer::containsSubstring(const char *text) const {
 // Literals are kept with each letter rotated by 13 places: enough to keep a label out of a plain
 // `strings` listing, and reversible in place.
 void StringBuffer::litScram(char *text) {
-    if (!text) return;
+    if (!text)
+        return;
     for (char *p = text; *p; ++p) {
         char c = *p;
         if (c >= 'a' && c <= 'z')
@@ -142,7 +170,8 @@ void StringBuffer::litScram(char *text) {
 }
 
 void tvStrCpy(char *dst, const char *src) {
-    if (!dst) return;
+    if (!dst)
+        return;
     if (!src) {
         *dst = 0;
         return;

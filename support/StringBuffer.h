@@ -9,7 +9,7 @@
 namespace ecckey {
 
 class StringBuffer {
-public:
+  public:
     StringBuffer();
     explicit StringBuffer(const char *text);
     StringBuffer(const StringBuffer &other) = default;
@@ -45,7 +45,7 @@ public:
     // Turns a literal that is kept scrambled in the program back into plain text, in place.
     static void litScram(char *text);
 
-private:
+  private:
     DataBuffer m_buf;  // characters plus terminator; marked sensitive
     unsigned m_len = 0;
 };

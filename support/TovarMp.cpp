@@ -14,22 +14,35 @@ namespace ecckey {
 
 namespace {
 
-::mp_int *L(mp_int &a) { return static_cast<::mp_int *>(a.raw()); }
-const ::mp_int *L(const mp_int &a) { return static_cast<const ::mp_int *>(a.raw()); }
+::mp_int *L(mp_int &a) {
+    return static_cast<::mp_int *>(a.raw());
+}
+const ::mp_int *L(const mp_int &a) {
+    return static_cast<const ::mp_int *>(a.raw());
+}
 
 // An mp_int whose construction could not allocate fails every operation instead of crashing. (The test is
 // mp_int::isBroken's, read here directly: it runs on every call of the point formulas.)
-bool usable(const mp_int &a) { return L(a)->dp != nullptr; }
-bool usable(const mp_int &a, const mp_int &b) { return usable(a) && usable(b); }
-bool usable(const mp_int &a, const mp_int &b, const mp_int &c) { return usable(a, b) && usable(c); }
+bool usable(const mp_int &a) {
+    return L(a)->dp != nullptr;
+}
+bool usable(const mp_int &a, const mp_int &b) {
+    return usable(a) && usable(b);
+}
+bool usable(const mp_int &a, const mp_int &b, const mp_int &c) {
+    return usable(a, b) && usable(c);
+}
 
-int ord(mp_ord o) { return o == MP_LT ? -1 : (o == MP_GT ? 1 : 0); }
+int ord(mp_ord o) {
+    return o == MP_LT ? -1 : (o == MP_GT ? 1 : 0);
+}
 
 // Minimal big-endian bytes of |a| into a stack area when it fits; the area is wiped on the way out.
 class MagnitudeBytes {
-public:
+  public:
     explicit MagnitudeBytes(const mp_int &a) {
-        if (a.isBroken()) return;
+        if (a.isBroken())
+            return;
         m_len = ::mp_ubin_size(L(a));
         m_data = m_len <= sizeof m_small ? m_small : (m_heap.resize(m_len), m_heap.data());
         size_t written = 0;
@@ -37,7 +50,8 @@ public:
     }
     ~MagnitudeBytes() {
         volatile unsigned char *v = m_data;
-        for (size_t i = 0; v && i < m_len; ++i) v[i] = 0;
+        for (size_t i = 0; v && i < m_len; ++i)
+            v[i] = 0;
     }
     MagnitudeBytes(const MagnitudeBytes &) = delete;
     MagnitudeBytes &operator=(const MagnitudeBytes &) = delete;
@@ -46,7 +60,7 @@ public:
     const unsigned char *data() const { return m_data; }
     unsigned size() const { return (unsigned)m_len; }
 
-private:
+  private:
     unsigned char m_small[160];
     std::vector<unsigned char> m_heap;
     unsigned char *m_data = m_small;
@@ -62,13 +76,16 @@ bool readHex(const char *text, ::mp_int *a) {
     const int bitsPerDigit = MP_DIGIT_BIT;
     const size_t chars = std::strlen(text);
     const int digits = (int)((chars * 4 + (size_t)bitsPerDigit - 1) / (size_t)bitsPerDigit);
-    if (a->alloc < digits && ::mp_grow(a, digits) != MP_OKAY) return false;
+    if (a->alloc < digits && ::mp_grow(a, digits) != MP_OKAY)
+        return false;
     const int oldUsed = a->used;
     mp_digit digit = 0;
     int bits = 0, index = 0;
     for (size_t i = chars; i-- > 0;) {
         const char c = text[i];
-        const int nibble = (c >= '0' && c <= '9') ? c - '0' : (c >= 'a' && c <= 'f') ? c - 'a' + 10 : c - 'A' + 10;
+        const int nibble = (c >= '0' && c <= '9')   ? c - '0'
+                           : (c >= 'a' && c <= 'f') ? c - 'a' + 10
+                                                    : c - 'A' + 10;
         const mp_digit v = (mp_digit)nibble;
         digit |= v << bits;
         bits += 4;
@@ -79,8 +96,10 @@ bool readHex(const char *text, ::mp_int *a) {
             digit = bits > 0 ? v >> (4 - bits) : 0;
         }
     }
-    if (bits > 0) a->dp[index++] = digit;
-    for (int i = index; i < oldUsed; ++i) a->dp[i] = 0;
+    if (bits > 0)
+        a->dp[index++] = digit;
+    for (int i = index; i < oldUsed; ++i)
+        a->dp[i] = 0;
     a->used = index;
     a->sign = MP_ZPOS;
     ::mp_clamp(a);
@@ -101,14 +120,17 @@ int TovarMp::mp_mul(const mp_int &a, const mp_int &b, mp_int &c) {
     return usable(a, b, c) ? ::mp_mul(L(a), L(b), L(c)) : MP_MEM;
 }
 
-int TovarMp::mp_sqr(const mp_int &a, mp_int &c) { return usable(a, c) ? ::mp_sqr(L(a), L(c)) : MP_MEM; }
+int TovarMp::mp_sqr(const mp_int &a, mp_int &c) {
+    return usable(a, c) ? ::mp_sqr(L(a), L(c)) : MP_MEM;
+}
 
 int TovarMp::mp_mod(const mp_int &a, const mp_int &m, mp_int &c) {
     return usable(a, m, c) ? ::mp_mod(L(a), L(m), L(c)) : MP_MEM;
 }
 
 int TovarMp::mp_mulmod(const mp_int &a, const mp_int &b, const mp_int &m, mp_int &c) {
-    if (!usable(a, b, m) || !usable(c)) return MP_MEM;
+    if (!usable(a, b, m) || !usable(c))
+        return MP_MEM;
     return ::mp_mulmod(L(a), L(b), L(m), L(c));
 }
 
@@ -123,33 +145,44 @@ int invmodOddWiped(const mp_int &a, const mp_int &m, mp_int &c) {
     const int numDigits = L(m)->used + 2;
     mp_int u, v, x1, x2;
     for (mp_int *t : {&u, &v, &x1, &x2})
-        if (::mp_grow(L(*t), numDigits) != MP_OKAY) return MP_MEM;
-    if (::mp_copy(L(a), L(u)) != MP_OKAY || ::mp_copy(L(m), L(v)) != MP_OKAY) return MP_MEM;
+        if (::mp_grow(L(*t), numDigits) != MP_OKAY)
+            return MP_MEM;
+    if (::mp_copy(L(a), L(u)) != MP_OKAY || ::mp_copy(L(m), L(v)) != MP_OKAY)
+        return MP_MEM;
     ::mp_set(L(x1), 1);
     ::mp_zero(L(x2));
-    if (mp_iszero(L(u))) return MP_VAL;
+    if (mp_iszero(L(u)))
+        return MP_VAL;
 
     // Halves w while it is even, keeping x·a = w by halving x modulo m (adding m first when x is odd).
     auto halveWhileEven = [&m](mp_int &w, mp_int &x) {
         while (mp_iseven(L(w))) {
-            if (::mp_div_2(L(w), L(w)) != MP_OKAY) return false;
-            if (::mp_isodd(L(x)) && ::mp_add(L(x), L(m), L(x)) != MP_OKAY) return false;
-            if (::mp_div_2(L(x), L(x)) != MP_OKAY) return false;
+            if (::mp_div_2(L(w), L(w)) != MP_OKAY)
+                return false;
+            if (::mp_isodd(L(x)) && ::mp_add(L(x), L(m), L(x)) != MP_OKAY)
+                return false;
+            if (::mp_div_2(L(x), L(x)) != MP_OKAY)
+                return false;
         }
         return true;
     };
     // w = w - z and x = x - y (mod m).
     auto subtract = [&m](mp_int &w, const mp_int &z, mp_int &x, const mp_int &y) {
-        if (::mp_sub(L(w), L(z), L(w)) != MP_OKAY || ::mp_sub(L(x), L(y), L(x)) != MP_OKAY) return false;
+        if (::mp_sub(L(w), L(z), L(w)) != MP_OKAY || ::mp_sub(L(x), L(y), L(x)) != MP_OKAY)
+            return false;
         return !mp_isneg(L(x)) || ::mp_add(L(x), L(m), L(x)) == MP_OKAY;
     };
 
     while (::mp_cmp_d(L(u), 1) != MP_EQ && ::mp_cmp_d(L(v), 1) != MP_EQ) {
-        if (!halveWhileEven(u, x1) || !halveWhileEven(v, x2)) return MP_MEM;
-        if (::mp_cmp_d(L(u), 1) == MP_EQ || ::mp_cmp_d(L(v), 1) == MP_EQ) break;
+        if (!halveWhileEven(u, x1) || !halveWhileEven(v, x2))
+            return MP_MEM;
+        if (::mp_cmp_d(L(u), 1) == MP_EQ || ::mp_cmp_d(L(v), 1) == MP_EQ)
+            break;
         const bool ok = ::mp_cmp(L(u), L(v)) != MP_LT ? subtract(u, v, x1, x2) : subtract(v, u, x2, x1);
-        if (!ok) return MP_MEM;
-        if (mp_iszero(L(u)) || mp_iszero(L(v))) return MP_VAL;  // gcd(a, m) > 1
+        if (!ok)
+            return MP_MEM;
+        if (mp_iszero(L(u)) || mp_iszero(L(v)))
+            return MP_VAL;  // gcd(a, m) > 1
     }
     return ::mp_copy(::mp_cmp_d(L(u), 1) == MP_EQ ? L(x1) : L(x2), L(c));
 }
@@ -160,58 +193,87 @@ int invmodOddWiped(const mp_int &a, const mp_int &m, mp_int &c) {
 // rather than a when a is negative (and leaves the result negative): a negative a, or one not below m, is
 // reduced into [0, m) first.
 int TovarMp::mp_invmod(const mp_int &a, const mp_int &m, mp_int &c) {
-    if (!usable(a, m, c)) return MP_MEM;
+    if (!usable(a, m, c))
+        return MP_MEM;
     const bool oddModulus = ::mp_isodd(L(m)) && ::mp_cmp_d(L(m), 1) == MP_GT;
-    if (oddModulus && !isNegative(a) && ::mp_cmp(L(a), L(m)) == MP_LT) return invmodOddWiped(a, m, c);
-    if (!oddModulus && !isNegative(a)) return ::mp_invmod(L(a), L(m), L(c));
+    if (oddModulus && !isNegative(a) && ::mp_cmp(L(a), L(m)) == MP_LT)
+        return invmodOddWiped(a, m, c);
+    if (!oddModulus && !isNegative(a))
+        return ::mp_invmod(L(a), L(m), L(c));
     mp_int reduced;
     int err = mp_mod(a, m, reduced);
-    if (err != MP_OKAY) return err;
+    if (err != MP_OKAY)
+        return err;
     return oddModulus ? invmodOddWiped(reduced, m, c) : ::mp_invmod(L(reduced), L(m), L(c));
 }
 
-int TovarMp::mp_div_2(const mp_int &a, mp_int &c) { return usable(a, c) ? ::mp_div_2(L(a), L(c)) : MP_MEM; }
+int TovarMp::mp_div_2(const mp_int &a, mp_int &c) {
+    return usable(a, c) ? ::mp_div_2(L(a), L(c)) : MP_MEM;
+}
 
-int TovarMp::mp_copy(const mp_int &a, mp_int &c) { return usable(a, c) ? ::mp_copy(L(a), L(c)) : MP_MEM; }
+int TovarMp::mp_copy(const mp_int &a, mp_int &c) {
+    return usable(a, c) ? ::mp_copy(L(a), L(c)) : MP_MEM;
+}
 
 int TovarMp::mp_set(mp_int &a, MpDigit digit) {
-    if (!usable(a)) return MP_MEM;
+    if (!usable(a))
+        return MP_MEM;
     ::mp_set(L(a), digit);
     return MP_OKAY;
 }
 
 int TovarMp::mp_set_int(mp_int &a, unsigned long value) {
-    if (!usable(a)) return MP_MEM;
+    if (!usable(a))
+        return MP_MEM;
     ::mp_set_ul(L(a), value);
     return MP_OKAY;
 }
 
 void TovarMp::mp_zero(mp_int &a) {
-    if (usable(a)) ::mp_zero(L(a));
+    if (usable(a))
+        ::mp_zero(L(a));
 }
 
 void TovarMp::mp_exch(mp_int &a, mp_int &b) {
-    if (usable(a, b)) ::mp_exch(L(a), L(b));
+    if (usable(a, b))
+        ::mp_exch(L(a), L(b));
 }
 
-int TovarMp::mp_grow(mp_int &a, int numDigits) { return usable(a) ? ::mp_grow(L(a), numDigits) : MP_MEM; }
+int TovarMp::mp_grow(mp_int &a, int numDigits) {
+    return usable(a) ? ::mp_grow(L(a), numDigits) : MP_MEM;
+}
 
-int TovarMp::mp_cmp(const mp_int &a, const mp_int &b) { return usable(a, b) ? ord(::mp_cmp(L(a), L(b))) : 0; }
+int TovarMp::mp_cmp(const mp_int &a, const mp_int &b) {
+    return usable(a, b) ? ord(::mp_cmp(L(a), L(b))) : 0;
+}
 
-int TovarMp::mp_cmp_d(const mp_int &a, MpDigit digit) { return usable(a) ? ord(::mp_cmp_d(L(a), digit)) : 0; }
+int TovarMp::mp_cmp_d(const mp_int &a, MpDigit digit) {
+    return usable(a) ? ord(::mp_cmp_d(L(a), digit)) : 0;
+}
 
-bool TovarMp::isZero(const mp_int &a) { return !usable(a) || L(a)->used == 0; }
+bool TovarMp::isZero(const mp_int &a) {
+    return !usable(a) || L(a)->used == 0;
+}
 
-bool TovarMp::isOdd(const mp_int &a) { return usable(a) && L(a)->used > 0 && (L(a)->dp[0] & 1u) != 0; }
+bool TovarMp::isOdd(const mp_int &a) {
+    return usable(a) && L(a)->used > 0 && (L(a)->dp[0] & 1u) != 0;
+}
 
-bool TovarMp::isNegative(const mp_int &a) { return usable(a) && L(a)->sign == MP_NEG; }
+bool TovarMp::isNegative(const mp_int &a) {
+    return usable(a) && L(a)->sign == MP_NEG;
+}
 
-int TovarMp::mp_unsigned_bin_size(const mp_int &a) { return usable(a) ? (int)::mp_ubin_size(L(a)) : 0; }
+int TovarMp::mp_unsigned_bin_size(const mp_int &a) {
+    return usable(a) ? (int)::mp_ubin_size(L(a)) : 0;
+}
 
-int TovarMp::mp_count_bits(const mp_int &a) { return usable(a) ? ::mp_count_bits(L(a)) : 0; }
+int TovarMp::mp_count_bits(const mp_int &a) {
+    return usable(a) ? ::mp_count_bits(L(a)) : 0;
+}
 
 int TovarMp::mp_montgomery_setup(const mp_int &m, MpDigit &rho) {
-    if (!usable(m)) return MP_MEM;
+    if (!usable(m))
+        return MP_MEM;
     mp_digit r = 0;
     int err = ::mp_montgomery_setup(L(m), &r);
     rho = r;
@@ -229,21 +291,25 @@ int TovarMp::mp_montgomery_reduce(mp_int &x, const mp_int &m, MpDigit rho) {
 // Hexadecimal only ever arrives here from the catalogue and from tests; anything but a non-empty run of
 // hex digits (either case) is refused, a sign included.
 bool TovarMp::mpint_from_radix(mp_int &a, const char *text, int radix) {
-    if (!usable(a) || !text || !*text || radix < 2 || radix > 36) return false;
+    if (!usable(a) || !text || !*text || radix < 2 || radix > 36)
+        return false;
     for (const char *p = text; *p; ++p) {
         char c = *p;
-        int v = (c >= '0' && c <= '9') ? c - '0'
+        int v = (c >= '0' && c <= '9')   ? c - '0'
                 : (c >= 'a' && c <= 'z') ? c - 'a' + 10
                 : (c >= 'A' && c <= 'Z') ? c - 'A' + 10
                                          : 99;
-        if (v >= radix) return false;
+        if (v >= radix)
+            return false;
     }
-    if (radix == 16) return readHex(text, L(a));
+    if (radix == 16)
+        return readHex(text, L(a));
     return ::mp_read_radix(L(a), text, radix) == MP_OKAY;
 }
 
 bool TovarMp::mpint_from_bytes(mp_int &a, const unsigned char *bytes, unsigned count) {
-    if (!usable(a) || (count && !bytes)) return false;
+    if (!usable(a) || (count && !bytes))
+        return false;
     if (count == 0) {
         ::mp_zero(L(a));
         return true;
@@ -257,47 +323,61 @@ bool TovarMp::mpint_to_db(const mp_int &a, DataBuffer &out) {
 }
 
 bool TovarMp::unsigned_mpint_to_db(const mp_int &a, DataBuffer &out) {
-    if (isNegative(a)) return false;
+    if (isNegative(a))
+        return false;
     MagnitudeBytes mag(a);
-    if (!mag.ok()) return false;
-    if (mag.size() && mag.data()[0] >= 0x80 && !out.appendChar(0)) return false;
+    if (!mag.ok())
+        return false;
+    if (mag.size() && mag.data()[0] >= 0x80 && !out.appendChar(0))
+        return false;
     return out.append(mag.data(), mag.size());
 }
 
 bool TovarMp::mpint_to_bytes(const mp_int &a, unsigned char *out) {
-    if (!usable(a) || !out) return false;
+    if (!usable(a) || !out)
+        return false;
     size_t len = ::mp_ubin_size(L(a));
-    if (len == 0) return true;
+    if (len == 0)
+        return true;
     size_t written = 0;
     return ::mp_to_ubin(L(a), out, len, &written) == MP_OKAY;
 }
 
 bool TovarMp::mpint_to_base64url(const mp_int &a, StringBuffer &out, LogBase &) {
     MagnitudeBytes mag(a);
-    if (!mag.ok()) return false;
+    if (!mag.ok())
+        return false;
     DataBuffer db;
     db.setSensitive();
-    if (mag.size() == 0) return db.appendChar(0) && db.encodeDB("base64url", out);
+    if (mag.size() == 0)
+        return db.appendChar(0) && db.encodeDB("base64url", out);
     return db.append(mag.data(), mag.size()) && db.encodeDB("base64url", out);
 }
 
 bool TovarMp::mpint_to_hex_zero_extended(const mp_int &a, unsigned byteCount, StringBuffer &out) {
     MagnitudeBytes mag(a);
-    if (!mag.ok()) return false;
+    if (!mag.ok())
+        return false;
     DataBuffer db;
     db.setSensitive();
-    for (unsigned i = mag.size(); i < byteCount; ++i) db.appendChar(0);
+    for (unsigned i = mag.size(); i < byteCount; ++i)
+        db.appendChar(0);
     return db.append(mag.data(), mag.size()) && db.encodeDB("hex", out);
 }
 
 bool TovarMp::mpint_to_hex(const mp_int &a, StringBuffer &out) {
-    if (!usable(a)) return false;
-    if (isNegative(a) && !out.appendChar('-')) return false;
-    if (isZero(a)) return out.append("0");
+    if (!usable(a))
+        return false;
+    if (isNegative(a) && !out.appendChar('-'))
+        return false;
+    if (isZero(a))
+        return out.append("0");
     StringBuffer hex;
-    if (!mpint_to_hex_zero_extended(a, 0, hex)) return false;
+    if (!mpint_to_hex_zero_extended(a, 0, hex))
+        return false;
     const char *s = hex.getString();
-    if (*s == '0') ++s;  // a byte-aligned text has at most one leading zero digit
+    if (*s == '0')
+        ++s;  // a byte-aligned text has at most one leading zero digit
     return out.append(s);
 }
 

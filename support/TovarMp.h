@@ -13,7 +13,7 @@ class StringBuffer;
 class LogBase;
 
 class TovarMp {
-public:
+  public:
     // Arithmetic.
     static int mp_add(const mp_int &a, const mp_int &b, mp_int &c);
     static int mp_sub(const mp_int &a, const mp_int &b, mp_int &c);
@@ -54,7 +54,7 @@ public:
 
     // Montgomery reduction. The Montgomery digit is a full LibTomMath digit (60 bits here).
     static int mp_montgomery_setup(const mp_int &m, MpDigit &rho);
-    static int mp_montgomery_normalization(mp_int &r, const mp_int &m);  // r = beta mod m
+    static int mp_montgomery_normalization(mp_int &r, const mp_int &m);        // r = beta mod m
     static int mp_montgomery_reduce(mp_int &x, const mp_int &m, MpDigit rho);  // x = x / beta mod m
 
     // Conversions.

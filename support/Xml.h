@@ -12,7 +12,7 @@ class StringBuffer;
 class LogBase;
 
 class ClsXml {
-public:
+  public:
     ClsXml();
     ~ClsXml();
     ClsXml(const ClsXml &) = delete;
@@ -27,7 +27,7 @@ public:
     bool getAttrValue(const char *attrName, StringBuffer &out) const;
     bool get_Content(StringBuffer &out) const;  // the element's own text
 
-private:
+  private:
     struct Impl;
     std::unique_ptr<Impl> m_impl;
 };

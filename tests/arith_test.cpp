@@ -30,9 +30,7 @@ class ArithOracleTest : public ::testing::TestWithParam<CurveInfo> {
             std::make_unique<TestPrng>(testSeed() ^ (std::uint64_t)GetParam().nid * 0x9E3779B97F4A7C15ull);
     }
 
-    BnPtr randomBelowOrder() {
-        return randomScalar(EC_GROUP_get0_order(m_group.get()), *m_prng.get());
-    }
+    BnPtr randomBelowOrder() { return randomScalar(EC_GROUP_get0_order(m_group.get()), *m_prng.get()); }
 
     // "X,Y" of an OpenSSL point in upper-case hex; "infinity" for the point at infinity.
     std::string affineOf(const EC_POINT *pt) {

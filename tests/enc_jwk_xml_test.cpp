@@ -258,9 +258,9 @@ TEST(JwkLoad, ZeroCoordinateRoundTripsAndBlankMembersAreRefused) {
     for (const char *y : {"", "==", " ", "\\n"}) {
         EccKey blank;
         LogRecorder blankLog;
-        EXPECT_FALSE(loadJwk(
-            blank, std::string("{\"kty\":\"EC\",\"crv\":\"P-256\",\"x\":\"AQ\",\"y\":\"") + y + "\"}",
-            blankLog))
+        EXPECT_FALSE(
+            loadJwk(blank, std::string("{\"kty\":\"EC\",\"crv\":\"P-256\",\"x\":\"AQ\",\"y\":\"") + y + "\"}",
+                    blankLog))
             << y;
         EXPECT_EQ(blankLog.errors(), (std::vector<std::string>{"JWK member is not valid base64url."})) << y;
     }

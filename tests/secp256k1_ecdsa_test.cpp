@@ -47,9 +47,7 @@ class Secp256k1Ecdsa : public ::testing::Test {
     }
     const BIGNUM *n() const { return m_ossl.order(); }
 
-    BnPtr randomK() {
-        return ecckey_test::randomScalar(n(), m_prng);
-    }
+    BnPtr randomK() { return ecckey_test::randomScalar(n(), m_prng); }
 
     // The expected low-S signature for nonce k over m_hash.
     void expected(const BIGNUM *k, BnPtr &r, BnPtr &s) {

@@ -12,9 +12,13 @@ using namespace ecckey_test;
 
 namespace {
 
-std::uint64_t nextOf(void *ctx) { return static_cast<TestPrng *>(ctx)->next(); }
+std::uint64_t nextOf(void *ctx) {
+    return static_cast<TestPrng *>(ctx)->next();
+}
 
-void fromHex(const char *hex, mp_int &out) { ASSERT_TRUE(TovarMp::mpint_from_radix(out, hex, 16)); }
+void fromHex(const char *hex, mp_int &out) {
+    ASSERT_TRUE(TovarMp::mpint_from_radix(out, hex, 16));
+}
 
 // The inverse OpenSSL computes, or "none".
 std::string expectedInverse(const mp_int &a, const mp_int &m) {
@@ -27,7 +31,8 @@ std::string expectedInverse(const mp_int &a, const mp_int &m) {
 
 std::string actualInverse(const mp_int &a, const mp_int &m) {
     mp_int c;
-    if (TovarMp::mp_invmod(a, m, c) != 0) return "none";
+    if (TovarMp::mp_invmod(a, m, c) != 0)
+        return "none";
     return hexOf(c);
 }
 
@@ -61,7 +66,9 @@ TEST_P(InvmodCurves, MatchesOpenSslModuloPrimeAndOrder) {
 }
 
 INSTANTIATE_TEST_SUITE_P(AllCurves, InvmodCurves, ::testing::ValuesIn(allCurves()),
-                         [](const ::testing::TestParamInfo<CurveInfo> &i) { return curveParamName(i.param); });
+                         [](const ::testing::TestParamInfo<CurveInfo> &i) {
+                             return curveParamName(i.param);
+                         });
 
 TEST(Invmod, ZeroAndSharedFactorsHaveNoInverse) {
     mp_int m, a, c;

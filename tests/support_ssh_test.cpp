@@ -266,7 +266,10 @@ TEST(KeyBaseAttributes, RefuseANodeThatIsNotContextZero) {
 TEST(KeyBaseJwk, ReadsBase64UrlMembersAndNamesWhatIsWrong) {
     ClsJsonObject json;
     LogRecorder log;
-    ASSERT_TRUE(json.load("{\"d\":\"AP-_\",\"bad\":\"AP+/\",\"empty\":\"\",\"pad\":\"AQ==\",\"padOnly\":\"==\",\"blank\":\" \"}", log));
+    ASSERT_TRUE(
+        json.load("{\"d\":\"AP-_\",\"bad\":\"AP+/"
+                  "\",\"empty\":\"\",\"pad\":\"AQ==\",\"padOnly\":\"==\",\"blank\":\" \"}",
+                  log));
     TestKey key;
     mp_int value;
     ASSERT_TRUE(key.jwkContentToMpInt(json, "d", value, log));

@@ -26,34 +26,39 @@ const int kNumThreads = 4;
 
 // Failures seen by the workers, reported by the main thread after the join.
 class Failures {
-public:
+  public:
     void add(const std::string &what) {
         std::lock_guard<std::mutex> lock(m_mutex);
         m_list.push_back(what);
     }
     const std::vector<std::string> &list() const { return m_list; }
 
-private:
+  private:
     std::mutex m_mutex;
     std::vector<std::string> m_list;
 };
 
 // Holds every worker until all have started, so that they really run at the same time.
 class StartLine {
-public:
+  public:
     explicit StartLine(int count) : m_waiting(count) {}
     void arriveAndWait() {
         m_waiting.fetch_sub(1);
-        while (m_waiting.load() > 0) std::this_thread::yield();
+        while (m_waiting.load() > 0)
+            std::this_thread::yield();
     }
 
-private:
+  private:
     std::atomic<int> m_waiting;
 };
 
-std::vector<unsigned char> hashFor(TestPrng &rng, unsigned len) { return rng.bytes(len); }
+std::vector<unsigned char> hashFor(TestPrng &rng, unsigned len) {
+    return rng.bytes(len);
+}
 
-bool sameBytes(const DataBuffer &a, const DataBuffer &b) { return a.equals(b); }
+bool sameBytes(const DataBuffer &a, const DataBuffer &b) {
+    return a.equals(b);
+}
 
 bool samePoint(const EccKey &a, const EccKey &b) {
     return TovarMp::mp_cmp(a.m_pubPoint.m_x, b.m_pubPoint.m_x) == 0 &&
@@ -66,7 +71,8 @@ void exerciseCurve(const CurveInfo &c, TestPrng &rng, Failures &failures) {
     const std::string where = std::string(c.name) + ": ";
     LogNull log;
     EccKey a, b;
-    if (!a.generateNewKey(StringBuffer(c.name), rng, log) || !b.generateNewKey(StringBuffer(c.name), rng, log)) {
+    if (!a.generateNewKey(StringBuffer(c.name), rng, log) ||
+        !b.generateNewKey(StringBuffer(c.name), rng, log)) {
         failures.add(where + "key generation failed");
         return;
     }
@@ -87,8 +93,10 @@ void exerciseCurve(const CurveInfo &c, TestPrng &rng, Failures &failures) {
         std::vector<unsigned char> other = hash;
         other[0] ^= 0x01;
         valid = true;
-        a.eccVerifyHash(sig.getData2(), sig.getSize(), !asn, other.data(), hashLen, valid, log, (unsigned)c.byteLen);
-        if (valid) failures.add(where + "signature verified over another hash");
+        a.eccVerifyHash(sig.getData2(), sig.getSize(), !asn, other.data(), hashLen, valid, log,
+                        (unsigned)c.byteLen);
+        if (valid)
+            failures.add(where + "signature verified over another hash");
     }
 
     DataBuffer ab, ba;
@@ -107,8 +115,9 @@ void exerciseCurve(const CurveInfo &c, TestPrng &rng, Failures &failures) {
     StringBuffer jwk;
     ClsJsonObject json;
     EccKey fromJwk;
-    if (!a.toEccPrivateKeyJwk(jwk, log) || !json.load(jwk.getString(), log) || !fromJwk.loadAnyJwk(json, log) ||
-        TovarMp::mp_cmp(fromJwk.m_privKey, a.m_privKey) != 0 || !samePoint(fromJwk, a))
+    if (!a.toEccPrivateKeyJwk(jwk, log) || !json.load(jwk.getString(), log) ||
+        !fromJwk.loadAnyJwk(json, log) || TovarMp::mp_cmp(fromJwk.m_privKey, a.m_privKey) != 0 ||
+        !samePoint(fromJwk, a))
         failures.add(where + "JWK round trip changed the key");
     jwk.secureClear();
 }
@@ -161,9 +170,12 @@ TEST(Threads, ParallelKeysOnAllCurvesGiveSingleThreadResults) {
     Failures failures;
     StartLine start(kNumThreads);
     std::vector<std::thread> threads;
-    for (int i = 0; i < kNumThreads; ++i) threads.emplace_back(worker, i, std::ref(start), std::ref(failures));
-    for (std::thread &t : threads) t.join();
-    for (const std::string &f : failures.list()) ADD_FAILURE() << f;
+    for (int i = 0; i < kNumThreads; ++i)
+        threads.emplace_back(worker, i, std::ref(start), std::ref(failures));
+    for (std::thread &t : threads)
+        t.join();
+    for (const std::string &f : failures.list())
+        ADD_FAILURE() << f;
     EXPECT_TRUE(failures.list().empty());
 }
 
@@ -178,10 +190,13 @@ TEST(Threads, Secp256k1FromManyThreadsAtOnce) {
         threads.emplace_back([i, &start, &failures] {
             TestPrng rng(testSeed() ^ (0x9E3779B97F4A7C15ull * (std::uint64_t)(i + 1)));
             start.arriveAndWait();
-            for (int n = 0; n < testIterations(3); ++n) exerciseSecp256k1(rng, failures);
+            for (int n = 0; n < testIterations(3); ++n)
+                exerciseSecp256k1(rng, failures);
         });
     }
-    for (std::thread &t : threads) t.join();
-    for (const std::string &f : failures.list()) ADD_FAILURE() << f;
+    for (std::thread &t : threads)
+        t.join();
+    for (const std::string &f : failures.list())
+        ADD_FAILURE() << f;
     EXPECT_TRUE(failures.list().empty());
 }

@@ -40,7 +40,8 @@ void writeFile(const char *target, const std::string &name, const Bytes &bytes) 
     std::filesystem::create_directories(dir);
     std::ofstream out(dir / name, std::ios::binary);
     out.write(reinterpret_cast<const char *>(bytes.data()), (std::streamsize)bytes.size());
-    if (!out) die("cannot write a seed");
+    if (!out)
+        die("cannot write a seed");
 }
 
 void writeText(const char *target, const std::string &name, const std::string &text) {
@@ -49,7 +50,8 @@ void writeText(const char *target, const std::string &name, const std::string &t
 
 Bytes cat(std::initializer_list<Bytes> parts) {
     Bytes out;
-    for (const Bytes &p : parts) out.insert(out.end(), p.begin(), p.end());
+    for (const Bytes &p : parts)
+        out.insert(out.end(), p.begin(), p.end());
     return out;
 }
 
@@ -60,15 +62,18 @@ std::string base64(const Bytes &b, bool url) {
     size_t i = 0;
     for (; i + 3 <= b.size(); i += 3) {
         unsigned v = (unsigned)b[i] << 16 | (unsigned)b[i + 1] << 8 | b[i + 2];
-        for (int k = 18; k >= 0; k -= 6) out += alphabet[(v >> k) & 63];
+        for (int k = 18; k >= 0; k -= 6)
+            out += alphabet[(v >> k) & 63];
     }
     size_t rest = b.size() - i;
     if (rest) {
         unsigned v = (unsigned)b[i] << 16 | (rest == 2 ? (unsigned)b[i + 1] << 8 : 0);
         out += alphabet[v >> 18];
         out += alphabet[(v >> 12) & 63];
-        if (rest == 2) out += alphabet[(v >> 6) & 63];
-        if (!url) out += rest == 2 ? "=" : "==";
+        if (rest == 2)
+            out += alphabet[(v >> 6) & 63];
+        if (!url)
+            out += rest == 2 ? "=" : "==";
     }
     return out;
 }
@@ -76,13 +81,15 @@ std::string base64(const Bytes &b, bool url) {
 std::string hexUpper(const Bytes &b) {
     static const char digits[] = "0123456789ABCDEF";
     std::string s;
-    for (unsigned char c : b) s += digits[c >> 4], s += digits[c & 15];
+    for (unsigned char c : b)
+        s += digits[c >> 4], s += digits[c & 15];
     return s;
 }
 
 Bytes bnBytes(const BIGNUM *bn, int width) {
     Bytes out((size_t)width);
-    if (BN_bn2binpad(bn, out.data(), width) != width) die("BN_bn2binpad");
+    if (BN_bn2binpad(bn, out.data(), width) != width)
+        die("BN_bn2binpad");
     return out;
 }
 
@@ -93,17 +100,20 @@ Bytes bnMinimal(const BIGNUM *bn) {
 }
 
 Bytes sshString(const Bytes &b) {
-    Bytes out = {(unsigned char)(b.size() >> 24), (unsigned char)(b.size() >> 16), (unsigned char)(b.size() >> 8),
-                 (unsigned char)b.size()};
+    Bytes out = {(unsigned char)(b.size() >> 24), (unsigned char)(b.size() >> 16),
+                 (unsigned char)(b.size() >> 8), (unsigned char)b.size()};
     out.insert(out.end(), b.begin(), b.end());
     return out;
 }
 
-Bytes sshString(const std::string &s) { return sshString(Bytes(s.begin(), s.end())); }
+Bytes sshString(const std::string &s) {
+    return sshString(Bytes(s.begin(), s.end()));
+}
 
 Bytes sshMpint(const BIGNUM *bn) {
     Bytes m = bnMinimal(bn);
-    if (!m.empty() && (m[0] & 0x80)) m.insert(m.begin(), 0);
+    if (!m.empty() && (m[0] & 0x80))
+        m.insert(m.begin(), 0);
     return sshString(m);
 }
 
@@ -111,7 +121,8 @@ template <typename F>
 Bytes i2d(F encode) {
     unsigned char *der = nullptr;
     int len = encode(&der);
-    if (len <= 0) die("DER encoding failed");
+    if (len <= 0)
+        die("DER encoding failed");
     Bytes out(der, der + len);
     OPENSSL_free(der);
     return out;
@@ -119,10 +130,12 @@ Bytes i2d(F encode) {
 
 std::string pemOf(EVP_PKEY *pkey, int kind) {
     BIO *bio = BIO_new(BIO_s_mem());
-    int ok = kind == 0   ? PEM_write_bio_PUBKEY(bio, pkey)
-             : kind == 1 ? PEM_write_bio_PrivateKey(bio, pkey, nullptr, nullptr, 0, nullptr, nullptr)
-                         : PEM_write_bio_PrivateKey_traditional(bio, pkey, nullptr, nullptr, 0, nullptr, nullptr);
-    if (!ok) die("PEM encoding failed");
+    int ok = kind == 0 ? PEM_write_bio_PUBKEY(bio, pkey)
+             : kind == 1
+                 ? PEM_write_bio_PrivateKey(bio, pkey, nullptr, nullptr, 0, nullptr, nullptr)
+                 : PEM_write_bio_PrivateKey_traditional(bio, pkey, nullptr, nullptr, 0, nullptr, nullptr);
+    if (!ok)
+        die("PEM encoding failed");
     char *data = nullptr;
     long len = BIO_get_mem_data(bio, &data);
     std::string out(data, (size_t)len);
@@ -146,7 +159,8 @@ void makeKey(const CurveRef &curve, const BIGNUM *d, Key &key) {
     const char *group = OBJ_nid2sn(curve.nid);
     if (!d) {
         key.pkey = EVP_PKEY_Q_keygen(nullptr, nullptr, "EC", group);
-        if (!key.pkey) die("keygen failed");
+        if (!key.pkey)
+            die("keygen failed");
     } else {
         EC_GROUP *g = EC_GROUP_new_by_curve_name(curve.nid);
         EC_POINT *q = EC_POINT_new(g);
@@ -168,7 +182,8 @@ void makeKey(const CurveRef &curve, const BIGNUM *d, Key &key) {
         EC_POINT_free(q);
         EC_GROUP_free(g);
     }
-    if (!EVP_PKEY_get_bn_param(key.pkey, OSSL_PKEY_PARAM_PRIV_KEY, &key.d)) die("no private key");
+    if (!EVP_PKEY_get_bn_param(key.pkey, OSSL_PKEY_PARAM_PRIV_KEY, &key.d))
+        die("no private key");
     unsigned char pub[200];
     size_t pubLen = 0;
     if (!EVP_PKEY_get_octet_string_param(key.pkey, OSSL_PKEY_PARAM_PUB_KEY, pub, sizeof pub, &pubLen))
@@ -178,9 +193,12 @@ void makeKey(const CurveRef &curve, const BIGNUM *d, Key &key) {
 
 std::string jwkCurveName(const CurveRef &curve) {
     std::string oid = curve.oid;
-    if (oid == "1.2.840.10045.3.1.7") return "P-256";
-    if (oid == "1.3.132.0.34") return "P-384";
-    if (oid == "1.3.132.0.35") return "P-521";
+    if (oid == "1.2.840.10045.3.1.7")
+        return "P-256";
+    if (oid == "1.3.132.0.34")
+        return "P-384";
+    if (oid == "1.3.132.0.35")
+        return "P-521";
     return curve.name;
 }
 
@@ -235,8 +253,9 @@ void writeKeySeeds(int index) {
     // JWK (RFC 7518): private and public.
     const std::string crv = jwkCurveName(curve);
     const std::string pubMembers = "\"x\":\"" + base64(x, true) + "\",\"y\":\"" + base64(y, true) + "\"";
-    writeText("jwk", base + "_private.json",
-              "{\"kty\":\"EC\",\"crv\":\"" + crv + "\"," + pubMembers + ",\"d\":\"" + base64(dBytes, true) + "\"}");
+    writeText(
+        "jwk", base + "_private.json",
+        "{\"kty\":\"EC\",\"crv\":\"" + crv + "\"," + pubMembers + ",\"d\":\"" + base64(dBytes, true) + "\"}");
     writeText("jwk", base + "_public.json", "{\"crv\":\"" + crv + "\",\"kty\":\"EC\"," + pubMembers + "}");
 
     // XML: the library's two forms and the XML Signature 1.1 ECKeyValue.
@@ -247,7 +266,8 @@ void writeKeySeeds(int index) {
                   base64(spki, false) + "</ECCPublicKey>");
     writeText("xml", base + "_dsig11.xml",
               "<dsig11:ECKeyValue xmlns:dsig11=\"http://www.w3.org/2009/xmldsig11#\"><dsig11:NamedCurve "
-              "URI=\"urn:oid:" + std::string(curve.oid) + "\" /><dsig11:PublicKey>" + base64(key.point, false) +
+              "URI=\"urn:oid:" +
+                  std::string(curve.oid) + "\" /><dsig11:PublicKey>" + base64(key.point, false) +
                   "</dsig11:PublicKey></dsig11:ECKeyValue>");
 
     // X9.63 points: uncompressed, behind a 0x00, hybrid.
@@ -265,7 +285,8 @@ void writeKeySeeds(int index) {
         writeFile("raw_public", base + ".bin", key.point);
         writeFile("raw_private", base + ".bin", cat({{0x00}, dBytes}));
     }
-    if (base == "secp256k1") writeFile("raw_private", base + ".bin", cat({{0x01}, dBytes}));
+    if (base == "secp256k1")
+        writeFile("raw_private", base + ".bin", cat({{0x01}, dBytes}));
 
     // PuTTY: byte 0 the curve, byte 1 the point length, the point, then the private blob in the four-field
     // form and, where it stays below 57 bytes, as a single mpint.
@@ -280,8 +301,10 @@ void writeKeySeeds(int index) {
         cat({sshString("ecdsa-sha2-" + sshId), sshString(sshId), sshString(key.point), sshMpint(key.d)});
     writeFile("putty", base + "_long.bin", cat({head, key.point, fourField}));
     const Bytes shortForm = sshMpint(key.d);
-    if (shortForm.size() < 57) writeFile("putty", base + "_short.bin", cat({head, key.point, shortForm}));
-    if (index == 0) writeFile("putty", base + "_public_only.bin", cat({head, key.point}));
+    if (shortForm.size() < 57)
+        writeFile("putty", base + "_short.bin", cat({head, key.point, shortForm}));
+    if (index == 0)
+        writeFile("putty", base + "_public_only.bin", cat({head, key.point}));
 }
 
 // Signs hash with the verification target's fixed key and returns the DER signature.
@@ -300,7 +323,8 @@ Bytes signFixed(int index, const Bytes &hash) {
     if (EVP_PKEY_sign_init(ctx) <= 0 || EVP_PKEY_sign(ctx, nullptr, &sigLen, hash.data(), hash.size()) <= 0)
         die("sign init failed");
     Bytes sig(sigLen);
-    if (EVP_PKEY_sign(ctx, sig.data(), &sigLen, hash.data(), hash.size()) <= 0) die("sign failed");
+    if (EVP_PKEY_sign(ctx, sig.data(), &sigLen, hash.data(), hash.size()) <= 0)
+        die("sign failed");
     sig.resize(sigLen);
     EVP_PKEY_CTX_free(ctx);
     return sig;
@@ -309,7 +333,8 @@ Bytes signFixed(int index, const Bytes &hash) {
 Bytes rawOf(const Bytes &der, int byteLen) {
     const unsigned char *p = der.data();
     ECDSA_SIG *sig = d2i_ECDSA_SIG(nullptr, &p, (long)der.size());
-    if (!sig) die("d2i_ECDSA_SIG");
+    if (!sig)
+        die("d2i_ECDSA_SIG");
     Bytes raw = cat({bnBytes(ECDSA_SIG_get0_r(sig), byteLen), bnBytes(ECDSA_SIG_get0_s(sig), byteLen)});
     ECDSA_SIG_free(sig);
     return raw;
@@ -320,8 +345,10 @@ void writeSignatureSeeds(int index) {
     const std::string base = curve.name;
     const bool k1 = base == "secp256k1";
     Bytes hash32(32), hash64(64);
-    for (size_t i = 0; i < hash64.size(); ++i) hash64[i] = (unsigned char)(i * 7 + index);
-    for (size_t i = 0; i < hash32.size(); ++i) hash32[i] = (unsigned char)(i * 13 + index + 1);
+    for (size_t i = 0; i < hash64.size(); ++i)
+        hash64[i] = (unsigned char)(i * 7 + index);
+    for (size_t i = 0; i < hash32.size(); ++i)
+        hash32[i] = (unsigned char)(i * 13 + index + 1);
 
     // Header: curve, hash length, r length for the split, split flag.
     const Bytes der32 = signFixed(index, hash32);
@@ -332,8 +359,8 @@ void writeSignatureSeeds(int index) {
     // Raw r || s over a 64-byte hash (cut to the curve's length on both sides; secp256k1 takes 32 bytes).
     const Bytes &hashRaw = k1 ? hash32 : hash64;
     const Bytes raw = rawOf(signFixed(index, hashRaw), curve.byteLen);
-    const bool known = raw.size() == 48 || raw.size() == 64 || raw.size() == 96 || raw.size() == 128 ||
-                       raw.size() == 132;
+    const bool known =
+        raw.size() == 48 || raw.size() == 64 || raw.size() == 96 || raw.size() == 128 || raw.size() == 132;
     const unsigned char split = known ? 0 : 1;
     const unsigned char rLen = known ? 0 : (unsigned char)curve.byteLen;
     writeFile("verify", base + "_raw.bin",

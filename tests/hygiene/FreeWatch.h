@@ -16,7 +16,7 @@
 namespace ecckey_test {
 
 class FreeWatch {
-public:
+  public:
     static const std::size_t kMaxPatterns = 96;
     static const std::size_t kMaxPatternLen = 64;
 
@@ -42,7 +42,7 @@ public:
 
 // Disarms the watch on every path out of a scope.
 class ArmedScope {
-public:
+  public:
     ArmedScope() { FreeWatch::arm(); }
     ~ArmedScope() { FreeWatch::disarm(); }
     ArmedScope(const ArmedScope &) = delete;

@@ -111,7 +111,8 @@ BnPtr randomScalar(const BIGNUM *order, std::uint64_t (*next)(void *), void *ctx
 }
 
 BnPtr randomScalar(const BIGNUM *order, TestPrng &prng) {
-    return randomScalar(order, [](void *p) { return static_cast<TestPrng *>(p)->next(); }, &prng);
+    return randomScalar(
+        order, [](void *p) { return static_cast<TestPrng *>(p)->next(); }, &prng);
 }
 
 BnPtr orderOf(const CurveInfo &c) {

@@ -25,7 +25,9 @@ struct CurveInfo {
 };
 
 // GoogleTest prints a parameter with this (the curve's name) instead of its bytes.
-inline void PrintTo(const CurveInfo &c, std::ostream *os) { *os << c.name; }
+inline void PrintTo(const CurveInfo &c, std::ostream *os) {
+    *os << c.name;
+}
 
 const std::vector<CurveInfo> &allCurves();      // the thirteen, in catalogue order
 const std::vector<CurveInfo> &genericCurves();  // all but secp256k1

@@ -19,7 +19,8 @@ std::uint64_t testSeed() {
 
 int testIterations(int defaultCount) {
     const char *env = std::getenv("ECCKEY_TEST_ITERATIONS");
-    if (!env) return defaultCount;
+    if (!env)
+        return defaultCount;
     int n = std::atoi(env);
     return n > 0 ? n : defaultCount;
 }
@@ -33,7 +34,8 @@ bool TestPrng::genRandom(unsigned count, ecckey::DataBuffer &out, ecckey::LogBas
 
 std::vector<unsigned char> TestPrng::bytes(unsigned count) {
     std::vector<unsigned char> b(count);
-    for (unsigned i = 0; i < count; ++i) b[i] = (unsigned char)(m_rng() & 0xFF);
+    for (unsigned i = 0; i < count; ++i)
+        b[i] = (unsigned char)(m_rng() & 0xFF);
     return b;
 }
 

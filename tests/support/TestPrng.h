@@ -18,7 +18,7 @@ int testIterations(int defaultCount);
 
 // A _tvPrng that yields a reproducible stream (std::mt19937_64 under a given seed) and counts requests.
 class TestPrng : public ecckey::_tvPrng {
-public:
+  public:
     explicit TestPrng(std::uint64_t seed) : m_rng(seed) {}
     bool genRandom(unsigned count, ecckey::DataBuffer &out, ecckey::LogBase &log) override;
     std::vector<unsigned char> bytes(unsigned count);
@@ -27,13 +27,13 @@ public:
     int m_calls = 0;
     unsigned m_bytesServed = 0;
 
-private:
+  private:
     std::mt19937_64 m_rng;
 };
 
 // Serves fixed bytes: the queue in order, then `fill` forever (or fails when failWhenEmpty is set).
 class ScriptedPrng : public ecckey::_tvPrng {
-public:
+  public:
     bool genRandom(unsigned count, ecckey::DataBuffer &out, ecckey::LogBase &log) override;
 
     std::vector<unsigned char> m_queue;

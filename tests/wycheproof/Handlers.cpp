@@ -4,12 +4,9 @@ namespace wycheproof {
 
 const std::vector<SchemaEntry> &schemaHandlers() {
     static const std::vector<SchemaEntry> table = {
-        {"ecdsa_verify", runEcdsaVerify},
-        {"ecdsa_p1363_verify", runEcdsaP1363Verify},
-        {"ecdh_ecpoint_test", runEcdhEcpoint},
-        {"ecdh_test", runEcdhDer},
-        {"ecdh_pem_test", runEcdhPem},
-        {"ecdh_webcrypto_test", runEcdhWebcrypto},
+        {"ecdsa_verify", runEcdsaVerify},      {"ecdsa_p1363_verify", runEcdsaP1363Verify},
+        {"ecdh_ecpoint_test", runEcdhEcpoint}, {"ecdh_test", runEcdhDer},
+        {"ecdh_pem_test", runEcdhPem},         {"ecdh_webcrypto_test", runEcdhWebcrypto},
     };
     return table;
 }
