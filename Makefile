@@ -68,6 +68,7 @@ test-tsan: deps
 memcheck: build
 	@cd $(BUILD_DIR) && ctest --output-on-failure -j $(JOBS) -L memcheck
 
-# Every libFuzzer target for FUZZ_SECONDS seconds (clang-14); prints executions and findings per target.
+# Every libFuzzer target for FUZZ_SECONDS seconds (clang-14), or until FUZZ_RUNS executions when that is
+# set; prints executions, CPU seconds and findings per target.
 fuzz: deps
 	@fuzz/run.sh $(FUZZ_DIR) $(FUZZ_SECONDS)
