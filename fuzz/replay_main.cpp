@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -21,10 +22,9 @@ bool replayFile(const std::filesystem::path &path) {
     }
     std::vector<uint8_t> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
     // An exactly-sized heap copy: a read past the end lands outside the block.
-    uint8_t *copy = new uint8_t[bytes.empty() ? 1 : bytes.size()];
-    std::copy(bytes.begin(), bytes.end(), copy);
-    LLVMFuzzerTestOneInput(copy, bytes.size());
-    delete[] copy;
+    std::unique_ptr<uint8_t[]> copy(new uint8_t[bytes.empty() ? 1 : bytes.size()]);
+    std::copy(bytes.begin(), bytes.end(), copy.get());
+    LLVMFuzzerTestOneInput(copy.get(), bytes.size());
     return true;
 }
 
