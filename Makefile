@@ -44,7 +44,7 @@ FUZZ_SECONDS ?= 60
 # Sanitizer builds compile at -O1 with line tables only: half the compile time of -O2 -g, same reports.
 HARDEN_FLAGS = -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG="-O1 -g1" -DECCKEY_BENCH=OFF $(CMAKE_FLAGS)
 
-.PHONY: test-sanitize test-tsan memcheck fuzz
+.PHONY: test-sanitize test-tsan memcheck fuzz coverage
 
 # The whole suite with AddressSanitizer and UndefinedBehaviorSanitizer; the first report fails the run.
 test-sanitize: deps
@@ -72,3 +72,15 @@ memcheck: build
 # set; prints executions, CPU seconds and findings per target.
 fuzz: deps
 	@fuzz/run.sh $(FUZZ_DIR) $(FUZZ_SECONDS)
+
+# Line and branch coverage of ecc/, support/ and tools/ by the test suite (gcov and lcov), in a build folder
+# of its own at -O0. The valgrind entries rerun programs the suite already runs, and the installed-package
+# check links a copy of the library without the gcov runtime, so both are left out.
+COVERAGE_DIR ?= build-coverage
+coverage: deps
+	@cmake -S . -B $(COVERAGE_DIR) -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG="-O0 -g" \
+	  -DECCKEY_COVERAGE=ON -DECCKEY_BENCH=OFF $(CMAKE_FLAGS) >/dev/null
+	@cmake --build $(COVERAGE_DIR) -j $(JOBS)
+	@find $(COVERAGE_DIR) -name '*.gcda' -delete
+	@cd $(COVERAGE_DIR) && ctest -j $(JOBS) --output-on-failure -LE memcheck -E install_and_build_example
+	@scripts/coverage-report $(COVERAGE_DIR)

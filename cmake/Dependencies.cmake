@@ -21,3 +21,9 @@ if(ECCKEY_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined -fno-sanitize-recover=all)
 endif()
+
+# gcov counters in every object, for `make coverage`.
+if(ECCKEY_COVERAGE)
+  add_compile_options(--coverage)
+  add_link_options(--coverage)
+endif()
