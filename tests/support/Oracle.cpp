@@ -1,13 +1,42 @@
 #include "support/Oracle.h"
 
-#include <openssl/evp.h>
+#include <openssl/core_names.h>
+#include <openssl/decoder.h>
+#include <openssl/ec.h>
+#include <openssl/encoder.h>
 #include <openssl/obj_mac.h>
-
-#include <cctype>
-
-#include <stdexcept>
+#include <openssl/objects.h>
+#include <openssl/param_build.h>
 
 namespace ecckey_test {
+
+namespace {
+
+template <class T, void (*F)(T *)>
+struct Free {
+    void operator()(T *p) const { F(p); }
+};
+using CtxPtr = std::unique_ptr<EVP_PKEY_CTX, Free<EVP_PKEY_CTX, EVP_PKEY_CTX_free>>;
+using GroupPtr = std::unique_ptr<EC_GROUP, Free<EC_GROUP, EC_GROUP_free>>;
+using PointPtr = std::unique_ptr<EC_POINT, Free<EC_POINT, EC_POINT_free>>;
+using SigPtr = std::unique_ptr<ECDSA_SIG, Free<ECDSA_SIG, ECDSA_SIG_free>>;
+
+PkeyPtr fromParams(const CurveInfo &c, const BIGNUM *d, const Bytes &pub) {
+    std::unique_ptr<OSSL_PARAM_BLD, Free<OSSL_PARAM_BLD, OSSL_PARAM_BLD_free>> bld(OSSL_PARAM_BLD_new());
+    OSSL_PARAM_BLD_push_utf8_string(bld.get(), OSSL_PKEY_PARAM_GROUP_NAME, OBJ_nid2sn(c.nid), 0);
+    if (d)
+        OSSL_PARAM_BLD_push_BN(bld.get(), OSSL_PKEY_PARAM_PRIV_KEY, d);
+    OSSL_PARAM_BLD_push_octet_string(bld.get(), OSSL_PKEY_PARAM_PUB_KEY, pub.data(), pub.size());
+    std::unique_ptr<OSSL_PARAM, Free<OSSL_PARAM, OSSL_PARAM_free>> params(OSSL_PARAM_BLD_to_param(bld.get()));
+    CtxPtr ctx(EVP_PKEY_CTX_new_from_name(nullptr, "EC", nullptr));
+    EVP_PKEY *pkey = nullptr;
+    if (EVP_PKEY_fromdata_init(ctx.get()) <= 0 ||
+        EVP_PKEY_fromdata(ctx.get(), &pkey, d ? EVP_PKEY_KEYPAIR : EVP_PKEY_PUBLIC_KEY, params.get()) <= 0)
+        return nullptr;
+    return PkeyPtr(pkey);
+}
+
+}  // namespace
 
 const std::vector<CurveInfo> &allCurves() {
     static const std::vector<CurveInfo> curves = {
@@ -32,34 +61,19 @@ const std::vector<CurveInfo> &genericCurves() {
     static const std::vector<CurveInfo> curves = [] {
         std::vector<CurveInfo> v;
         for (const CurveInfo &c : allCurves())
-            if (std::string(c.name) != "secp256k1")
+            if (!isK1(c))
                 v.push_back(c);
         return v;
     }();
     return curves;
 }
 
-const CurveInfo &curveInfo(const std::string &name) {
-    for (const CurveInfo &c : allCurves())
-        if (name == c.name)
-            return c;
-    throw std::invalid_argument("unknown curve " + name);
-}
-
-GroupPtr groupFor(const CurveInfo &c) {
-    return GroupPtr(EC_GROUP_new_by_curve_name(c.nid));
-}
-
-BnPtr toBn(const ecckey::mp_int &v) {
-    ecckey::DataBuffer db;
-    ecckey::TovarMp::mpint_to_db(v, db);
-    return BnPtr(BN_bin2bn(db.getData2(), (int)db.getSize(), nullptr));
-}
-
-void fromBn(const BIGNUM *bn, ecckey::mp_int &out) {
-    std::vector<unsigned char> b(BN_num_bytes(bn));
-    BN_bn2bin(bn, b.data());
-    ecckey::TovarMp::mpint_from_bytes(out, b.data(), (unsigned)b.size());
+std::string hexOf(const Bytes &b) {
+    static const char digits[] = "0123456789ABCDEF";
+    std::string s;
+    for (unsigned char ch : b)
+        s += std::string{digits[ch >> 4], digits[ch & 15]};
+    return s;
 }
 
 std::string hexOf(const ecckey::mp_int &v) {
@@ -68,112 +82,19 @@ std::string hexOf(const ecckey::mp_int &v) {
     return sb.getString();
 }
 
-std::string hexOf(const BIGNUM *bn) {
-    if (BN_is_zero(bn))
-        return "0";
-    char *h = BN_bn2hex(bn);
-    std::string s(h);
-    OPENSSL_free(h);
-    size_t i = 0;
-    while (i + 1 < s.size() && s[i] == '0')
-        ++i;
-    return s.substr(i);
-}
-
-std::string hexOf(const unsigned char *bytes, size_t count) {
-    static const char digits[] = "0123456789ABCDEF";
-    std::string s;
-    for (size_t i = 0; i < count; ++i) {
-        s += digits[bytes[i] >> 4];
-        s += digits[bytes[i] & 15];
-    }
-    return s;
-}
-
-std::vector<unsigned char> unhex(const std::string &hex) {
-    std::vector<unsigned char> out;
+Bytes unhex(const std::string &hex) {
+    Bytes out;
     for (size_t i = 0; i + 1 < hex.size(); i += 2)
         out.push_back((unsigned char)std::stoul(hex.substr(i, 2), nullptr, 16));
     return out;
 }
 
-BnPtr randomScalar(const BIGNUM *order, std::uint64_t (*next)(void *), void *ctx) {
-    int len = BN_num_bytes(order);
-    std::vector<unsigned char> b(len);
-    for (;;) {
-        for (int i = 0; i < len; ++i)
-            b[i] = (unsigned char)(next(ctx) & 0xFF);
-        BnPtr v(BN_bin2bn(b.data(), len, nullptr));
-        BN_mask_bits(v.get(), BN_num_bits(order));
-        if (!BN_is_zero(v.get()) && BN_cmp(v.get(), order) < 0)
-            return v;
-    }
-}
-
-BnPtr randomScalar(const BIGNUM *order, TestPrng &prng) {
-    return randomScalar(
-        order, [](void *p) { return static_cast<TestPrng *>(p)->next(); }, &prng);
-}
-
-BnPtr orderOf(const CurveInfo &c) {
-    GroupPtr g = groupFor(c);
-    return BnPtr(BN_dup(EC_GROUP_get0_order(g.get())));
-}
-
-bool isK1(const CurveInfo &c) {
-    return std::string(c.name) == "secp256k1";
-}
-
-std::uint64_t curveSeed(const CurveInfo &c, std::uint64_t salt) {
-    std::uint64_t h = testSeed() ^ salt;
-    for (const char *p = c.name; *p; ++p)
-        h = h * 131 + (unsigned char)*p;
-    return h;
-}
-
-Bytes bytesOf(const BIGNUM *bn, int len) {
-    int n = BN_num_bytes(bn);
-    Bytes out(len > n ? len : n);
-    BN_bn2binpad(bn, out.data(), (int)out.size());
-    return out;
-}
-
-BnPtr bnOf(const Bytes &bigEndian) {
-    return BnPtr(BN_bin2bn(bigEndian.data(), (int)bigEndian.size(), nullptr));
-}
-
-Bytes mpBytes(const ecckey::mp_int &v, int len) {
-    ecckey::DataBuffer db;
-    ecckey::TovarMp::mpint_to_db(v, db);
-    if ((int)db.getSize() > len)
-        return {};
-    Bytes out(len - db.getSize(), 0);
-    out.insert(out.end(), db.getData2(), db.getData2() + db.getSize());
-    return out;
-}
-
-Bytes pointOf(const ecckey::EccPoint &P, int len) {
-    Bytes out{0x04};
-    Bytes x = mpBytes(P.m_x, len);
-    Bytes y = mpBytes(P.m_y, len);
-    out.insert(out.end(), x.begin(), x.end());
-    out.insert(out.end(), y.begin(), y.end());
-    return out;
-}
-
-std::string bnHex(const BIGNUM *v, int len) {
-    Bytes b = bytesOf(v, len);
-    return hexOf(b.data(), b.size());
-}
-
 Bytes toBytes(const ecckey::DataBuffer &db) {
-    if (db.getSize() == 0)
-        return {};
-    return Bytes(db.getData2(), db.getData2() + db.getSize());
+    return db.getSize() ? Bytes(db.getData2(), db.getData2() + db.getSize()) : Bytes();
 }
 
-Bytes toBytes(const std::string &s) {
-    return Bytes(s.begin(), s.end());
+Bytes toBytes(const ecckey::StringBuffer &sb) {
+    return Bytes(sb.getString(), sb.getString() + sb.getSize());
 }
 
 ecckey::DataBuffer toDb(const Bytes &b) {
@@ -182,52 +103,200 @@ ecckey::DataBuffer toDb(const Bytes &b) {
     return db;
 }
 
-std::string base64(const Bytes &b) {
-    std::string out(4 * ((b.size() + 2) / 3) + 1, '\0');
-    int n = EVP_EncodeBlock(reinterpret_cast<unsigned char *>(&out[0]), b.data(), (int)b.size());
-    out.resize((size_t)n);
-    return out;
-}
-
-std::string base64url(const Bytes &b) {
-    std::string s = base64(b);
-    for (char &ch : s)
-        ch = ch == '+' ? '-' : ch == '/' ? '_' : ch;
-    while (!s.empty() && s.back() == '=')
-        s.pop_back();
-    return s;
-}
-
-Bytes unbase64(const std::string &text) {
-    std::string s;
-    for (char ch : text)
-        if (!isspace((unsigned char)ch))
-            s += ch;
-    Bytes out(s.size());
-    int n = EVP_DecodeBlock(out.data(), reinterpret_cast<const unsigned char *>(s.data()), (int)s.size());
-    if (n < 0)
-        return {};
-    size_t pad = 0;
-    while (pad < s.size() && s[s.size() - 1 - pad] == '=')
-        ++pad;
-    out.resize((size_t)n - pad);
-    return out;
-}
-
-Bytes fromBase64url(std::string s) {
-    for (char &ch : s)
-        ch = ch == '-' ? '+' : ch == '_' ? '/' : ch;
-    while (s.size() % 4)
-        s += '=';
-    return unbase64(s);
-}
-
 Bytes digestOf(const char *name, const Bytes &msg) {
     Bytes out(EVP_MAX_MD_SIZE);
     unsigned len = 0;
     EVP_Digest(msg.data(), msg.size(), out.data(), &len, EVP_get_digestbyname(name), nullptr);
     out.resize(len);
     return out;
+}
+
+Bytes bytesOf(const BIGNUM *bn, int len) {
+    Bytes out((size_t)std::max(len, BN_num_bytes(bn)));
+    BN_bn2binpad(bn, out.data(), (int)out.size());
+    return out;
+}
+
+BnPtr bnOf(const Bytes &bigEndian) {
+    return BnPtr(BN_bin2bn(bigEndian.data(), (int)bigEndian.size(), nullptr));
+}
+
+BnPtr bnOf(const ecckey::mp_int &v) {
+    ecckey::DataBuffer db;
+    ecckey::TovarMp::mpint_to_db(v, db);
+    return bnOf(toBytes(db));
+}
+
+void mpOf(const BIGNUM *bn, ecckey::mp_int &out) {
+    Bytes b = bytesOf(bn, 0);
+    ecckey::TovarMp::mpint_from_bytes(out, b.data(), (unsigned)b.size());
+}
+
+BnPtr orderOf(const CurveInfo &c) {
+    GroupPtr g(EC_GROUP_new_by_curve_name(c.nid));
+    return BnPtr(BN_dup(EC_GROUP_get0_order(g.get())));
+}
+
+BnPtr randomScalar(const CurveInfo &c, TestPrng &prng) {
+    BnPtr n = orderOf(c);
+    for (;;) {
+        BnPtr v = bnOf(prng.bytes((unsigned)BN_num_bytes(n.get())));
+        BN_mask_bits(v.get(), BN_num_bits(n.get()));
+        if (!BN_is_zero(v.get()) && BN_cmp(v.get(), n.get()) < 0)
+            return v;
+    }
+}
+
+bool rsOf(const Bytes &der, BnPtr &r, BnPtr &s) {
+    const unsigned char *p = der.data();
+    SigPtr sig(d2i_ECDSA_SIG(nullptr, &p, (long)der.size()));
+    if (!sig || p != der.data() + der.size())
+        return false;
+    r.reset(BN_dup(ECDSA_SIG_get0_r(sig.get())));
+    s.reset(BN_dup(ECDSA_SIG_get0_s(sig.get())));
+    return true;
+}
+
+Bytes derOf(const BIGNUM *r, const BIGNUM *s) {
+    SigPtr sig(ECDSA_SIG_new());
+    ECDSA_SIG_set0(sig.get(), BN_dup(r), BN_dup(s));
+    unsigned char *der = nullptr;
+    int len = i2d_ECDSA_SIG(sig.get(), &der);
+    Bytes out(der, der + std::max(len, 0));
+    OPENSSL_free(der);
+    return out;
+}
+
+Ossl::Ossl(const CurveInfo &c, const BIGNUM *d) {
+    GroupPtr g(EC_GROUP_new_by_curve_name(c.nid));
+    PointPtr q(EC_POINT_new(g.get()));
+    EC_POINT_mul(g.get(), q.get(), d, nullptr, nullptr, nullptr);
+    Bytes pub(EC_POINT_point2oct(g.get(), q.get(), POINT_CONVERSION_UNCOMPRESSED, nullptr, 0, nullptr));
+    EC_POINT_point2oct(g.get(), q.get(), POINT_CONVERSION_UNCOMPRESSED, pub.data(), pub.size(), nullptr);
+    m_key = fromParams(c, d, pub);
+}
+
+Ossl::Ossl(const CurveInfo &c, const Bytes &point) : m_key(fromParams(c, nullptr, point)) {}
+
+Ossl Ossl::random(const CurveInfo &c, TestPrng &prng) {
+    return Ossl(c, randomScalar(c, prng).get());
+}
+
+Ossl Ossl::decode(const Bytes &in, bool privatePart) {
+    EVP_PKEY *pkey = nullptr;
+    std::unique_ptr<OSSL_DECODER_CTX, Free<OSSL_DECODER_CTX, OSSL_DECODER_CTX_free>> ctx(
+        OSSL_DECODER_CTX_new_for_pkey(&pkey, nullptr, nullptr, "EC",
+                                      privatePart ? EVP_PKEY_KEYPAIR : EVP_PKEY_PUBLIC_KEY, nullptr,
+                                      nullptr));
+    const unsigned char *p = in.data();
+    size_t len = in.size();
+    if (OSSL_DECODER_from_data(ctx.get(), &p, &len) != 1) {
+        EVP_PKEY_free(pkey);
+        pkey = nullptr;
+    }
+    return Ossl(PkeyPtr(pkey));
+}
+
+Bytes Ossl::d(int len) const {
+    BIGNUM *d = nullptr;
+    if (!m_key || !EVP_PKEY_get_bn_param(m_key.get(), OSSL_PKEY_PARAM_PRIV_KEY, &d))
+        return {};
+    BnPtr owned(d);
+    return bytesOf(d, len);
+}
+
+Bytes Ossl::point() const {
+    EVP_PKEY_set_utf8_string_param(m_key.get(), OSSL_PKEY_PARAM_EC_POINT_CONVERSION_FORMAT,
+                                   OSSL_PKEY_EC_POINT_CONVERSION_FORMAT_UNCOMPRESSED);
+    size_t n = 0;
+    Bytes out(200);
+    if (!m_key || !EVP_PKEY_get_octet_string_param(m_key.get(), OSSL_PKEY_PARAM_PUB_KEY, out.data(), 200, &n))
+        return {};
+    out.resize(n);
+    return out;
+}
+
+bool Ossl::isOn(const CurveInfo &c) const {
+    OSSL_PARAM *raw = nullptr;
+    if (!m_key || EVP_PKEY_todata(m_key.get(), EVP_PKEY_KEY_PARAMETERS, &raw) != 1)
+        return false;
+    std::unique_ptr<OSSL_PARAM, Free<OSSL_PARAM, OSSL_PARAM_free>> params(raw);
+    GroupPtr g(EC_GROUP_new_from_params(params.get(), nullptr, nullptr));
+    GroupPtr want(EC_GROUP_new_by_curve_name(c.nid));
+    return g && EC_GROUP_cmp(g.get(), want.get(), nullptr) == 0;
+}
+
+Bytes Ossl::encode(const char *structure, const char *output, bool explicitParams, bool includePublic) const {
+    EVP_PKEY_set_utf8_string_param(
+        m_key.get(), OSSL_PKEY_PARAM_EC_ENCODING,
+        explicitParams ? OSSL_PKEY_EC_ENCODING_EXPLICIT : OSSL_PKEY_EC_ENCODING_GROUP);
+    EVP_PKEY_set_int_param(m_key.get(), OSSL_PKEY_PARAM_EC_INCLUDE_PUBLIC, includePublic);
+    bool priv = std::string(structure) != "SubjectPublicKeyInfo";
+    std::unique_ptr<OSSL_ENCODER_CTX, Free<OSSL_ENCODER_CTX, OSSL_ENCODER_CTX_free>> ctx(
+        OSSL_ENCODER_CTX_new_for_pkey(m_key.get(), priv ? EVP_PKEY_KEYPAIR : EVP_PKEY_PUBLIC_KEY, output,
+                                      structure, nullptr));
+    unsigned char *data = nullptr;
+    size_t len = 0;
+    Bytes out;
+    if (OSSL_ENCODER_to_data(ctx.get(), &data, &len) == 1)
+        out.assign(data, data + len);
+    OPENSSL_free(data);
+    EVP_PKEY_set_utf8_string_param(m_key.get(), OSSL_PKEY_PARAM_EC_ENCODING, OSSL_PKEY_EC_ENCODING_GROUP);
+    EVP_PKEY_set_int_param(m_key.get(), OSSL_PKEY_PARAM_EC_INCLUDE_PUBLIC, 1);
+    return out;
+}
+
+Bytes Ossl::sign(const Bytes &digest) const {
+    CtxPtr ctx(EVP_PKEY_CTX_new_from_pkey(nullptr, m_key.get(), nullptr));
+    size_t len = 0;
+    if (EVP_PKEY_sign_init(ctx.get()) <= 0 ||
+        EVP_PKEY_sign(ctx.get(), nullptr, &len, digest.data(), digest.size()) <= 0)
+        return {};
+    Bytes out(len);
+    EVP_PKEY_sign(ctx.get(), out.data(), &len, digest.data(), digest.size());
+    out.resize(len);
+    return out;
+}
+
+bool Ossl::verify(const Bytes &digest, const Bytes &der) const {
+    CtxPtr ctx(EVP_PKEY_CTX_new_from_pkey(nullptr, m_key.get(), nullptr));
+    return EVP_PKEY_verify_init(ctx.get()) > 0 &&
+           EVP_PKEY_verify(ctx.get(), der.data(), der.size(), digest.data(), digest.size()) == 1;
+}
+
+Bytes Ossl::derive(const Ossl &peer) const {
+    CtxPtr ctx(EVP_PKEY_CTX_new_from_pkey(nullptr, m_key.get(), nullptr));
+    size_t len = 0;
+    if (EVP_PKEY_derive_init(ctx.get()) <= 0 || EVP_PKEY_derive_set_peer(ctx.get(), peer.get()) <= 0 ||
+        EVP_PKEY_derive(ctx.get(), nullptr, &len) <= 0)
+        return {};
+    Bytes out(len);
+    EVP_PKEY_derive(ctx.get(), out.data(), &len);
+    out.resize(len);
+    return out;
+}
+
+void loadInto(const Ossl &o, const CurveInfo &c, ecckey::EccKey &key, bool privatePart) {
+    ecckey::LogRecorder log;
+    if (privatePart)
+        ASSERT_TRUE(
+            key.generateNewKey2(ecckey::StringBuffer(c.name), hexOf(o.d(c.byteLen)).c_str(), "hex", log))
+            << log.errorText();
+    else
+        ASSERT_TRUE(key.loadEcPubKeyByCurveAndPoint(c.name, toDb(o.point()), log)) << log.errorText();
+}
+
+::testing::AssertionResult sameKey(const ecckey::EccKey &key, const Ossl &o, const CurveInfo &c) {
+    ecckey::DataBuffer q;
+    ecckey::LogNull log;
+    key.exportEccPoint(q, log);
+    Bytes d = o.d(0);
+    BnPtr mine = bnOf(key.m_privKey);
+    if (!key.m_curve.m_name.equals(c.name) || toBytes(q) != o.point() || !o.isOn(c) ||
+        key.m_keyType != (d.empty() ? 0 : 1) || (!d.empty() && bytesOf(mine.get(), 0) != d))
+        return ::testing::AssertionFailure() << key.m_curve.m_name.getString() << " Q " << hexOf(toBytes(q))
+                                             << " vs " << hexOf(o.point()) << " type " << key.m_keyType;
+    return ::testing::AssertionSuccess();
 }
 
 }  // namespace ecckey_test

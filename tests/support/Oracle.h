@@ -1,13 +1,12 @@
-// OpenSSL as the test oracle: the thirteen curves by their canonical names, and small conversions
-// between OpenSSL's BIGNUM / EC_POINT and the module's mp_int / EccPoint.
+// OpenSSL as the test oracle: the thirteen curves by their catalogue names, OpenSSL keys with their own
+// encoders, signers and key agreement, and conversions between OpenSSL's values and the module's.
 #pragma once
 
+#include <gtest/gtest.h>
 #include <openssl/bn.h>
-#include <openssl/ec.h>
+#include <openssl/evp.h>
 
-#include <cstdint>
 #include <memory>
-
 #include <ostream>
 #include <string>
 #include <vector>
@@ -16,6 +15,8 @@
 #include "support/TestPrng.h"
 
 namespace ecckey_test {
+
+using Bytes = std::vector<unsigned char>;
 
 struct CurveInfo {
     const char *name;  // canonical catalogue name ("secp256r1", "brainpoolp256r1", ...)
@@ -31,12 +32,12 @@ inline void PrintTo(const CurveInfo &c, std::ostream *os) {
 
 const std::vector<CurveInfo> &allCurves();      // the thirteen, in catalogue order
 const std::vector<CurveInfo> &genericCurves();  // all but secp256k1
-const CurveInfo &curveInfo(const std::string &name);
+inline bool isK1(const CurveInfo &c) {
+    return std::string(c.name) == "secp256k1";
+}
 
-// Names the instances of a curve-parameterised test after their curves:
-// INSTANTIATE_TEST_SUITE_P(AllCurves, Suite, ::testing::ValuesIn(allCurves()), curveParamName).
+// Names the instances of a curve-parameterised test after their curves.
 struct CurveParamName {
-    std::string operator()(const CurveInfo &c) const { return c.name; }
     template <class Info>
     std::string operator()(const Info &info) const {
         return info.param.name;
@@ -44,57 +45,62 @@ struct CurveParamName {
 };
 constexpr CurveParamName curveParamName{};
 
-// Owned OpenSSL objects.
 struct BnFree {
     void operator()(BIGNUM *b) const { BN_clear_free(b); }
 };
-struct GroupFree {
-    void operator()(EC_GROUP *g) const { EC_GROUP_free(g); }
-};
-struct PointFree {
-    void operator()(EC_POINT *p) const { EC_POINT_free(p); }
+struct PkeyFree {
+    void operator()(EVP_PKEY *p) const { EVP_PKEY_free(p); }
 };
 using BnPtr = std::unique_ptr<BIGNUM, BnFree>;
-using GroupPtr = std::unique_ptr<EC_GROUP, GroupFree>;
-using PointPtr = std::unique_ptr<EC_POINT, PointFree>;
+using PkeyPtr = std::unique_ptr<EVP_PKEY, PkeyFree>;
 
-GroupPtr groupFor(const CurveInfo &c);
-BnPtr toBn(const ecckey::mp_int &v);
-void fromBn(const BIGNUM *bn, ecckey::mp_int &out);
-std::string hexOf(const ecckey::mp_int &v);                   // upper-case, minimal, "0" for zero
-std::string hexOf(const BIGNUM *bn);                          // same format
-std::string hexOf(const unsigned char *bytes, size_t count);  // upper-case, two digits a byte
-std::vector<unsigned char> unhex(const std::string &hex);
-using Bytes = std::vector<unsigned char>;
-
-// Big-endian bytes of a BIGNUM: minimal, or left-padded to len.
-Bytes bytesOf(const BIGNUM *bn, int len = 0);
-BnPtr bnOf(const Bytes &bigEndian);
-// Padded big-endian bytes of an mp_int (an empty vector when it does not fit).
-Bytes mpBytes(const ecckey::mp_int &v, int len);
-// 04 || X || Y of a point, built from its coordinates directly (not through the module's codec).
-Bytes pointOf(const ecckey::EccPoint &P, int len);
-// Hex text (upper case) of a BIGNUM padded to len bytes: the form generateNewKey2 takes with "hex".
-std::string bnHex(const BIGNUM *v, int len);
+std::string hexOf(const Bytes &b);           // upper case, two digits a byte
+std::string hexOf(const ecckey::mp_int &v);  // the module's minimal upper-case form
+Bytes unhex(const std::string &hex);
 Bytes toBytes(const ecckey::DataBuffer &db);
-Bytes toBytes(const std::string &s);
+Bytes toBytes(const ecckey::StringBuffer &sb);
 ecckey::DataBuffer toDb(const Bytes &b);
-// Base64 by OpenSSL's encoder: standard with padding, URL-safe without; decoders skip white space and
-// return an empty vector on bad input.
-std::string base64(const Bytes &b);
-std::string base64url(const Bytes &b);
-Bytes unbase64(const std::string &text);
-Bytes fromBase64url(std::string s);
-// Digest of msg by OpenSSL name ("SHA1", "SHA256", ...).
-Bytes digestOf(const char *name, const Bytes &msg);
-
-// Random value in [1, n) from the given generator.
-BnPtr randomScalar(const BIGNUM *order, std::uint64_t (*next)(void *), void *ctx);
-BnPtr randomScalar(const BIGNUM *order, TestPrng &prng);
-// The group order n of the curve, from OpenSSL.
+Bytes digestOf(const char *name, const Bytes &msg);  // by OpenSSL name: "SHA1", "SHA256", ...
+Bytes bytesOf(const BIGNUM *bn, int len);            // big-endian, left-padded to len
+BnPtr bnOf(const Bytes &bigEndian);
+BnPtr bnOf(const ecckey::mp_int &v);
+void mpOf(const BIGNUM *bn, ecckey::mp_int &out);
 BnPtr orderOf(const CurveInfo &c);
-bool isK1(const CurveInfo &c);
-// A seed for one test on one curve: the run's seed mixed with the curve's name and a per-test salt.
-std::uint64_t curveSeed(const CurveInfo &c, std::uint64_t salt);
+// A scalar drawn uniformly from [1, n).
+BnPtr randomScalar(const CurveInfo &c, TestPrng &prng);
+// r and s of a DER ECDSA-Sig-Value (false when der is not exactly one), and the reverse.
+bool rsOf(const Bytes &der, BnPtr &r, BnPtr &s);
+Bytes derOf(const BIGNUM *r, const BIGNUM *s);
+
+// A key held by OpenSSL: private when built from a scalar, public when built from a point.
+class Ossl {
+  public:
+    Ossl(const CurveInfo &c, const BIGNUM *d);
+    Ossl(const CurveInfo &c, const Bytes &point);
+    explicit Ossl(PkeyPtr key) : m_key(std::move(key)) {}
+    static Ossl random(const CurveInfo &c, TestPrng &prng);
+    // OpenSSL's reading of DER or PEM in any structure; holds no key when OpenSSL refuses it.
+    static Ossl decode(const Bytes &in, bool privatePart);
+
+    EVP_PKEY *get() const { return m_key.get(); }
+    Bytes d(int len) const;  // empty for a public key
+    Bytes point() const;     // uncompressed X9.63
+    bool isOn(const CurveInfo &c) const;
+    // structure: "type-specific" (SEC 1), "PrivateKeyInfo" or "SubjectPublicKeyInfo"; output "DER" or "PEM".
+    Bytes encode(const char *structure, const char *output, bool explicitParams,
+                 bool includePublic = true) const;
+    Bytes sign(const Bytes &digest) const;  // DER; OpenSSL cuts the digest to the order's bit length
+    bool verify(const Bytes &digest, const Bytes &der) const;
+    Bytes derive(const Ossl &peer) const;
+
+  private:
+    PkeyPtr m_key;
+};
+
+// The module's key, loaded without its DER readers: private through generateNewKey2, public through the
+// point.
+void loadInto(const Ossl &o, const CurveInfo &c, ecckey::EccKey &key, bool privatePart);
+// The module's key equals OpenSSL's: same curve, Q, key type and (for a private key) d.
+::testing::AssertionResult sameKey(const ecckey::EccKey &key, const Ossl &o, const CurveInfo &c);
 
 }  // namespace ecckey_test

@@ -1,0 +1,297 @@
+// The differential core: on every curve, keys, encodings, signatures and shared secrets against OpenSSL.
+#include "support/Hash.h"
+#include "support/JsonObject.h"
+#include "support/Oracle.h"
+#include "support/PublicKey.h"
+#include "support/SshMessage.h"
+#include "support/Xml.h"
+
+using namespace ecckey;
+using namespace ecckey_test;
+
+namespace {
+
+class Curve : public ::testing::TestWithParam<CurveInfo> {
+  protected:
+    const CurveInfo &c() const { return GetParam(); }
+    TestPrng prng{testSeed() ^ (std::uint64_t)GetParam().nid};
+};
+
+// DER from a PEM text (the module's reader), or the bytes as they are.
+DataBuffer pemOrDer(const Bytes &in) {
+    StringBuffer label;
+    DataBuffer der;
+    LogNull log;
+    std::string text(in.begin(), in.end());
+    if (text.rfind("-----", 0) != 0)
+        return toDb(in);
+    EXPECT_TRUE(_tvPublicKey::pemToDer(text.c_str(), label, der, log));
+    return der;
+}
+
+const std::vector<std::string> kSec1Refused = {"curve OID not found.", "Invalid ASN.1 for ECC private key."};
+const std::vector<std::string> kSpkiRefused = {"Failed to parse AlgorithmIdentifier",
+                                               "Invalid ASN.1 for ECC key."};
+
+// Reading what OpenSSL writes, in every structure and parameter form, gives OpenSSL's key.
+TEST_P(Curve, ReadsEveryKeyOpenSslWrites) {
+    for (int i = 0; i < testIterations(2); ++i) {
+        Ossl o = Ossl::random(c(), prng);
+        Ossl pub(c(), o.point());
+        for (bool explicitParams : {false, true}) {
+            for (const char *output : {"DER", "PEM"}) {
+                for (const char *structure : {"type-specific", "PrivateKeyInfo", "SubjectPublicKeyInfo"}) {
+                    bool priv = std::string(structure) != "SubjectPublicKeyInfo";
+                    for (bool withPublic : {true, false}) {
+                        if (!priv && !withPublic)
+                            continue;
+                        DataBuffer der = pemOrDer(o.encode(structure, output, explicitParams, withPublic));
+                        EccKey key;
+                        LogRecorder log;
+                        // Explicit parameters are recognised for four curves, and never inside SEC 1.
+                        bool sec1 = std::string(structure) == "type-specific";
+                        bool known = c().nid == NID_X9_62_prime256v1 || c().nid == NID_secp384r1 ||
+                                     c().nid == NID_secp521r1 || isK1(c());
+                        if (key.loadEccDer(der, log)) {
+                            EXPECT_TRUE(!explicitParams || (!sec1 && known)) << structure;
+                            EXPECT_TRUE(sameKey(key, priv ? o : pub, c()))
+                                << structure << output << explicitParams;
+                            continue;
+                        }
+                        EXPECT_TRUE(explicitParams && (sec1 || !known)) << structure << log.toText();
+                        EXPECT_EQ(log.errors(), sec1 ? kSec1Refused
+                                                : priv
+                                                    ? std::vector<std::string>{"Invalid ASN.1 for ECC key."}
+                                                    : kSpkiRefused);
+                        EXPECT_EQ(key.m_curve.m_byteLen, 0);
+                    }
+                }
+            }
+        }
+    }
+}
+
+// The writers: SubjectPublicKeyInfo and SEC 1 are OpenSSL's bytes; every other form OpenSSL reads back or
+// the module reads back to the same key.
+TEST_P(Curve, WritesWhatOpenSslWrites) {
+    Ossl o = Ossl::random(c(), prng);
+    EccKey key;
+    loadInto(o, c(), key, true);
+    LogRecorder log;
+    DataBuffer spki, longSpki, sec1, pkcs8, p11;
+    ASSERT_TRUE(key.toPublicKeyDer_shortFmt(spki, log));
+    EXPECT_EQ(toBytes(spki), o.encode("SubjectPublicKeyInfo", "DER", false));
+    // SEC 1 holds d in its minimal bytes where OpenSSL pads it to the order's length: equal when d is full.
+    bool fullD = (int)o.d(0).size() == c().byteLen;
+    for (bool withPublic : {false, true}) {
+        log.m_options.setString(withPublic ? "EMIT_ECC_PKCS1_PUBKEY" : "");
+        sec1.clear();
+        ASSERT_TRUE(key.toEccPkcs1PrivateKeyDer(sec1, log));
+        EXPECT_TRUE(!fullD || toBytes(sec1) == o.encode("type-specific", "DER", false, withPublic));
+        EXPECT_EQ(Ossl::decode(toBytes(sec1), true).point(), o.point());
+    }
+    ASSERT_TRUE(key.toPublicKeyDer_longFmt(longSpki, log));
+    EXPECT_TRUE(Ossl::decode(toBytes(longSpki), false).point() == o.point());
+    EXPECT_TRUE(Ossl::decode(toBytes(longSpki), false).isOn(c()));
+    ASSERT_TRUE(key.toEccPkcs8PrivateKeyDer(pkcs8, log));
+    EXPECT_EQ(Ossl::decode(toBytes(pkcs8), true).d(c().byteLen), o.d(c().byteLen));
+    // The PKCS #11 form holds the version and the scalar only: the module reads it back, with no curve.
+    ASSERT_TRUE(key.toEccPkcs1PrivateKeyDer_forPkcs11(p11, log));
+    EXPECT_EQ(toBytes(p11).size(), 2 + 3 + 2 + BN_num_bytes(bnOf(key.m_privKey).get()));
+    for (bool shortFmt : {true, false}) {
+        StringBuffer pem, privPem;
+        ASSERT_TRUE(key.toEccPublicKeyPem(shortFmt, pem, log) &&
+                    key.toEccPrivateKeyPem(shortFmt, privPem, log));
+        EXPECT_EQ(Ossl::decode(toBytes(pem), false).point(), o.point());
+        EXPECT_EQ(Ossl::decode(toBytes(pemOrDer(toBytes(privPem))), true).d(0), o.d(0));
+    }
+    EXPECT_TRUE(log.errors().empty()) << log.errorText();
+}
+
+// Text forms: exact layouts built from OpenSSL's numbers, and each read back to the same key.
+TEST_P(Curve, TextFormsHaveTheirLayoutAndRoundTrip) {
+    Ossl o = Ossl::random(c(), prng);
+    EccKey key;
+    loadInto(o, c(), key, true);
+    LogRecorder log;
+    auto b64url = [](Bytes b) {
+        while (b.size() > 1 && b[0] == 0)
+            b.erase(b.begin());
+        StringBuffer sb;
+        toDb(b).encodeDB("base64url", sb);
+        return std::string(sb.getString());
+    };
+    Bytes q = o.point();
+    Bytes x(q.begin() + 1, q.begin() + 1 + c().byteLen), y(q.begin() + 1 + c().byteLen, q.end());
+    std::string crv = c().byteLen == 32 && c().nid == NID_X9_62_prime256v1 ? "P-256"
+                      : c().nid == NID_secp384r1                           ? "P-384"
+                      : c().nid == NID_secp521r1                           ? "P-521"
+                                                                           : c().name;
+    std::string xy = "\"x\":\"" + b64url(x) + "\",\"y\":\"" + b64url(y) + "\"";
+    StringBuffer jwk, pubJwk, crvFirst, xml, pubXml, dsig;
+    ASSERT_TRUE(key.toEccPrivateKeyJwk(jwk, log) && key.toEccPublicKeyJwk(pubJwk, false, log) &&
+                key.toEccPublicKeyJwk(crvFirst, true, log) && key.toEccPrivateKeyXml(xml, log) &&
+                key.toEccPublicKeyXml(pubXml, log) && key.toEccPublicKeyXmlDSig(dsig, log));
+    EXPECT_EQ(jwk.getString(),
+              "{\"kty\":\"EC\",\"crv\":\"" + crv + "\"," + xy + ",\"d\":\"" + b64url(o.d(0)) + "\"}");
+    EXPECT_EQ(pubJwk.getString(), "{\"kty\":\"EC\",\"crv\":\"" + crv + "\"," + xy + "}");
+    EXPECT_EQ(crvFirst.getString(), "{\"crv\":\"" + crv + "\",\"kty\":\"EC\"," + xy + "}");
+    StringBuffer q64;
+    toDb(q).encodeDB("base64", q64);
+    EXPECT_EQ(dsig.getString(),
+              std::string("<ECKeyValue xmlns=\"http://www.w3.org/2009/xmldsig11#\"><NamedCurve "
+                          "URI=\"urn:oid:") +
+                  c().oid + "\" /><PublicKey>" + q64.getString() + "</PublicKey></ECKeyValue>");
+    std::string xmlHead = std::string("<ECCPublicKey curve=\"") + c().name + "\" x=\"" + hexOf(x) +
+                          "\" y=\"" + hexOf(y) + "\">";
+    EXPECT_EQ(std::string(pubXml.getString()).substr(0, xmlHead.size()), xmlHead);
+    Ossl pubOnly(c(), q);
+    for (StringBuffer *text : {&jwk, &pubJwk, &crvFirst}) {
+        ClsJsonObject json;
+        EccKey back;
+        ASSERT_TRUE(json.load(text->getString(), log) && back.loadAnyJwk(json, log)) << text->getString();
+        EXPECT_TRUE(sameKey(back, text == &jwk ? o : pubOnly, c()));
+    }
+    for (StringBuffer *text : {&xml, &pubXml, &dsig}) {
+        ClsXml node;
+        EccKey back;
+        ASSERT_TRUE(node.loadXml(text->getString(), log) && back.loadAnyXml(node, log)) << text->getString();
+        EXPECT_TRUE(sameKey(back, text == &xml ? o : pubOnly, c()));
+    }
+    EXPECT_TRUE(log.errors().empty()) << log.errorText();
+}
+
+// SSH and PuTTY: the blob's layout, its fingerprints, and the private blob in both of its forms.
+TEST_P(Curve, SshBlobFingerprintsAndPuttyKeys) {
+    Ossl o = Ossl::random(c(), prng);
+    EccKey key;
+    loadInto(o, c(), key, true);
+    LogRecorder log;
+    StringBuffer type;
+    ASSERT_TRUE(key.m_curve.getPpkType(type, log));
+    std::string id = key.m_curve.puttyCurveName();
+    DataBuffer blob, want, md5, sha256;
+    ASSERT_TRUE(key.puttyPublicKeyBlob(blob, log));
+    SshMessage::pack_string(("ecdsa-sha2-" + id).c_str(), want);
+    SshMessage::pack_string(id.c_str(), want);
+    SshMessage::pack_db(toDb(o.point()), want);
+    EXPECT_EQ(toBytes(blob), toBytes(want));
+    ASSERT_TRUE(key.calc_fingerprint_digest(HASH_SHA256, sha256, log) &&
+                key.calc_fingerprint_digest(HASH_MD5, md5, log));
+    EXPECT_EQ(toBytes(sha256), digestOf("SHA256", toBytes(blob)));
+    StringBuffer line, pairs;
+    ASSERT_TRUE(key.calc_fingerprint(line, log));
+    DataBuffer::toHexString2(md5.getData2(), md5.getSize(), true, pairs);
+    pairs.toLowerCase();
+    EXPECT_EQ(line.getString(),
+              "ecdsa-sha2-" + id + " " + std::to_string(8 * c().byteLen) + " " + pairs.getString());
+    // A private blob of 57 bytes or more is the four-field form; below that, one mpint holding d.
+    DataBuffer mpint, fourFields;
+    BnPtr d = bnOf(o.d(0));
+    Bytes dBytes = o.d(0);
+    if (dBytes[0] & 0x80)
+        dBytes.insert(dBytes.begin(), 0);
+    SshMessage::pack_db(toDb(dBytes), mpint);
+    SshMessage::pack_string(type.getString(), fourFields);
+    SshMessage::pack_string(id.c_str(), fourFields);
+    SshMessage::pack_db(toDb(o.point()), fourFields);
+    fourFields.append(mpint);
+    for (DataBuffer *priv : {&mpint, &fourFields}) {
+        if ((priv->getSize() >= 57) != (priv == &fourFields))
+            continue;
+        EccKey back;
+        ASSERT_TRUE(back.loadPrivateFromPuttySsh(c().name, toDb(o.point()), *priv, log)) << log.errorText();
+        EXPECT_TRUE(sameKey(back, o, c()));
+    }
+}
+
+// ECDSA both ways with OpenSSL over four hash sizes, in DER, raw and SSH forms; a changed hash is refused.
+TEST_P(Curve, SignaturesInteroperate) {
+    Ossl o = Ossl::random(c(), prng);
+    EccKey priv, pub;
+    loadInto(o, c(), priv, true);
+    loadInto(o, c(), pub, false);
+    for (const char *hashName : {"SHA1", "SHA256", "SHA384", "SHA512"}) {
+        Bytes h = digestOf(hashName, prng.bytes(20));
+        LogRecorder log;
+        DataBuffer der, raw, ssh;
+        if (isK1(c()) && h.size() < 32) {
+            EXPECT_FALSE(priv.eccSignHash(h.data(), (unsigned)h.size(), prng, true, der, log));
+            continue;
+        }
+        ASSERT_TRUE(priv.eccSignHash(h.data(), (unsigned)h.size(), prng, true, der, log)) << log.errorText();
+        ASSERT_TRUE(priv.eccSignHash(h.data(), (unsigned)h.size(), prng, false, raw, log)) << log.errorText();
+        EXPECT_TRUE(o.verify(h, toBytes(der))) << hashName;
+        ASSERT_EQ(raw.getSize(), 2u * c().byteLen);
+        Bytes r(raw.getData2(), raw.getData2() + c().byteLen),
+            s(raw.getData2() + c().byteLen, raw.getData2() + raw.getSize());
+        EXPECT_TRUE(o.verify(h, derOf(bnOf(r).get(), bnOf(s).get())));
+        // The SSH blob signs the whole hash: OpenSSL agrees whenever it does not cut the hash itself.
+        ASSERT_TRUE(priv.eccSignHash_forSsh(h.data(), (unsigned)h.size(), prng, ssh, log));
+        mp_int sr, ss;
+        unsigned off = 0;
+        ASSERT_TRUE(SshMessage::parseMpInt(ssh, off, sr, log) && SshMessage::parseMpInt(ssh, off, ss, log));
+        EXPECT_EQ(off, ssh.getSize());
+        if ((int)h.size() <= c().byteLen) {
+            EXPECT_TRUE(o.verify(h, derOf(bnOf(sr).get(), bnOf(ss).get())));
+        }
+        // OpenSSL's signature, as DER and as raw r||s, verifies here; one changed hash bit does not.
+        Bytes theirs = o.sign(h);
+        BnPtr tr, ts;
+        ASSERT_TRUE(rsOf(theirs, tr, ts));
+        Bytes theirRaw = bytesOf(tr.get(), c().byteLen), sPart = bytesOf(ts.get(), c().byteLen);
+        theirRaw.insert(theirRaw.end(), sPart.begin(), sPart.end());
+        Bytes ours = toBytes(der);
+        for (const Bytes *sig : {&theirs, &theirRaw, &ours}) {
+            for (int flip : {0, 1}) {
+                Bytes hh = h;
+                hh[0] ^= (unsigned char)flip;
+                bool valid = !flip;
+                // Raw signatures of 40, 56 and 80 bytes have no size of their own: the caller splits them.
+                bool split =
+                    sig == &theirRaw && c().byteLen % 16 != 0 && c().byteLen != 24 && c().byteLen != 66;
+                ASSERT_TRUE(pub.eccVerifyHash(sig->data(), (unsigned)sig->size(), split, hh.data(),
+                                              (unsigned)hh.size(), valid, log, split ? c().byteLen : 0))
+                    << log.errorText();
+                EXPECT_EQ(valid, !flip) << hashName << " flip " << flip;
+            }
+        }
+        EXPECT_TRUE(log.errors().empty()) << log.errorText();
+    }
+}
+
+// ECDH agrees with OpenSSL in both directions, padded to the curve's length, in a sensitive buffer.
+TEST_P(Curve, SharedSecretsMatchOpenSsl) {
+    for (int i = 0; i < testIterations(3); ++i) {
+        Ossl a = Ossl::random(c(), prng), b = Ossl::random(c(), prng);
+        EccKey privA, pubB;
+        loadInto(a, c(), privA, true);
+        loadInto(b, c(), pubB, false);
+        DataBuffer secret;
+        secret.append("junk", 4);
+        LogRecorder log;
+        ASSERT_TRUE(privA.sharedSecret(pubB, secret, log)) << log.errorText();
+        EXPECT_EQ(toBytes(secret), a.derive(Ossl(c(), b.point())));
+        EXPECT_EQ((int)secret.getSize(), c().byteLen);
+        EXPECT_TRUE(secret.isSensitive());
+    }
+}
+
+// Generated keys draw exactly byteLen bytes into a private key whose Q OpenSSL derives from its d.
+TEST_P(Curve, GeneratedKeysAreConsistent) {
+    EccKey key;
+    LogRecorder log;
+    ASSERT_TRUE(key.generateNewKey(StringBuffer(c().oid), prng, log)) << log.errorText();
+    EXPECT_EQ(prng.m_bytesServed, (unsigned)c().byteLen);
+    EXPECT_TRUE(sameKey(key, Ossl(c(), bnOf(key.m_privKey).get()), c()));
+    EXPECT_EQ(key.get_ModulusBitLen(), 8u * c().byteLen);
+    EccKey again;
+    EXPECT_TRUE(again.regeneratePubKey(key, log));
+    EXPECT_EQ(key.isPoint(log), c().oid == std::string("1.2.840.10045.3.1.7") || c().nid == NID_secp384r1 ||
+                                    c().nid == NID_secp521r1 || c().nid == NID_X9_62_prime192v1 ||
+                                    c().nid == NID_secp224r1);
+}
+
+INSTANTIATE_TEST_SUITE_P(AllCurves, Curve, ::testing::ValuesIn(allCurves()), curveParamName);
+
+}  // namespace

@@ -1,0 +1,138 @@
+// Behaviours no oracle checks: rules of the module's own that callers and existing files depend on.
+#include "ecc/EcdsaSig.h"
+#include "support/Oracle.h"
+#include "support/SshMessage.h"
+
+using namespace ecckey;
+using namespace ecckey_test;
+
+namespace {
+
+// The generic signer keeps drawing nonces until the minimal encodings of r and s both start below 0x80,
+// so its DER never needs a sign octet; secp256k1's engine has no such rule but always gives low s.
+TEST(Quirks, SignerRules) {
+    TestPrng prng(testSeed());
+    for (const CurveInfo &c : allCurves()) {
+        EccKey key;
+        LogNull log;
+        ASSERT_TRUE(key.generateNewKey(StringBuffer(c.name), prng, log));
+        BnPtr halfN = orderOf(c);
+        BN_rshift1(halfN.get(), halfN.get());
+        int highLeads = 0;
+        for (int i = 0; i < testIterations(8); ++i) {
+            Bytes h = prng.bytes(32);
+            DataBuffer der;
+            int calls = prng.m_calls;
+            ASSERT_TRUE(key.eccSignHash(h.data(), 32, prng, true, der, log));
+            BnPtr r, s;
+            ASSERT_TRUE(rsOf(toBytes(der), r, s));
+            for (const BIGNUM *v : {r.get(), s.get()}) {
+                bool high = bytesOf(v, 0)[0] >= 0x80;
+                highLeads += high;
+                EXPECT_TRUE(!high || isK1(c)) << c.name;
+            }
+            EXPECT_TRUE(isK1(c) ? BN_cmp(s.get(), halfN.get()) <= 0 : prng.m_calls - calls >= 1);
+        }
+        EXPECT_EQ(highLeads > 0, isK1(c));  // secp256k1: 16 values, each high half the time
+    }
+}
+
+// The hash is cut to the curve's byte length, except on curves of 64 bytes or more, which take it whole.
+TEST(Quirks, HashLengthRule) {
+    EXPECT_EQ(ecdsaHashLen(32, 64), 32u);
+    EXPECT_EQ(ecdsaHashLen(32, 20), 20u);
+    EXPECT_EQ(ecdsaHashLen(48, 48), 48u);
+    EXPECT_EQ(ecdsaHashLen(63, 64), 63u);
+    EXPECT_EQ(ecdsaHashLen(64, 100), 100u);
+    EXPECT_EQ(ecdsaHashLen(66, 64), 64u);
+}
+
+// SSH names: the key type of P-521 says "nistp512" and secp256k1's "secp256k1", while their blobs name
+// "nistp521" and "nistk256"; curves SSH has no name for write P-256's into the blob.
+TEST(Quirks, SshNames) {
+    const std::vector<std::pair<std::string, std::string>> want = {
+        {"ecdsa-sha2-nistp256", "nistp256"},        {"ecdsa-sha2-nistp384", "nistp384"},
+        {"ecdsa-sha2-nistp512", "nistp521"},        {"ecdsa-sha2-secp256k1", "nistk256"},
+        {"ecdsa-sha2-nistp192", "nistp256"},        {"ecdsa-sha2-nistp224", "nistp224"},
+        {"ecdsa-sha2-brainpoolP256r1", "nistp256"}, {"ecdsa-sha2-brainpoolP160r1", "nistp256"},
+        {"ecdsa-sha2-brainpoolP192r1", "nistp256"}, {"ecdsa-sha2-brainpoolP224r1", "nistp256"},
+        {"ecdsa-sha2-brainpoolP320r1", "nistp256"}, {"ecdsa-sha2-brainpoolP384r1", "nistp256"},
+        {"ecdsa-sha2-brainpoolP512r1", "nistp256"}};
+    for (size_t i = 0; i < want.size(); ++i) {
+        EccCurve curve;
+        LogNull log;
+        StringBuffer type;
+        ASSERT_TRUE(curve.loadCurveByName(allCurves()[i].name, log) && curve.getPpkType(type, log));
+        EXPECT_EQ(type.getString(), want[i].first);
+        EXPECT_EQ(curve.puttyCurveName(), want[i].second);
+    }
+}
+
+// A PuTTY private blob of 57 bytes or more is read as the four-field form: a 53-byte mpint of d (57 bytes
+// with its length) is taken for a curve name, while 52 bytes load as d.
+TEST(Quirks, PuttyBlobThreshold) {
+    Ossl o = Ossl::random(allCurves()[2], *std::make_unique<TestPrng>(testSeed()));
+    for (unsigned len : {52u, 53u}) {
+        DataBuffer blob;
+        SshMessage::pack_db(toDb(Bytes(len, 0x11)), blob);
+        EccKey key;
+        LogRecorder log;
+        bool ok = key.loadPrivateFromPuttySsh("secp521r1", toDb(o.point()), blob, log);
+        EXPECT_EQ(ok, len == 52) << log.errorText();
+        EXPECT_EQ(hexOf(key.m_privKey), ok ? std::string(2 * len, '1') : "0");
+    }
+    DataBuffer empty;
+    EccKey pub;
+    LogNull log;
+    ASSERT_TRUE(pub.loadPrivateFromPuttySsh("secp521r1", toDb(o.point()), empty, log));
+    EXPECT_EQ(pub.m_keyType, 0);
+}
+
+// TLS wrapping turns a raw r||s into standard DER (a sign octet where needed) and re-encodes DER.
+TEST(Quirks, TlsWrapping) {
+    TestPrng prng(testSeed());
+    for (Bytes raw : {prng.bytes(64), prng.bytes(96)}) {
+        raw[0] |= 0x80;
+        raw[raw.size() / 2] &= 0x7F;
+        size_t half = raw.size() / 2;
+        Bytes want = derOf(bnOf(Bytes(raw.begin(), raw.begin() + half)).get(),
+                           bnOf(Bytes(raw.begin() + half, raw.end())).get());
+        for (const Bytes &in : {raw, want}) {
+            DataBuffer out;
+            out.append("x", 1);
+            LogRecorder log;
+            ASSERT_TRUE(EccKey::eccWrapSigAsn_forTls(toDb(in), 0, out, log));
+            Bytes got = toBytes(out);
+            EXPECT_EQ(Bytes(got.begin() + 1, got.end()), want);
+        }
+    }
+}
+
+// Scalars the generic ladder meets outside [1, n): zero gives G, n gives G again after the in-place
+// reduction; the secp256k1 engine takes zero to its canonical zero point and keeps d unreduced.
+TEST(Quirks, ScalarsOutsideTheRange) {
+    for (const CurveInfo &c : {allCurves()[0], allCurves()[3]}) {
+        BnPtr n = orderOf(c);
+        EccKey zero, atN;
+        LogRecorder log;
+        ASSERT_TRUE(zero.generateNewKey2(StringBuffer(c.name), "00", "hex", log));
+        ASSERT_TRUE(
+            atN.generateNewKey2(StringBuffer(c.name), hexOf(bytesOf(n.get(), 32)).c_str(), "hex", log));
+        DataBuffer q0, qn;
+        zero.exportEccPoint(q0, log);
+        atN.exportEccPoint(qn, log);
+        BnPtr one(BN_new());
+        BN_one(one.get());
+        Bytes G = Ossl(c, one.get()).point();
+        if (isK1(c)) {
+            EXPECT_EQ(hexOf(zero.m_pubPoint.m_x) + hexOf(zero.m_pubPoint.m_y), "01");
+            EXPECT_EQ(hexOf(atN.m_privKey), hexOf(bytesOf(n.get(), 0)));
+        } else {
+            EXPECT_EQ(toBytes(q0), G);
+            EXPECT_EQ(toBytes(qn), G);
+            EXPECT_EQ(hexOf(atN.m_privKey), "0");
+        }
+    }
+}
+
+}  // namespace

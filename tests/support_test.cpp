@@ -1,0 +1,142 @@
+// The collaborator services under the key code, each against OpenSSL: big-integer steps, text codecs,
+// buffers and the DER writer.
+#include <openssl/asn1.h>
+
+#include "support/AsnItem.h"
+#include "support/Oracle.h"
+#include "support/Owners.h"
+
+using namespace ecckey;
+using namespace ecckey_test;
+
+namespace {
+
+// The one-call modular steps and LibTomMath's own operations, on values in and around [0, m).
+TEST(Support, ModularStepsMatchOpenSsl) {
+    TestPrng prng(testSeed());
+    std::unique_ptr<BN_CTX, void (*)(BN_CTX *)> ctx(BN_CTX_new(), BN_CTX_free);
+    for (const CurveInfo &c : allCurves()) {
+        BnPtr m = orderOf(c), want(BN_new());
+        mp_int mm, a, b, r;
+        mpOf(m.get(), mm);
+        for (int i = 0; i < testIterations(20); ++i) {
+            BnPtr x = randomScalar(c, prng), y = randomScalar(c, prng);
+            if (i == 0)
+                BN_sub(y.get(), m.get(), BN_value_one());
+            mpOf(x.get(), a);
+            mpOf(y.get(), b);
+            auto check = [&](int rc, const char *what) {
+                ASSERT_EQ(rc, 0) << what;
+                DataBuffer mine;
+                TovarMp::mpint_to_db(r, mine);
+                EXPECT_EQ(toBytes(mine), BN_is_zero(want.get()) ? Bytes() : bytesOf(want.get(), 0))
+                    << what << " " << c.name;
+            };
+            BN_mod_add(want.get(), x.get(), y.get(), m.get(), ctx.get());
+            check(TovarMp::mp_add_sub_once(a, b, mm, r), "add");
+            BN_mod_sub(want.get(), x.get(), y.get(), m.get(), ctx.get());
+            check(TovarMp::mp_sub_add_once(a, b, mm, r), "sub");
+            BN_mod_mul(want.get(), x.get(), y.get(), m.get(), ctx.get());
+            check(TovarMp::mp_mulmod(a, b, mm, r), "mulmod");
+            BN_mod_inverse(want.get(), x.get(), m.get(), ctx.get());
+            check(TovarMp::mp_invmod(a, mm, r), "invmod");
+            BN_mul(want.get(), x.get(), y.get(), ctx.get());
+            BN_nnmod(want.get(), want.get(), m.get(), ctx.get());
+            TovarMp::mp_mul(a, b, r);
+            check(TovarMp::mp_mod(r, mm, r), "mod");
+            // Halving mod m: (x + m·(x odd)) / 2.
+            BN_copy(want.get(), x.get());
+            if (BN_is_odd(want.get()))
+                BN_add(want.get(), want.get(), m.get());
+            BN_rshift1(want.get(), want.get());
+            TovarMp::mp_copy(a, r);
+            check(TovarMp::mp_halve_add_odd(r, mm), "halve");
+            // A negative value is inverted as itself, not as its magnitude.
+            BN_sub(want.get(), m.get(), x.get());
+            BN_mod_inverse(want.get(), want.get(), m.get(), ctx.get());
+            mp_int neg;
+            TovarMp::mp_sub(neg, a, neg);
+            check(TovarMp::mp_invmod(neg, mm, r), "invmod of a negative");
+            EXPECT_EQ(TovarMp::mp_count_bits(a), BN_num_bits(x.get()));
+            EXPECT_EQ(TovarMp::mp_cmp(a, b),
+                      BN_cmp(x.get(), y.get()) < 0 ? -1 : BN_cmp(x.get(), y.get()) > 0);
+            mp_int fromHex;
+            StringBuffer hex;
+            ASSERT_TRUE(TovarMp::mpint_to_hex(a, hex) &&
+                        TovarMp::mpint_from_radix(fromHex, hex.getString(), 16));
+            EXPECT_EQ(hexOf(fromHex), hexOf(a));
+        }
+    }
+}
+
+// base64, base64url and hex both ways on every length modulo three; bad text leaves the buffer alone.
+TEST(Support, TextCodecsMatchOpenSsl) {
+    TestPrng prng(testSeed());
+    for (unsigned len = 0; len < 40; ++len) {
+        Bytes b = prng.bytes(len);
+        std::string std64(4 * ((len + 2) / 3), '\0');
+        EVP_EncodeBlock(reinterpret_cast<unsigned char *>(&std64[0]), b.data(), (int)len);
+        std::string url64 = std64;
+        for (char &ch : url64)
+            ch = ch == '+' ? '-' : ch == '/' ? '_' : ch;
+        url64.erase(url64.find_last_not_of('=') + 1);
+        for (auto [encoding, text] : {std::pair<const char *, std::string>{"base64", std64},
+                                      {"base64url", url64},
+                                      {"hex", hexOf(b)}}) {
+            StringBuffer out;
+            ASSERT_TRUE(toDb(b).encodeDB(encoding, out));
+            EXPECT_EQ(out.getString(), text) << encoding;
+            DataBuffer back;
+            back.append("x", 1);
+            ASSERT_TRUE(back.appendEncoded((" " + text + "\n").c_str(), encoding)) << encoding << text;
+            b.insert(b.begin(), 'x');
+            EXPECT_EQ(toBytes(back), b) << encoding;
+            b.erase(b.begin());
+        }
+    }
+    for (auto [encoding, text] : {std::pair<const char *, const char *>{"base64", "QUJD!"},
+                                  {"base64url", "a+b"},
+                                  {"hex", "0G"},
+                                  {"hex", "ABC"},
+                                  {"nope", "00"}}) {
+        DataBuffer db;
+        db.append("ab", 2);
+        EXPECT_FALSE(db.appendEncoded(text, encoding)) << encoding << " " << text;
+        EXPECT_EQ(toBytes(db), (Bytes{'a', 'b'}));
+    }
+    StringBuffer pairs;
+    DataBuffer::toHexString2(unhex("00A1FF").data(), 3, true, pairs);
+    EXPECT_STREQ(pairs.getString(), "00:a1:ff");
+}
+
+// A DER INTEGER for every value is OpenSSL's encoding of it, and reads back to the value.
+TEST(Support, DerIntegersMatchOpenSsl) {
+    TestPrng prng(testSeed());
+    for (int i = 0; i < 200; ++i) {
+        Bytes v = prng.bytes(1 + i % 70);
+        if (i % 3 == 0)
+            v[0] = (unsigned char)(i % 2 ? 0x80 : 0);
+        mp_int m;
+        TovarMp::mpint_from_bytes(m, v.data(), (unsigned)v.size());
+        ObjectOwner<tv_asnItem> seqOwner(tv_asnItem::newSequence());
+        tv_asnItem *seq = seqOwner.get();
+        LogRecorder log;
+        ASSERT_TRUE(seq->appendUnsignedInt(m, log));
+        DataBuffer der;
+        ASSERT_TRUE(_tvDer::EncodeAsn(seq, der));
+        BnPtr bn = bnOf(v);
+        ASN1_INTEGER *ai = BN_to_ASN1_INTEGER(bn.get(), nullptr);
+        unsigned char *enc = nullptr;
+        int n = i2d_ASN1_INTEGER(ai, &enc);
+        Bytes want{0x30, (unsigned char)n};
+        want.insert(want.end(), enc, enc + n);
+        OPENSSL_free(enc);
+        ASN1_INTEGER_free(ai);
+        EXPECT_EQ(toBytes(der), want);
+        mp_int back;
+        ASSERT_TRUE(seq->getSubItem_doNotDelete(0)->get_mp(back, log));
+        EXPECT_EQ(hexOf(back), hexOf(m));
+    }
+}
+
+}  // namespace
