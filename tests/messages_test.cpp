@@ -4,6 +4,7 @@
 
 #include "support/JsonObject.h"
 #include "support/Oracle.h"
+#include "support/PublicKey.h"
 
 using namespace ecckey;
 using namespace ecckey_test;
@@ -20,26 +21,34 @@ const std::string kD = "0420" + std::string(64, '1');
 
 struct Fixture {
     TestPrng prng{testSeed()};
-    EccKey p256, p256pub, bp256, k1;
+    EccKey p256, p256pub, bp256, k1, k1pub;
+    DataBuffer o;
+    ScriptedPrng failing;
+    Bytes h = Bytes(32, 1);
     Fixture() {
         LogNull log;
+        failing.m_failWhenEmpty = true;
         p256.generateNewKey(StringBuffer("P-256"), prng, log);
         p256pub.loadEcPubKeyByCurveAndPoint("P-256", toDb(unhex(kG)), log);
         bp256.generateNewKey(StringBuffer("brainpoolP256r1"), prng, log);
         k1.generateNewKey(StringBuffer("secp256k1"), prng, log);
+        k1.exportEccPoint(o, log);
+        k1pub.loadEcPubKeyByCurveAndPoint("secp256k1", o, log);
     }
 };
 
-bool der(const std::string &hex, LogBase &log) {
+// Reads text as the caller would hand it over: "der" hex, a "jwk" text or a "pem" text.
+bool load(const std::string &kind, const std::string &text, LogBase &log) {
     EccKey key;
-    DataBuffer db = toDb(unhex(hex));
-    return key.loadEccDer(db, log);
-}
-
-bool jwk(const std::string &text, LogBase &log) {
     ClsJsonObject json;
-    EccKey key;
-    return json.load(text.c_str(), log) && key.loadAnyJwk(json, log);
+    StringBuffer label;
+    DataBuffer db;
+    if (kind == "jwk")
+        return json.load(text.c_str(), log) && key.loadAnyJwk(json, log);
+    if (kind == "pem")
+        return _tvPublicKey::pemToDer(text.c_str(), label, db, log);
+    db = toDb(unhex(text));
+    return key.loadEccDer(db, log);
 }
 
 bool verify(EccKey &key, const Bytes &sig, const Bytes &hash, LogBase &log) {
@@ -48,207 +57,157 @@ bool verify(EccKey &key, const Bytes &sig, const Bytes &hash, LogBase &log) {
                              valid, log, 0);
 }
 
-struct Case {
-    const char *what;
-    std::function<bool(Fixture &, LogBase &)> act;
-    std::vector<std::string>
-        errors;  // the last error lines, in order (a decoder may add its own before them)
+using Errors = std::vector<std::string>;  // the last error lines, in order (a decoder may add its own first)
+const Errors kUnknownCurve = {"Unsupported ECDSA curve.", "Unsupported ECC curve.."};
+const std::string kSec1Tail = "Invalid ASN.1 for ECC private key.";
+const std::string kPem = "-----BEGIN PUBLIC KEY-----\nMAA=\n-----END ";
+
+const struct {
+    const char *kind;
+    std::string text;
+    Errors errors;
+} kInputs[] = {
+    {"der", "305B301506092A864886F70D01010106082A8648CE3D030107034200" + kG, {"Not an ECC key."}},
+    {"der",
+     "301D" + kAlgId + "0306000201020304",
+     {"First byte of ECC point is invalid.", "Invalid ANSI X9.63 ECC point.", "Failed to load ECC point."}},
+    {"der", "3056301006072A8648CE3D020106052B81040063034200" + kG, {"Unsupported ECDSA curve."}},
+    {"der", "3059034200" + kG + kAlgId, {"The ECC curve OID is unknown.", "Invalid ASN.1 for ECC key."}},
+    {"der", "3000", {"Invalid ASN.1 for ECC key."}},
+    {"der", "", {"Failed to decode ECC key ASN.1"}},
+    {"der",
+     "30310201020420" + std::string(64, '1') + "A00A06082A8648CE3D030107",
+     {"curve OID not found.", kSec1Tail}},
+    {"der",
+     "302C020101" + kD + "A00506032A0304",
+     {"Unsupported ECDSA curve.", "Failed to load curve by OID.", "curve OID not found.", kSec1Tail}},
+    {"der",
+     "30110201010400A00A06082A8648CE3D030107",
+     {"Failed to get K bytes", "curve OID not found.", kSec1Tail}},
+    {"der", "3018020100" + kAlgId, {"Invalid ASN.1 for ECC key."}},
+    {"der", "301C020100" + kAlgId + "04023009", {"Failed to decode ECC key ASN.1"}},
+    {"jwk", R"({"kty":"EC","x":"AQ","y":"AQ"})", {"JWK crv member in ECC key is missing"}},
+    {"jwk", R"({"kty":"EC","crv":"P-999","x":"AQ","y":"AQ"})", {"Invalid ECC curve name"}},
+    {"jwk", R"({"kty":"EC","crv":"P-256","x":"AQ","y":"=="})", {"JWK member is not valid base64url."}},
+    {"jwk", R"({"kty":"EC","crv":"P-256","x":"AQ"})", {"JWK member is missing."}},
+    {"jwk", R"(["EC"])", {"JSON text is not an object."}},
+    {"pem", "MAA=", {"No PEM BEGIN line found."}},
+    {"pem", kPem, {"Invalid PEM END line."}},
+    {"pem", kPem + "PRIVATE KEY-----\n", {"PEM BEGIN and END labels differ."}},
+    {"pem", "-----BEGIN PUBLIC KEY-----\nMA!=\n-----END PUBLIC KEY-----\n", {"Invalid base64 in PEM body."}},
 };
 
-const std::vector<std::string> kUnknownCurve = {"Unsupported ECDSA curve.", "Unsupported ECC curve.."};
-const std::vector<std::string> kBadPoint = {"First byte of ECC point is invalid.",
-                                            "Invalid ANSI X9.63 ECC point.", "Failed to load ECC point."};
-const std::string kSec1Tail = "Invalid ASN.1 for ECC private key.";
+TEST(Messages, EachRefusedInputLogsItsLines) {
+    for (const auto &in : kInputs) {
+        LogRecorder log;
+        EXPECT_FALSE(load(in.kind, in.text, log)) << in.text;
+        Errors errors = log.errors();
+        if (errors.size() > in.errors.size())
+            errors.erase(errors.begin(), errors.end() - (long)in.errors.size());
+        EXPECT_EQ(errors, in.errors) << in.text << "\n" << log.errorText();
+    }
+}
+
+using F = Fixture;
+using L = LogBase;
+struct Case {
+    const char *what;
+    std::function<bool(F &, L &)> act;
+    Errors errors;
+};
 
 const Case kCases[] = {
-    {"SPKI of another algorithm",
-     [](Fixture &, LogBase &l) {
-         return der("305B301506092A864886F70D01010106082A8648CE3D030107034200" + kG, l);
-     },
-     {"Not an ECC key."}},
-    {"compressed point", [](Fixture &, LogBase &l) { return der("301D" + kAlgId + "0306000201020304", l); },
-     kBadPoint},
-    {"unknown named curve",
-     [](Fixture &, LogBase &l) { return der("3056301006072A8648CE3D020106052B81040063034200" + kG, l); },
-     {"Unsupported ECDSA curve."}},
-    {"BIT STRING first",
-     [](Fixture &, LogBase &l) { return der("3059034200" + kG + kAlgId, l); },
-     {"The ECC curve OID is unknown.", "Invalid ASN.1 for ECC key."}},
-    {"empty SEQUENCE", [](Fixture &, LogBase &l) { return der("3000", l); }, {"Invalid ASN.1 for ECC key."}},
-    {"no DER at all", [](Fixture &, LogBase &l) { return der("", l); }, {"Failed to decode ECC key ASN.1"}},
-    {"SEC 1 version 2",
-     [](Fixture &, LogBase &l) {
-         return der("30310201020420" + std::string(64, '1') + "A00A06082A8648CE3D030107", l);
-     },
-     {"curve OID not found.", kSec1Tail}},
-    {"SEC 1 unknown curve",
-     [](Fixture &, LogBase &l) { return der("302C020101" + kD + "A00506032A0304", l); },
-     {"Unsupported ECDSA curve.", "Failed to load curve by OID.", "curve OID not found.", kSec1Tail}},
-    {"SEC 1 empty scalar",
-     [](Fixture &, LogBase &l) { return der("30110201010400A00A06082A8648CE3D030107", l); },
-     {"Failed to get K bytes", "curve OID not found.", kSec1Tail}},
-    {"PKCS #8 without key",
-     [](Fixture &, LogBase &l) { return der("3018020100" + kAlgId, l); },
-     {"Invalid ASN.1 for ECC key."}},
-    {"PKCS #8 undecodable key",
-     [](Fixture &, LogBase &l) { return der("301C020100" + kAlgId + "04023009", l); },
-     {"Failed to decode ECC key ASN.1"}},
-    {"JWK without crv",
-     [](Fixture &, LogBase &l) { return jwk(R"({"kty":"EC","x":"AQ","y":"AQ"})", l); },
-     {"JWK crv member in ECC key is missing"}},
-    {"JWK unknown crv",
-     [](Fixture &, LogBase &l) { return jwk(R"({"kty":"EC","crv":"P-999","x":"AQ","y":"AQ"})", l); },
-     {"Invalid ECC curve name"}},
-    {"JWK blank member",
-     [](Fixture &, LogBase &l) { return jwk(R"({"kty":"EC","crv":"P-256","x":"AQ","y":"=="})", l); },
-     {"JWK member is not valid base64url."}},
-    {"JWK missing member",
-     [](Fixture &, LogBase &l) { return jwk(R"({"kty":"EC","crv":"P-256","x":"AQ"})", l); },
-     {"JWK member is missing."}},
-    {"unknown curve name",
-     [](Fixture &f, LogBase &l) { return f.p256.generateNewKey2(StringBuffer("ed25519"), "01", "hex", l); },
+    {"curve", [](F &f, L &l) { return f.p256.generateNewKey2(StringBuffer("ed25519"), "01", "hex", l); },
      kUnknownCurve},
-    {"generation on an unknown curve",
-     [](Fixture &f, LogBase &l) { return EccKey().generateNewKey(StringBuffer("curve25519"), f.prng, l); },
+    {"curve",
+     [](F &f, L &l) { return EccKey().generateNewKey(StringBuffer("curve25519"), f.prng, l); },
      {"Unsupported ECDSA curve.", "Unsupported ECC curve..", "Failed to load curve by name."}},
-    {"generator fails",
-     [](Fixture &, LogBase &l) {
-         ScriptedPrng failing;
-         failing.m_failWhenEmpty = true;
-         return EccKey().generateNewKey(StringBuffer("secp384r1"), failing, l);
-     },
+    {"prng",
+     [](F &f, L &l) { return EccKey().generateNewKey(StringBuffer("secp384r1"), f.failing, l); },
      {"Failed to generate random private key."}},
-    {"undecodable scalar",
-     [](Fixture &, LogBase &l) { return EccKey().generateNewKey2(StringBuffer("P-256"), "zz", "hex", l); },
+    {"k",
+     [](F &, L &l) { return EccKey().generateNewKey2(StringBuffer("P-256"), "zz", "hex", l); },
      {"Failed to decode K."}},
-    {"raw scalar of no known size",
-     [](Fixture &, LogBase &l) { return EccKey().loadEccPrivateRaw(toDb(Bytes(64, 1)), false, l); },
+    {"raw d",
+     [](F &, L &l) { return EccKey().loadEccPrivateRaw(toDb(Bytes(64, 1)), false, l); },
      {"Invalid ECC key size."}},
-    {"raw point not uncompressed",
-     [](Fixture &, LogBase &l) {
+    {"raw Q",
+     [](F &, L &l) {
          return EccKey().loadEccPublicRaw(toDb(Bytes{2, 1, 1}), l);
      },
      {"Not a raw ECC public key."}},
-    {"raw point of P-224's size",
-     [](Fixture &, LogBase &l) {
-         Bytes pt(57, 1);
-         pt[0] = 4;
-         return EccKey().loadEccPublicRaw(toDb(pt), l);
-     },
+    {"raw Q",
+     [](F &, L &l) { return EccKey().loadEccPublicRaw(toDb(unhex("04" + kG.substr(0, 112))), l); },
      {"Invalid ECC public key size."}},
-    {"point of an unknown curve",
-     [](Fixture &, LogBase &l) { return EccKey().loadEcPubKeyByCurveAndPoint("x25519", toDb(unhex(kG)), l); },
+    {"Q", [](F &, L &l) { return EccKey().loadEcPubKeyByCurveAndPoint("x25519", toDb(unhex(kG)), l); },
      kUnknownCurve},
-    {"point of one byte",
-     [](Fixture &, LogBase &l) { return EccKey().loadEcPubKeyByCurveAndPoint("P-256", toDb(Bytes{4}), l); },
+    {"Q",
+     [](F &, L &l) { return EccKey().loadEcPubKeyByCurveAndPoint("P-256", toDb(Bytes{4}), l); },
      {"Invalid ANSI X9.63 ECC point.", "Failed to load ECC point."}},
-    {"public key agrees",
-     [](Fixture &f, LogBase &l) {
-         DataBuffer o;
-         return f.p256pub.sharedSecret(f.p256, o, l);
-     },
+    {"ecdh", [](F &f, L &l) { return f.p256pub.sharedSecret(f.p256, f.o, l); }, {"Must be a private key."}},
+    {"ecdh", [](F &f, L &l) { return f.p256.sharedSecret(f.bp256, f.o, l); }, {"ECC curves are different"}},
+    {"sign",
+     [](F &f, L &l) { return f.p256pub.eccSignHash(f.h.data(), 32, f.prng, true, f.o, l); },
      {"Must be a private key."}},
-    {"keys on two curves",
-     [](Fixture &f, LogBase &l) {
-         DataBuffer o;
-         return f.p256.sharedSecret(f.bp256, o, l);
-     },
-     {"ECC curves are different"}},
-    {"public key signs",
-     [](Fixture &f, LogBase &l) {
-         DataBuffer o;
-         return f.p256pub.eccSignHash(unhex(kD).data(), 32, f.prng, true, o, l);
-     },
+    {"ssh",
+     [](F &f, L &l) { return f.p256pub.eccSignHash_forSsh(f.h.data(), 32, f.prng, f.o, l); },
      {"Must be a private key."}},
-    {"public key signs for SSH",
-     [](Fixture &f, LogBase &l) {
-         DataBuffer o;
-         return f.p256pub.eccSignHash_forSsh(unhex(kD).data(), 32, f.prng, o, l);
-     },
+    {"k1",
+     [](F &f, L &l) { return f.k1pub.eccSignHash(f.h.data(), 32, f.prng, true, f.o, l); },
      {"Must be a private key."}},
-    {"public secp256k1 key signs",
-     [](Fixture &f, LogBase &l) {
-         EccKey pub;
-         DataBuffer point, o;
-         f.k1.exportEccPoint(point, l);
-         pub.loadEcPubKeyByCurveAndPoint("secp256k1", point, l);
-         return pub.eccSignHash(unhex(kD).data(), 32, f.prng, true, o, l);
-     },
-     {"Must be a private key."}},
-    {"signing nonce unavailable",
-     [](Fixture &f, LogBase &l) {
-         ScriptedPrng failing;
-         failing.m_failWhenEmpty = true;
-         DataBuffer o;
-         return f.p256.eccSignHash(unhex(kD).data(), 32, failing, true, o, l);
-     },
+    {"nonce",
+     [](F &f, L &l) { return f.p256.eccSignHash(f.h.data(), 32, f.failing, true, f.o, l); },
      {"Failed to generate point on curve."}},
-    {"no hash",
-     [](Fixture &f, LogBase &l) {
-         DataBuffer o;
-         return f.p256.eccSignHash(nullptr, 48, f.prng, true, o, l);
-     },
+    {"e",
+     [](F &f, L &l) { return f.p256.eccSignHash(nullptr, 48, f.prng, true, f.o, l); },
      {"Failed to get e"}},
-    {"secp256k1 signs a short hash",
-     [](Fixture &f, LogBase &l) {
-         DataBuffer o;
-         return f.k1.eccSignHash(unhex(kD).data(), 20, f.prng, true, o, l);
-     },
+    {"k1",
+     [](F &f, L &l) { return f.k1.eccSignHash(f.h.data(), 20, f.prng, true, f.o, l); },
      {"secp256k1 must use SHA256"}},
-    {"secp256k1 verifies a short hash",
-     [](Fixture &f, LogBase &l) { return verify(f.k1, Bytes(64, 1), Bytes(20, 1), l); },
+    {"k1",
+     [](F &f, L &l) { return verify(f.k1, Bytes(64, 1), Bytes(20, 1), l); },
      {"hash length must be 32"}},
-    {"null signature",
-     [](Fixture &f, LogBase &l) { return verify(f.p256, Bytes(), Bytes(32, 1), l); },
-     {"null inputs."}},
-    {"raw signature of no known size",
-     [](Fixture &f, LogBase &l) { return verify(f.p256, Bytes(56, 1), Bytes(32, 1), l); },
+    {"verify", [](F &f, L &l) { return verify(f.p256, Bytes(), f.h, l); }, {"null inputs."}},
+    {"verify",
+     [](F &f, L &l) { return verify(f.p256, Bytes(56, 1), f.h, l); },
      {"Unexpected size for R,S signature.", "Failed to unpack ASN.1 DSA/ECDSA signature."}},
-    {"curve with a broken order",
-     [](Fixture &f, LogBase &l) {
-         f.p256pub.m_curve.m_order.setString("XYZ");
-         return verify(f.p256pub, Bytes(64, 1), Bytes(32, 1), l);
+    {"n",
+     [](F &f, L &l) {
+         return f.p256pub.m_curve.m_order.setString("XYZ") && verify(f.p256pub, Bytes(64, 1), f.h, l);
      },
      {"Failed to decode curve order."}},
-    {"curve with a broken prime",
-     [](Fixture &f, LogBase &l) {
-         f.p256pub.m_curve.m_p.setString("XYZ");
-         return f.p256pub.isPoint(l);
-     },
+    {"p",
+     [](F &f, L &l) { return f.p256pub.m_curve.m_p.setString("XYZ") && f.p256pub.isPoint(l); },
      {"Failed to decode curve prime."}},
-    {"Brainpool curve with a broken a",
-     [](Fixture &f, LogBase &l) {
-         f.bp256.m_curve.m_a.setString("XYZ");
-         return verify(f.bp256, Bytes(64, 1), Bytes(32, 1), l);
-     },
+    {"a",
+     [](F &f, L &l) { return f.bp256.m_curve.m_a.setString("XYZ") && verify(f.bp256, Bytes(64, 1), f.h, l); },
      {"Failed to decode curve A."}},
-    {"regenerated key differs in y",
-     [](Fixture &f, LogBase &l) {
-         TovarMp::mp_add(f.p256.m_pubPoint.m_y, f.p256.m_pubPoint.m_z, f.p256.m_pubPoint.m_y);
-         return EccKey().regeneratePubKey(f.p256, l);
+    {"y",
+     [](F &f, L &l) {
+         return !TovarMp::mp_add(f.p256.m_pubPoint.m_y, f.p256.m_pubPoint.m_z, f.p256.m_pubPoint.m_y) &&
+                EccKey().regeneratePubKey(f.p256, l);
      },
      {"y is different!", "Failed."}},
-    {"PuTTY blob without its second name",
-     [](Fixture &, LogBase &l) {
-         DataBuffer blob =
-             toDb(unhex("0000001365636473612D736861322D6E69737470323536FFFFFFFF" + std::string(66, '0')));
-         return EccKey().loadPrivateFromPuttySsh("nistp256", toDb(unhex(kG)), blob, l);
+    {"ppk",
+     [](F &f, L &l) {
+         f.o = toDb(unhex("0000001365636473612D736861322D6E69737470323536FFFFFFFF" + std::string(66, '0')));
+         return EccKey().loadPrivateFromPuttySsh("nistp256", toDb(unhex(kG)), f.o, l);
      },
      {"no alt curve name"}},
-    {"SSH type of a curve without OID",
-     [](Fixture &, LogBase &l) {
+    {"ppk",
+     [](F &, L &l) {
          StringBuffer out;
          return EccCurve().getPpkType(out, l);
      },
      {"Unsupported ecdsa curve."}},
 };
 
-TEST(Messages, EachRefusalLogsItsLines) {
+TEST(Messages, EachRefusedOperationLogsItsLines) {
     for (const Case &tc : kCases) {
         Fixture f;
         LogRecorder log;
         EXPECT_FALSE(tc.act(f, log)) << tc.what;
-        std::vector<std::string> errors = log.errors();
+        Errors errors = log.errors();
         if (errors.size() > tc.errors.size())
             errors.erase(errors.begin(), errors.end() - (long)tc.errors.size());
         EXPECT_EQ(errors, tc.errors) << tc.what << "\n" << log.errorText();
@@ -295,7 +254,7 @@ TEST(Messages, CurveNamesAndTheirLookalikes) {
     EccCurve curve;
     LogRecorder log;
     EXPECT_FALSE(curve.loadCurveByOid(StringBuffer("1.3.132.0.34.0"), log));
-    EXPECT_EQ(log.errors(), std::vector<std::string>{"Unsupported ECDSA curve."});
+    EXPECT_EQ(log.errors(), Errors{"Unsupported ECDSA curve."});
 }
 
 }  // namespace
