@@ -136,3 +136,37 @@ TEST(Quirks, ScalarsOutsideTheRange) {
 }
 
 }  // namespace
+
+// The secp256k1 signer reads its nonce bytes least significant first, draws again when the nonce is zero
+// or not below n, and gives up silently after 100 draws.
+TEST(Quirks, Secp256k1NonceRetries) {
+    const CurveInfo &k1 = allCurves()[3];
+    TestPrng prng(testSeed());
+    Ossl o = Ossl::random(k1, prng);
+    EccKey key;
+    loadInto(o, k1, key, true);
+    BnPtr k = randomScalar(k1, prng);
+    Bytes h = prng.bytes(32), kBytes = bytesOf(k.get(), 32);
+    std::reverse(kBytes.begin(), kBytes.end());
+    ScriptedPrng scripted;
+    scripted.m_queue = Bytes(32, 0xFF);
+    scripted.m_queue.insert(scripted.m_queue.end(), 32, 0);
+    scripted.m_queue.insert(scripted.m_queue.end(), kBytes.begin(), kBytes.end());
+    DataBuffer sig;
+    LogRecorder log;
+    ASSERT_TRUE(key.eccSignHash(h.data(), 32, scripted, false, sig, log));
+    EXPECT_EQ(scripted.m_calls, 3);
+    Bytes kG = Ossl(k1, k.get()).point();
+    BnPtr r = bnOf(Bytes(kG.begin() + 1, kG.begin() + 33));
+    BN_nnmod(r.get(), r.get(), orderOf(k1).get(),
+             std::unique_ptr<BN_CTX, void (*)(BN_CTX *)>(BN_CTX_new(), BN_CTX_free).get());
+    EXPECT_EQ(Bytes(sig.getData2(), sig.getData2() + 32), bytesOf(r.get(), 32));
+    ScriptedPrng zeros;
+    EXPECT_FALSE(key.eccSignHash(h.data(), 32, zeros, true, sig, log));
+    EXPECT_EQ(zeros.m_calls, 100);
+    EXPECT_TRUE(log.errors().empty());
+    ScriptedPrng failing;
+    failing.m_failWhenEmpty = true;
+    EXPECT_FALSE(key.eccSignHash(h.data(), 32, failing, true, sig, log));
+    EXPECT_EQ(log.errors(), std::vector<std::string>{"Failed to generate random nonce."});
+}
