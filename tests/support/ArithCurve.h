@@ -15,7 +15,8 @@
 
 namespace ecckey_test {
 
-inline void mpFromBignum(const BIGNUM *bn, ecckey::mp_int &out) {
+// The value of an OpenSSL integer as the module's.
+inline void mpOf(const BIGNUM *bn, ecckey::mp_int &out) {
     const int len = BN_num_bytes(bn);
     if (len <= 0) {
         ecckey::TovarMp::mp_zero(out);
@@ -24,14 +25,6 @@ inline void mpFromBignum(const BIGNUM *bn, ecckey::mp_int &out) {
     std::vector<unsigned char> b((size_t)len);
     BN_bn2bin(bn, b.data());
     ecckey::TovarMp::mpint_from_bytes(out, b.data(), (unsigned)b.size());
-}
-
-// A new BIGNUM holding |v|; the caller frees it.
-inline BIGNUM *bignumFromMp(const ecckey::mp_int &v) {
-    std::vector<unsigned char> b(ecckey::TovarMp::mp_unsigned_bin_size(v));
-    if (!b.empty())
-        ecckey::TovarMp::mpint_to_bytes(v, b.data());
-    return BN_bin2bn(b.data(), (int)b.size(), nullptr);
 }
 
 // y² = x³ + ax + b over p, base point G of order n.
@@ -62,12 +55,12 @@ struct ArithCurve {
             !EC_POINT_get_affine_coordinates(group.get(), EC_GROUP_get0_generator(group.get()), gx, gy,
                                              ctx.get()))
             return false;
-        mpFromBignum(bp, p);
-        mpFromBignum(ba, a);
-        mpFromBignum(bb, b);
-        mpFromBignum(EC_GROUP_get0_order(group.get()), n);
-        mpFromBignum(gx, G.m_x);
-        mpFromBignum(gy, G.m_y);
+        mpOf(bp, p);
+        mpOf(ba, a);
+        mpOf(bb, b);
+        mpOf(EC_GROUP_get0_order(group.get()), n);
+        mpOf(gx, G.m_x);
+        mpOf(gy, G.m_y);
         ecckey::TovarMp::mp_set(G.m_z, 1);
         BN_copy(pm3, bp);
         BN_sub_word(pm3, 3);

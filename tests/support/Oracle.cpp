@@ -127,11 +127,6 @@ BnPtr bnOf(const ecckey::mp_int &v) {
     return bnOf(toBytes(db));
 }
 
-void mpOf(const BIGNUM *bn, ecckey::mp_int &out) {
-    Bytes b = bytesOf(bn, 0);
-    ecckey::TovarMp::mpint_from_bytes(out, b.data(), (unsigned)b.size());
-}
-
 BnPtr orderOf(const CurveInfo &c) {
     GroupPtr g(EC_GROUP_new_by_curve_name(c.nid));
     return BnPtr(BN_dup(EC_GROUP_get0_order(g.get())));

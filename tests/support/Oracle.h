@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "ecc/ecckey.h"
+#include "support/ArithCurve.h"
 #include "support/TestPrng.h"
 
 namespace ecckey_test {
@@ -64,7 +65,6 @@ Bytes digestOf(const char *name, const Bytes &msg);  // by OpenSSL name: "SHA1",
 Bytes bytesOf(const BIGNUM *bn, int len);            // big-endian, left-padded to len
 BnPtr bnOf(const Bytes &bigEndian);
 BnPtr bnOf(const ecckey::mp_int &v);
-void mpOf(const BIGNUM *bn, ecckey::mp_int &out);
 BnPtr orderOf(const CurveInfo &c);
 // A scalar drawn uniformly from [1, n).
 BnPtr randomScalar(const CurveInfo &c, TestPrng &prng);
