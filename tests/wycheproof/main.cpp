@@ -1,6 +1,6 @@
 // ecckey-wycheproof: runs the Project Wycheproof files of a folder through the module.
 //
-//   ecckey-wycheproof FOLDER [KNOWN_DIVERGENCES]
+//   ecckey-wycheproof [FOLDER [KNOWN_DIVERGENCES]]     (FOLDER: ../shared/vectors/wycheproof by default)
 //
 // Each file's "schema" picks a row of the handler table; the walk over groups and tests is shared. A
 // handler turns one test into the module's outcome: "valid", "invalid", or "wrong-secret" for an agreed
@@ -17,13 +17,13 @@
 // otherwise, 77 (CTest's skip code) when FOLDER does not exist.
 #include <openssl/evp.h>
 
-#include <algorithm>
 #include <climits>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <map>
+#include <memory>
 #include <nlohmann/json.hpp>
 #include <set>
 #include <sstream>
@@ -50,15 +50,14 @@ bool unhex(const std::string &hex, Bytes &out) {
 // SHAKE128 and SHAKE256 give the 32- and 64-byte outputs ECDSA uses with them. False when OpenSSL lacks it.
 bool digest(const std::string &name, const Bytes &msg, Bytes &out) {
     size_t xof = name == "SHAKE128" ? 32 : name == "SHAKE256" ? 64 : 0;
-    EVP_MD_CTX *ctx = EVP_MD_CTX_new();
-    unsigned len = 0;
-    out.assign(xof ? xof : EVP_MAX_MD_SIZE, 0);
-    bool ok =
-        EVP_DigestInit_ex(ctx, EVP_get_digestbyname(name.c_str()), nullptr) == 1 &&
-        EVP_DigestUpdate(ctx, msg.data(), msg.size()) == 1 &&
-        (xof ? EVP_DigestFinalXOF(ctx, out.data(), xof) : EVP_DigestFinal_ex(ctx, out.data(), &len)) == 1;
-    out.resize(xof ? xof : len);
-    EVP_MD_CTX_free(ctx);
+    std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> ctx(EVP_MD_CTX_new(), EVP_MD_CTX_free);
+    unsigned len = (unsigned)xof;
+    out.assign(EVP_MAX_MD_SIZE, 0);
+    bool ok = EVP_DigestInit_ex(ctx.get(), EVP_get_digestbyname(name.c_str()), nullptr) == 1 &&
+              EVP_DigestUpdate(ctx.get(), msg.data(), msg.size()) == 1 &&
+              (xof ? EVP_DigestFinalXOF(ctx.get(), out.data(), xof)
+                   : EVP_DigestFinal_ex(ctx.get(), out.data(), &len)) == 1;
+    out.resize(len);
     return ok;
 }
 
@@ -69,25 +68,23 @@ enum class Form { Scalar, Point, Der, Pem, Jwk };
 
 bool loadKey(Form form, const json &test, const char *field, const std::string &curve, ecckey::EccKey &key,
              ecckey::LogBase &log) {
-    if (form == Form::Jwk) {
-        ecckey::ClsJsonObject jwk;
-        return test.contains(field) && test[field].is_object() && jwk.load(test[field].dump().c_str(), log) &&
-               key.loadAnyJwk(jwk, log);
-    }
-    std::string text = test.value(field, std::string());
-    Bytes bytes;
+    ecckey::ClsJsonObject jwk;
     ecckey::StringBuffer label;
     ecckey::DataBuffer der;
+    Bytes bytes;
+    if (form == Form::Jwk)
+        return test.value(field, json()).is_object() && jwk.load(test[field].dump().c_str(), log) &&
+               key.loadAnyJwk(jwk, log);
+    std::string text = test.value(field, std::string());
     if (form == Form::Scalar)
         return key.generateNewKey2(ecckey::StringBuffer(curve.c_str()), text.c_str(), "hex", log);
     if (form == Form::Point)
         return unhex(text, bytes) && key.loadEcPubKeyByCurveAndPoint(curve.c_str(), toDb(bytes), log);
-    if (form == Form::Pem)
-        return ecckey::_tvPublicKey::pemToDer(text.c_str(), label, der, log) && key.loadEccDer(der, log);
-    if (!unhex(text, bytes))
-        return false;
-    der = toDb(bytes);
-    return key.loadEccDer(der, log);
+    bool read = form == Form::Pem ? ecckey::_tvPublicKey::pemToDer(text.c_str(), label, der, log)
+                                  : unhex(text, bytes);
+    if (form == Form::Der)
+        der = toDb(bytes);
+    return read && key.loadEccDer(der, log);
 }
 
 // An ECDSA group's public key ("publicKey", "key" in older files); ECDH groups name their curve themselves.
@@ -95,8 +92,9 @@ const json &groupKey(const json &group) {
     return group.contains("publicKey") ? group["publicKey"] : group.contains("key") ? group["key"] : group;
 }
 
-using Handler = std::function<std::string(const json &group, const json &test, const std::string &curve,
-                                          ecckey::LogRecorder &log)>;
+// A handler's arguments: the group, the test, the group's curve and the log of the case.
+using Handler =
+    std::function<std::string(const json &, const json &, const std::string &, ecckey::LogRecorder &)>;
 
 // ECDH: our key and the peer's in their forms, then sharedSecret. A refusal anywhere is "invalid".
 Handler ecdh(Form mine, Form peer) {
@@ -108,8 +106,7 @@ Handler ecdh(Form mine, Form peer) {
             !loadKey(mine, test, "private", curve, ours, log) ||
             !loadKey(peer, test, "public", curve, theirs, log) || !ours.sharedSecret(theirs, secret, log))
             return "invalid";
-        return shared.empty() || secret.equals(shared.data(), (unsigned)shared.size()) ? "valid"
-                                                                                       : "wrong-secret";
+        return shared.empty() || secret.equals(toDb(shared)) ? "valid" : "wrong-secret";
     };
 }
 
@@ -126,8 +123,7 @@ Handler verify(bool raw) {
             return "invalid";
         // The signature reader splits raw signatures of these sizes by itself; others are passed with the
         // split flag and the curve's byte length as the length of r.
-        static const std::set<size_t> selfSplit = {48, 64, 96, 128, 132};
-        bool split = raw && !selfSplit.count(sig.size());
+        bool split = raw && !std::set<size_t>{48, 64, 96, 128, 132}.count(sig.size());
         bool valid = false;
         log.m_verbose = true;
         bool ran =
@@ -154,25 +150,25 @@ bool loadKnown(const std::string &path, Known &known) {
     std::ifstream in(path);
     std::string line, file, cause;
     long tcId = 0;
-    for (int lineNo = 1; std::getline(in, line); ++lineNo) {
+    int lineNo = 0;
+    auto fail = [&](const char *why) {
+        std::printf("ERROR %s:%d: %s\n", path.c_str(), lineNo, why);
+        return false;
+    };
+    if (!in)
+        return fail("cannot read the list");
+    for (lineNo = 1; std::getline(in, line); ++lineNo) {
         std::istringstream fields(line);
         if (!(fields >> file) || file[0] == '#')
             continue;
-        const char *error = nullptr;
         if (!(fields >> tcId))
-            error = "expected '<file> <tcId> <cause>'";
-        else if (!std::getline(fields >> std::ws, cause))
-            error = "a divergence needs its cause";
-        else if (!known.emplace(std::make_pair(file, tcId), cause).second)
-            error = "the case is listed twice";
-        if (error) {
-            std::printf("ERROR %s:%d: %s\n", path.c_str(), lineNo, error);
-            return false;
-        }
+            return fail("expected '<file> <tcId> <cause>'");
+        if (!std::getline(fields >> std::ws, cause))
+            return fail("a divergence needs its cause");
+        if (!known.emplace(std::make_pair(file, tcId), cause).second)
+            return fail("the case is listed twice");
     }
-    if (!in.eof())
-        std::printf("ERROR cannot read %s\n", path.c_str());
-    return in.eof();
+    return true;
 }
 
 // Runs one file and adds its passed and failed counts to the totals. A file that cannot be read or parsed,
@@ -184,8 +180,7 @@ void runFile(const std::filesystem::path &path, const Known &known, long &allPas
     std::set<std::string> skipReasons;
     auto handler = kHandlers.end();
     try {
-        std::ifstream in(path);
-        json doc = json::parse(in);
+        json doc = json::parse(std::ifstream(path));
         schema = doc.value("schema", std::string());
         handler = kHandlers.find(schema.substr(0, schema.find("_schema")));
         for (const json &group : doc.at("testGroups")) {
@@ -193,11 +188,10 @@ void runFile(const std::filesystem::path &path, const Known &known, long &allPas
             std::string sha = group.value("sha", std::string());
             ecckey::EccCurve ourCurve;
             ecckey::LogNull quiet;
-            Bytes probe;
             std::string skip = handler == kHandlers.end() ? "no handler for schema " + schema
                                : !ourCurve.loadCurveByName(curve.c_str(), quiet)
                                    ? "curve " + curve + " is not in the catalogue"
-                               : group.contains("sha") && !digest(sha, probe, probe)
+                               : group.contains("sha") && !EVP_get_digestbyname(sha.c_str())
                                    ? "digest " + sha + " is not available"
                                    : "";
             if (!skip.empty()) {
@@ -211,21 +205,17 @@ void runFile(const std::filesystem::path &path, const Known &known, long &allPas
                 std::string got = handler->second(group, test, curve, log);
                 long tcId = test.value("tcId", -1L);
                 std::string expected = test.value("result", std::string("?"));
-                bool agrees =
-                    got == expected || (expected == "acceptable" && (got == "valid" || got == "invalid"));
+                bool agrees = got == expected || (expected == "acceptable" && got != "wrong-secret");
                 auto cause = known.find(std::make_pair(name, tcId));
                 bool listed = cause != known.end();
                 seen.insert(tcId);
-                if (agrees != listed) {
+                // A test fails when its outcome differs unlisted, or agrees although listed.
+                failed += agrees == listed ? 1 : 0;
+                if (agrees != listed)
                     ++(agrees ? passed : knownCount);
-                    continue;
-                }
-                ++failed;
-                if (agrees)
-                    std::printf(
-                        "STALE %s tcId=%ld result=%s got=%s: listed as a known divergence (%s) but agrees "
-                        "now\n",
-                        name.c_str(), tcId, expected.c_str(), got.c_str(), cause->second.c_str());
+                else if (agrees)
+                    std::printf("STALE %s tcId=%ld result=%s got=%s: listed (%s) but agrees now\n",
+                                name.c_str(), tcId, expected.c_str(), got.c_str(), cause->second.c_str());
                 else
                     std::printf("MISMATCH %s tcId=%ld result=%s got=%s flags=%s\n%s\n", name.c_str(), tcId,
                                 expected.c_str(), got.c_str(),
@@ -237,13 +227,12 @@ void runFile(const std::filesystem::path &path, const Known &known, long &allPas
         ++failed;
     }
     // A listed case the file does not contain is stale as well; a file no handler reads is not checked.
-    for (auto it = known.lower_bound({name, LONG_MIN}); it != known.end() && it->first.first == name; ++it) {
+    for (auto it = known.lower_bound({name, LONG_MIN}); it != known.end() && it->first.first == name; ++it)
         if (handler != kHandlers.end() && !seen.count(it->first.second)) {
             ++failed;
             std::printf("STALE %s tcId=%ld: listed as a known divergence but the file has no such test\n",
                         name.c_str(), it->first.second);
         }
-    }
     std::printf("%s: %ld passed, %ld failed, %ld known, %ld skipped\n", name.c_str(), passed, failed,
                 knownCount, skipped);
     allPassed += passed;
@@ -252,23 +241,21 @@ void runFile(const std::filesystem::path &path, const Known &known, long &allPas
 
 }  // namespace
 
+// argv[1], optional: another folder than the shared vectors; argv[2], optional: another list of known
+// divergences.
 int main(int argc, char **argv) {
-    if (argc < 2) {
-        std::fprintf(stderr, "usage: ecckey-wycheproof FOLDER [KNOWN_DIVERGENCES]\n");
-        return 2;
-    }
-    if (!std::filesystem::is_directory(argv[1])) {
-        std::printf("Wycheproof vectors not found at %s: skipped\n", argv[1]);
+    std::string dir = argc > 1 ? argv[1] : ECCKEY_VECTORS_DIR "/wycheproof";
+    if (!std::filesystem::is_directory(dir)) {
+        std::printf("Wycheproof vectors not found at %s: skipped\n", dir.c_str());
         return 77;
     }
     Known known;
     if (!loadKnown(argc > 2 ? argv[2] : ECCKEY_KNOWN_DIVERGENCES, known))
         return 1;
-    std::vector<std::filesystem::path> files;
-    for (const auto &entry : std::filesystem::directory_iterator(argv[1]))
+    std::set<std::filesystem::path> files;  // sorted, for a stable report
+    for (const auto &entry : std::filesystem::directory_iterator(dir))
         if (entry.path().extension() == ".json")
-            files.push_back(entry.path());
-    std::sort(files.begin(), files.end());
+            files.insert(entry.path());
     long passed = 0, failed = 0;
     for (const auto &file : files)
         runFile(file, known, passed, failed);
