@@ -1,15 +1,10 @@
 # ecckey-wycheproof: Project Wycheproof files run through the module, with the checked-in list of the
-# module's known divergences. CTest runs it over the shared vectors folder and reports a skip when the
-# folder is absent.
-file(GLOB ECCKEY_WYCHEPROOF_SOURCES CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/wycheproof/*.cpp)
-add_executable(ecckey-wycheproof ${ECCKEY_WYCHEPROOF_SOURCES})
-target_include_directories(ecckey-wycheproof PRIVATE ${CMAKE_CURRENT_SOURCE_DIR} ${CMAKE_SOURCE_DIR})
-target_link_libraries(ecckey-wycheproof PRIVATE ecckey OpenSSL::Crypto nlohmann_json::nlohmann_json)
+# module's known divergences. It reads the shared vectors folder (ECCKEY_VECTORS_DIR of the test support
+# library) and reports a skip to CTest when the folder is absent.
+add_executable(ecckey-wycheproof ${CMAKE_CURRENT_SOURCE_DIR}/wycheproof/main.cpp)
+target_link_libraries(ecckey-wycheproof PRIVATE ecckey_testsupport nlohmann_json::nlohmann_json)
 target_compile_definitions(ecckey-wycheproof PRIVATE
   ECCKEY_KNOWN_DIVERGENCES="${CMAKE_CURRENT_SOURCE_DIR}/wycheproof/known_divergences.txt")
 ecckey_warnings(ecckey-wycheproof)
-
-set(ECCKEY_WYCHEPROOF_DIR "${CMAKE_SOURCE_DIR}/../shared/vectors/wycheproof"
-  CACHE PATH "Folder of Project Wycheproof test files")
-add_test(NAME wycheproof COMMAND ecckey-wycheproof --dir ${ECCKEY_WYCHEPROOF_DIR})
+add_test(NAME wycheproof COMMAND ecckey-wycheproof)
 set_tests_properties(wycheproof PROPERTIES SKIP_RETURN_CODE 77 TIMEOUT 300)

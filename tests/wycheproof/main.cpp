@@ -1,144 +1,264 @@
-// ecckey-wycheproof: runs Project Wycheproof test files through the module.
+// ecckey-wycheproof: runs the Project Wycheproof files of a folder through the module.
 //
-//   ecckey-wycheproof [--known FILE] [--logs] FILE.json...
-//   ecckey-wycheproof [--known FILE] [--logs] --dir FOLDER
+//   ecckey-wycheproof [FOLDER [KNOWN_DIVERGENCES]]     (FOLDER: ../shared/vectors/wycheproof by default)
 //
-// Prints "FILE: N passed, N failed, N known, N skipped" for each file, a MISMATCH line for each
-// unexpected outcome and "N passed, N failed" last. Exit status: 0 when nothing was unexpected, 1
-// otherwise, 77 (the CTest skip code) when --dir names a folder that does not exist.
-#include <dirent.h>
-#include <sys/stat.h>
+// Each file's "schema" picks a row of the handler table; the walk over groups and tests is shared. A
+// handler turns one test into the module's outcome: "valid", "invalid", or "wrong-secret" for an agreed
+// secret other than the file's (no verdict accepts it). The outcome is compared with the file's verdict:
+//   - "acceptable" in the file accepts either outcome;
+//   - a differing outcome listed in known_divergences.txt counts as known, any other as failed (printed
+//     with the module's log of the case);
+//   - a listed case that agrees now, or that the file does not contain, counts as failed too, so the list
+//     stays honest.
+// Groups on a curve outside the catalogue, or with a digest OpenSSL lacks, are skipped and counted.
+//
+// Prints "FILE: N passed, N failed, N known, N skipped" for each file, a MISMATCH, STALE or ERROR line for
+// each unexpected outcome and "N passed, N failed" last. Exit status: 0 when nothing was unexpected, 1
+// otherwise, 77 (CTest's skip code) when FOLDER does not exist.
+#include <openssl/evp.h>
 
-#include <algorithm>
+#include <climits>
 #include <cstdio>
-#include <cstring>
+#include <filesystem>
 #include <fstream>
-#include <stdexcept>
+#include <functional>
+#include <map>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
-#include "wycheproof/FileRun.h"
-#include "wycheproof/Handlers.h"
-
-#ifndef ECCKEY_KNOWN_DIVERGENCES
-#define ECCKEY_KNOWN_DIVERGENCES "known_divergences.txt"
-#endif
+#include "support/Oracle.h"
+#include "support/PublicKey.h"
 
 namespace {
 
-const int kSkipExitCode = 77;
+using ecckey_test::Bytes;
+using ecckey_test::toDb;
+using nlohmann::json;
 
-std::string baseName(const std::string &path) {
-    size_t slash = path.find_last_of('/');
-    return slash == std::string::npos ? path : path.substr(slash + 1);
+// Hex text to bytes; false on odd length or a non-hex character (the test then counts as refused).
+bool unhex(const std::string &hex, Bytes &out) {
+    bool ok = hex.size() % 2 == 0 && hex.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
+    out = ok ? ecckey_test::unhex(hex) : Bytes();
+    return ok;
 }
 
-bool isDirectory(const std::string &path) {
-    struct stat st;
-    return stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+// The message digest by the file's name ("SHA-256", "SHA-512/224", "SHA3-384" are OpenSSL names too);
+// SHAKE128 and SHAKE256 give the 32- and 64-byte outputs ECDSA uses with them. False when OpenSSL lacks it.
+bool digest(const std::string &name, const Bytes &msg, Bytes &out) {
+    size_t xof = name == "SHAKE128" ? 32 : name == "SHAKE256" ? 64 : 0;
+    std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> ctx(EVP_MD_CTX_new(), EVP_MD_CTX_free);
+    unsigned len = (unsigned)xof;
+    out.assign(EVP_MAX_MD_SIZE, 0);
+    bool ok = EVP_DigestInit_ex(ctx.get(), EVP_get_digestbyname(name.c_str()), nullptr) == 1 &&
+              EVP_DigestUpdate(ctx.get(), msg.data(), msg.size()) == 1 &&
+              (xof ? EVP_DigestFinalXOF(ctx.get(), out.data(), xof)
+                   : EVP_DigestFinal_ex(ctx.get(), out.data(), &len)) == 1;
+    out.resize(len);
+    return ok;
 }
 
-std::vector<std::string> jsonFilesIn(const std::string &dir) {
-    std::vector<std::string> files;
-    DIR *d = opendir(dir.c_str());
-    if (!d)
-        return files;
-    while (dirent *e = readdir(d)) {
-        std::string name = e->d_name;
-        if (name.size() > 5 && name.compare(name.size() - 5, 5, ".json") == 0)
-            files.push_back(dir + "/" + name);
+// The forms ECDH keys come in: a hex scalar (taken as generateNewKey2 takes an encoded scalar), an X9.63
+// point in hex, DER SubjectPublicKeyInfo in hex, PEM (public or PKCS #8, through the library's PEM reader)
+// and JWK. Each goes through the loader callers use.
+enum class Form { Scalar, Point, Der, Pem, Jwk };
+
+bool loadKey(Form form, const json &test, const char *field, const std::string &curve, ecckey::EccKey &key,
+             ecckey::LogBase &log) {
+    ecckey::ClsJsonObject jwk;
+    ecckey::StringBuffer label;
+    ecckey::DataBuffer der;
+    Bytes bytes;
+    if (form == Form::Jwk)
+        return test.value(field, json()).is_object() && jwk.load(test[field].dump().c_str(), log) &&
+               key.loadAnyJwk(jwk, log);
+    std::string text = test.value(field, std::string());
+    if (form == Form::Scalar)
+        return key.generateNewKey2(ecckey::StringBuffer(curve.c_str()), text.c_str(), "hex", log);
+    if (form == Form::Point)
+        return unhex(text, bytes) && key.loadEcPubKeyByCurveAndPoint(curve.c_str(), toDb(bytes), log);
+    bool read = form == Form::Pem ? ecckey::_tvPublicKey::pemToDer(text.c_str(), label, der, log)
+                                  : unhex(text, bytes);
+    if (form == Form::Der)
+        der = toDb(bytes);
+    return read && key.loadEccDer(der, log);
+}
+
+// An ECDSA group's public key ("publicKey", "key" in older files); ECDH groups name their curve themselves.
+const json &groupKey(const json &group) {
+    return group.contains("publicKey") ? group["publicKey"] : group.contains("key") ? group["key"] : group;
+}
+
+// A handler's arguments: the group, the test, the group's curve and the log of the case.
+using Handler =
+    std::function<std::string(const json &, const json &, const std::string &, ecckey::LogRecorder &)>;
+
+// ECDH: our key and the peer's in their forms, then sharedSecret. A refusal anywhere is "invalid".
+Handler ecdh(Form mine, Form peer) {
+    return [=](const json &, const json &test, const std::string &curve, ecckey::LogRecorder &log) {
+        Bytes shared;
+        ecckey::EccKey ours, theirs;
+        ecckey::DataBuffer secret;
+        if (!unhex(test.value("shared", std::string()), shared) ||
+            !loadKey(mine, test, "private", curve, ours, log) ||
+            !loadKey(peer, test, "public", curve, theirs, log) || !ours.sharedSecret(theirs, secret, log))
+            return "invalid";
+        return shared.empty() || secret.equals(toDb(shared)) ? "valid" : "wrong-secret";
+    };
+}
+
+// ECDSA verification of the message's digest with the group's public point and a DER or a raw r||s
+// signature: "valid" only when eccVerifyHash ran to its end with a valid verdict.
+Handler verify(bool raw) {
+    return [=](const json &group, const json &test, const std::string &curve, ecckey::LogRecorder &log) {
+        Bytes point, msg, sig, hash;
+        ecckey::EccKey pub;
+        if (!unhex(groupKey(group).value("uncompressed", std::string()), point) ||
+            !pub.loadEcPubKeyByCurveAndPoint(curve.c_str(), toDb(point), log) ||
+            !unhex(test.value("msg", std::string()), msg) || !unhex(test.value("sig", std::string()), sig) ||
+            !digest(group.value("sha", std::string()), msg, hash))
+            return "invalid";
+        // The signature reader splits raw signatures of these sizes by itself; others are passed with the
+        // split flag and the curve's byte length as the length of r.
+        bool split = raw && !std::set<size_t>{48, 64, 96, 128, 132}.count(sig.size());
+        bool valid = false;
+        log.m_verbose = true;
+        bool ran =
+            pub.eccVerifyHash(sig.empty() ? nullptr : sig.data(), (unsigned)sig.size(), split, hash.data(),
+                              (unsigned)hash.size(), valid, log, split ? pub.m_curve.m_byteLen : 0);
+        return ran && valid ? "valid" : "invalid";
+    };
+}
+
+// Keyed by the file's "schema" without its "_schema..." suffix.
+const std::map<std::string, Handler> kHandlers = {
+    {"ecdsa_verify", verify(false)},
+    {"ecdsa_p1363_verify", verify(true)},
+    {"ecdh_ecpoint_test", ecdh(Form::Scalar, Form::Point)},
+    {"ecdh_test", ecdh(Form::Scalar, Form::Der)},
+    {"ecdh_pem_test", ecdh(Form::Pem, Form::Pem)},
+    {"ecdh_webcrypto_test", ecdh(Form::Jwk, Form::Jwk)},
+};
+
+// The list of known divergences: one line per case, "<file> <tcId> <behaviour of the module that causes it>".
+using Known = std::map<std::pair<std::string, long>, std::string>;
+
+bool loadKnown(const std::string &path, Known &known) {
+    std::ifstream in(path);
+    std::string line, file, cause;
+    long tcId = 0;
+    int lineNo = 0;
+    auto fail = [&](const char *why) {
+        std::printf("ERROR %s:%d: %s\n", path.c_str(), lineNo, why);
+        return false;
+    };
+    if (!in)
+        return fail("cannot read the list");
+    for (lineNo = 1; std::getline(in, line); ++lineNo) {
+        std::istringstream fields(line);
+        if (!(fields >> file) || file[0] == '#')
+            continue;
+        if (!(fields >> tcId))
+            return fail("expected '<file> <tcId> <cause>'");
+        if (!std::getline(fields >> std::ws, cause))
+            return fail("a divergence needs its cause");
+        if (!known.emplace(std::make_pair(file, tcId), cause).second)
+            return fail("the case is listed twice");
     }
-    closedir(d);
-    std::sort(files.begin(), files.end());
-    return files;
+    return true;
 }
 
-// Runs one file; adds its tally to total. A file that cannot be read or parsed counts as one failure.
-void runFile(const std::string &path, const wycheproof::KnownDivergences &known, bool showLogs,
-             wycheproof::Tally &total) {
-    std::string name = baseName(path);
-    nlohmann::json doc;
+// Runs one file and adds its passed and failed counts to the totals. A file that cannot be read or parsed,
+// or whose layout is not Wycheproof's, counts as one failure.
+void runFile(const std::filesystem::path &path, const Known &known, long &allPassed, long &allFailed) {
+    std::string name = path.filename().string(), schema;
+    long passed = 0, failed = 0, knownCount = 0, skipped = 0;
+    std::set<long> seen;
+    std::set<std::string> skipReasons;
+    auto handler = kHandlers.end();
     try {
-        std::ifstream in(path);
-        if (!in)
-            throw std::runtime_error("cannot open");
-        doc = nlohmann::json::parse(in);
+        json doc = json::parse(std::ifstream(path));
+        schema = doc.value("schema", std::string());
+        handler = kHandlers.find(schema.substr(0, schema.find("_schema")));
+        for (const json &group : doc.at("testGroups")) {
+            std::string curve = groupKey(group).value("curve", std::string());
+            std::string sha = group.value("sha", std::string());
+            ecckey::EccCurve ourCurve;
+            ecckey::LogNull quiet;
+            std::string skip = handler == kHandlers.end() ? "no handler for schema " + schema
+                               : !ourCurve.loadCurveByName(curve.c_str(), quiet)
+                                   ? "curve " + curve + " is not in the catalogue"
+                               : group.contains("sha") && !EVP_get_digestbyname(sha.c_str())
+                                   ? "digest " + sha + " is not available"
+                                   : "";
+            if (!skip.empty()) {
+                skipped += (long)group.at("tests").size();
+                if (!group.at("tests").empty() && skipReasons.insert(skip).second)
+                    std::printf("SKIP %s: %s\n", name.c_str(), skip.c_str());
+                continue;
+            }
+            for (const json &test : group.at("tests")) {
+                ecckey::LogRecorder log;
+                std::string got = handler->second(group, test, curve, log);
+                long tcId = test.value("tcId", -1L);
+                std::string expected = test.value("result", std::string("?"));
+                bool agrees = got == expected || (expected == "acceptable" && got != "wrong-secret");
+                auto cause = known.find(std::make_pair(name, tcId));
+                bool listed = cause != known.end();
+                seen.insert(tcId);
+                // A test fails when its outcome differs unlisted, or agrees although listed.
+                failed += agrees == listed ? 1 : 0;
+                if (agrees != listed)
+                    ++(agrees ? passed : knownCount);
+                else if (agrees)
+                    std::printf("STALE %s tcId=%ld result=%s got=%s: listed (%s) but agrees now\n",
+                                name.c_str(), tcId, expected.c_str(), got.c_str(), cause->second.c_str());
+                else
+                    std::printf("MISMATCH %s tcId=%ld result=%s got=%s flags=%s\n%s\n", name.c_str(), tcId,
+                                expected.c_str(), got.c_str(),
+                                test.value("flags", json::array()).dump().c_str(), log.toText().c_str());
+            }
+        }
     } catch (const std::exception &ex) {
         std::printf("ERROR %s: %s\n", name.c_str(), ex.what());
-        ++total.failed;
-        return;
+        ++failed;
     }
-
-    wycheproof::FileRun run(name, known, showLogs);
-    std::string schema = doc.value("schema", std::string());
-    wycheproof::SchemaHandler handler = wycheproof::findHandler(schema);
-    try {
-        if (handler)
-            handler(doc, run);
-        else
-            run.skip(wycheproof::numTestsInFile(doc), "no handler for schema " + schema);
-    } catch (const std::exception &ex) {
-        std::printf("ERROR %s: malformed test file: %s\n", name.c_str(), ex.what());
-        ++total.failed;
-    }
-    if (handler)
-        run.checkListedCasesMet();
-
-    const wycheproof::Tally &t = run.tally();
-    std::printf("%s: %ld passed, %ld failed, %ld known, %ld skipped\n", name.c_str(), t.passed, t.failed,
-                t.known, t.skipped);
-    total.passed += t.passed;
-    total.failed += t.failed;
-    total.known += t.known;
-    total.skipped += t.skipped;
-}
-
-int usage() {
-    std::fprintf(stderr, "usage: ecckey-wycheproof [--known FILE] [--logs] (--dir FOLDER | FILE.json...)\n");
-    return 2;
+    // A listed case the file does not contain is stale as well; a file no handler reads is not checked.
+    for (auto it = known.lower_bound({name, LONG_MIN}); it != known.end() && it->first.first == name; ++it)
+        if (handler != kHandlers.end() && !seen.count(it->first.second)) {
+            ++failed;
+            std::printf("STALE %s tcId=%ld: listed as a known divergence but the file has no such test\n",
+                        name.c_str(), it->first.second);
+        }
+    std::printf("%s: %ld passed, %ld failed, %ld known, %ld skipped\n", name.c_str(), passed, failed,
+                knownCount, skipped);
+    allPassed += passed;
+    allFailed += failed;
 }
 
 }  // namespace
 
+// argv[1], optional: another folder than the shared vectors; argv[2], optional: another list of known
+// divergences.
 int main(int argc, char **argv) {
-    std::string knownPath = ECCKEY_KNOWN_DIVERGENCES;
-    std::string dir;
-    bool showLogs = false;
-    std::vector<std::string> files;
-    for (int i = 1; i < argc; ++i) {
-        std::string a = argv[i];
-        if (a == "--known" && i + 1 < argc)
-            knownPath = argv[++i];
-        else if (a == "--dir" && i + 1 < argc)
-            dir = argv[++i];
-        else if (a == "--logs")
-            showLogs = true;
-        else if (a.rfind("--", 0) == 0)
-            return usage();
-        else
-            files.push_back(a);
+    std::string dir = argc > 1 ? argv[1] : ECCKEY_VECTORS_DIR "/wycheproof";
+    if (!std::filesystem::is_directory(dir)) {
+        std::printf("Wycheproof vectors not found at %s: skipped\n", dir.c_str());
+        return 77;
     }
-    if (!dir.empty()) {
-        if (!isDirectory(dir)) {
-            std::printf("Wycheproof vectors not found at %s: skipped\n", dir.c_str());
-            return kSkipExitCode;
-        }
-        std::vector<std::string> found = jsonFilesIn(dir);
-        files.insert(files.end(), found.begin(), found.end());
-    }
-    if (files.empty())
-        return usage();
-
-    wycheproof::KnownDivergences known;
-    std::string error;
-    if (!known.load(knownPath, error)) {
-        std::printf("ERROR %s\n", error.c_str());
+    Known known;
+    if (!loadKnown(argc > 2 ? argv[2] : ECCKEY_KNOWN_DIVERGENCES, known))
         return 1;
-    }
-
-    wycheproof::Tally total;
-    for (const std::string &f : files)
-        runFile(f, known, showLogs, total);
-    std::printf("%ld passed, %ld failed\n", total.passed, total.failed);
-    return total.failed == 0 ? 0 : 1;
+    std::set<std::filesystem::path> files;  // sorted, for a stable report
+    for (const auto &entry : std::filesystem::directory_iterator(dir))
+        if (entry.path().extension() == ".json")
+            files.insert(entry.path());
+    long passed = 0, failed = 0;
+    for (const auto &file : files)
+        runFile(file, known, passed, failed);
+    std::printf("%ld passed, %ld failed\n", passed, failed);
+    return failed == 0 && !files.empty() ? 0 : 1;
 }
