@@ -4,11 +4,13 @@
 # name (P-192 and the Brainpool curves).
 . "$(dirname "$0")/lib.sh"
 ok demo
-expect_eq "$ERR" "" "ecckey demo, standard error"
+[[ $OUT == *"13 curves, every check passed"* ]] || fail "ecckey demo: no closing line: $OUT"
 ROWS=$(sed -nE 's/^([a-z0-9]+) +ok +ok +ok +[0-9]+ +[0-9]+ +[0-9]+ +(.*)$/\1 \2/p' <<<"$OUT")
-for c in secp256r1 secp384r1 secp521r1 secp256k1 secp192r1 secp224r1 brainpoolp256r1 brainpoolp160r1 \
-    brainpoolp192r1 brainpoolp224r1 brainpoolp320r1 brainpoolp384r1 brainpoolp512r1; do
-    case $c in secp192r1 | brainpool*) echo "$c 9 of 10, not ssh (no SSH curve name)" ;; *) echo "$c all 10" ;; esac
+ok curves # the catalogue order, which cli_curves_and_usage pins
+for c in $(cut -d' ' -f1 <<<"$OUT"); do
+    case $c in
+    secp192r1 | brainpool*) echo "$c 9 of 10, not ssh (no SSH curve name)" ;;
+    *) echo "$c all 10" ;;
+    esac
 done >expected
 expect_eq "$ROWS" "$(cat expected)" "demo rows"
-[[ $OUT == *"13 curves, every check passed"* ]] || fail "ecckey demo: no closing line"

@@ -1,7 +1,7 @@
 #!/bin/bash
-# Installs the build tree into WORKDIR/prefix, builds examples/ against it and signs with a key openssl
-# made; the installed ecckey command checks the example's signature.
-# usage: install_test.sh WORKDIR/prefix/bin/ecckey WORKDIR SOURCE_DIR BINARY_DIR
+# Installs the build tree into a scratch prefix and builds examples/ against it, as a user's project would;
+# the example signs with a key openssl made, and the installed ecckey command checks the signature.
+# usage: install_test.sh ECCKEY WORKDIR SOURCE_DIR BINARY_DIR
 . "$(dirname "$0")/lib.sh"
 cmake --install "$4" --prefix prefix >/dev/null || fail "cmake --install $4"
 cmake -S "$3/examples" -B build -DCMAKE_PREFIX_PATH="$W/prefix" >/dev/null || fail "configuring the example"
@@ -11,4 +11,6 @@ echo 'a file to sign' >message.txt
 build/sign_file key.pem message.txt >signed || fail "sign_file: $(cat signed)"
 expect_eq "$(tail -n 1 signed)" valid "the example's verdict"
 head -n 1 signed >sig.hex
+# shellcheck disable=SC2034 # lib.sh's ok runs ECCKEY: from here on the installed command
+ECCKEY=prefix/bin/ecckey
 ok verify key.pem --sig sig.hex --in message.txt

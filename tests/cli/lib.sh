@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Shared set-up of the ecckey command's end-to-end checks: `. lib.sh` from a script run as
 # `SCRIPT ECCKEY WORKDIR [ARGUMENT]`; the script then runs in a fresh WORKDIR.
 set -u
@@ -15,18 +16,21 @@ run() {
     RC=$?
     ERR=$(cat .stderr)
 }
+# Success is silent on standard error unless -v asks for the log.
 ok() {
     run "$@"
     [ "$RC" = 0 ] || fail "ecckey $*: exit $RC: $ERR"
+    [ -z "$ERR" ] || [[ " $* " == *" -v "* ]] || fail "ecckey $*: standard error: $ERR"
 }
-# Exit status $1 and the pattern $2 (a glob: * joins lines) on standard error; exit 1 prints "invalid".
+# Exit status $1 and the pattern $2 (a glob: * joins lines) on standard error; standard output holds
+# "invalid" for an invalid signature (exit 1) and nothing on an error.
 fails_with() {
     local want=$1 text=$2
     shift 2
     run "$@"
     [ "$RC" = "$want" ] || fail "ecckey $*: exit $RC, expected $want: $ERR"
     [[ $ERR == *$text* ]] || fail "ecckey $*: standard error lacks '$text': $ERR"
-    [ "$want" != 1 ] || [ "$OUT" = invalid ] || fail "ecckey $*: printed '$OUT', not invalid"
+    expect_eq "$OUT" "$([ "$want" = 1 ] && echo invalid)" "ecckey $*: standard output"
 }
 expect_eq() { [ "$1" = "$2" ] || fail "$3: '$1' != '$2'"; }
 same_file() { cmp -s "$1" "$2" || fail "$3: $1 and $2 differ"; }
