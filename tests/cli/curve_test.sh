@@ -1,39 +1,29 @@
 #!/bin/bash
-# Every ecckey subcommand on one curve against openssl, ssh-keygen and node: each format written and read
+# Every ecckey subcommand on one curve against openssl and ssh-keygen: each format written and read
 # back, keys crossing both ways, ECDH, signatures both ways for every digest, and SSH fingerprints.
 # usage: curve_test.sh ECCKEY WORKDIR CURVE   (CURVE as openssl names it too: P-256, secp256k1, ...)
 . "$(dirname "$0")/lib.sh"
 CURVE=$3
-# Who names the curve in an SSH line and a JWK: OpenSSH and node, node only, or nobody (the Brainpool
-# curves, whose SSH line ecckey refuses).
-case $CURVE in
-P-*) NAMED=openssh ;;
-secp256k1) NAMED=node ;;
-*) NAMED=none ;;
-esac
 
 # gen writes PKCS #8 PEM by default, 0600; convert takes it to each private format and back, byte for byte.
 ok gen "$CURVE" -o k.pem
 expect_secret_mode k.pem
 for f in sec1-pem der sec1-der jwk xml raw-hex; do
     ok convert k.pem --format "$f" -o "k.$f"
-    expect_secret_mode "k.$f"
     ok convert "k.$f" --format pem -o back.pem
-    same_file k.pem back.pem "private $f round trip"
+    cmp -s k.pem back.pem || fail "private $f round trip"
 done
 expect_eq "$(head -c 12 k.xml)" "<ECCKeyValue" "xml layout"
 # pub writes every public format; convert reads each back, still public, to the same DER.
 ok pub k.pem --format der -o p.der
 for f in pem spki-explicit jwk xml xmldsig ssh raw-hex; do
-    [ "$f" = ssh ] && [ "$NAMED" = none ] && continue # refused: errors_test.sh
+    [ "$f" = ssh ] && [[ $CURVE == brainpool* ]] && continue # no SSH name: errors_test.sh has the refusal
     ok pub k.pem --format "$f" -o "p.$f"
     ok convert "p.$f" --format der -o back.der
-    same_file p.der back.der "public $f round trip"
+    cmp -s p.der back.der || fail "public $f round trip"
 done
-ok pub k.jwk
-expect_eq "$OUT" "$(cat p.pem)" "pub writes PEM to standard output by default"
-run pub - --format raw-hex <k.xml
-expect_eq "$OUT" "$(cat p.raw-hex)" "a key from standard input"
+ok pub - <k.xml
+expect_eq "$OUT" "$(cat p.pem)" "pub from standard input, by default PEM to standard output"
 
 # openssl reads what ecckey writes, and ecckey what openssl writes.
 for f in pem sec1-pem der sec1-der; do
@@ -45,7 +35,7 @@ openssl pkey -in o.pem -pubout -outform DER -out o.pub.der
 for args in ec pkey "pkey -outform DER" "ec -outform DER" "pkey -pubout"; do
     openssl $args -in o.pem -out o.x 2>/dev/null || fail "openssl $args"
     ok pub o.x --format der -o from.der
-    same_file o.pub.der from.der "ecckey on openssl $args"
+    cmp -s o.pub.der from.der || fail "ecckey on openssl $args"
 done
 
 # ecdh agrees with openssl's and from the other side; with -o the secret's bytes go to a 0600 file.
@@ -59,7 +49,6 @@ expect_eq "$(hex_of <secret.bin)" "$SECRET" "ecdh -o"
 
 # sign and verify both ways with openssl, every digest the curve takes (secp256k1 needs 32 bytes or more).
 printf 'a message signed on %s\n' "$CURVE" >msg
-printf 'another message\n' >msg2
 DIGESTS="sha1 sha224 sha256 sha384 sha512"
 [ "$CURVE" = secp256k1 ] && DIGESTS="sha256 sha384 sha512"
 for d in $DIGESTS; do
@@ -69,17 +58,17 @@ for d in $DIGESTS; do
     ok verify o.pub.der --sig "os.$d" --in msg --digest "$d"
     expect_eq "$OUT" valid "openssl's $d signature"
 done
-# The raw and SSH forms, and a hexadecimal signature (sign without -o) over a given hash.
+# The raw and SSH forms (invalid over another file), and a hexadecimal signature (sign without -o) over a
+# given hash.
 for form in raw ssh; do
     ok sign k.sec1-der --in msg --sig-format "$form" -o "s.$form"
     ok verify p.xml --sig "s.$form" --in msg
-    fails_with 1 "" verify p.xmldsig --sig "s.$form" --in msg2
+    fails_with 1 "" verify p.xmldsig --sig "s.$form" --in p.pem
 done
 expect_eq "$(stat -c %s s.raw)" $((2 * L)) "raw signature size"
 HASH=$(openssl dgst -sha256 -binary msg | hex_of)
 ok sign k.jwk --hash "$HASH"
 ok verify p.raw-hex --sig <(echo "$OUT") --in msg
-ok verify k.pem --sig s.sha256 --hash "$HASH"
 
 # fingerprint: the MD5 line and OpenSSH's SHA256 form, which ssh-keygen gives too where it knows the curve.
 ok fingerprint k.pem
@@ -88,20 +77,11 @@ MD5LINE=$OUT
 ok fingerprint p.der --sha256
 SHA=$OUT
 [[ $SHA =~ ^SHA256:[A-Za-z0-9+/]{43}$ ]] || fail "sha256 fingerprint: $SHA"
-[ "$NAMED" = none ] && exit 0
-# node reads the private JWK (d, x and y) and gives back PKCS #8 holding the same key.
-node -e 'const c = require("crypto"), fs = require("fs");
-    const key = c.createPrivateKey({key: JSON.parse(fs.readFileSync(process.argv[1])), format: "jwk"});
-    process.stdout.write(key.export({type: "pkcs8", format: "pem"}));' k.jwk >node.pem || fail "node on k.jwk"
-ok convert node.pem --format jwk -o node.jwk
-same_file k.jwk node.jwk "node's reading of the JWK"
-[ "$NAMED" = openssh ] || exit 0
+[[ $CURVE == P-* ]] || exit 0 # OpenSSH knows the NIST curves only
 expect_eq "$(ssh-keygen -lf p.ssh | cut -d' ' -f2)" "$SHA" "ssh-keygen SHA256 fingerprint"
 expect_eq "$(ssh-keygen -E md5 -lf p.ssh | cut -d' ' -f2)" "MD5:${MD5LINE##* }" "ssh-keygen MD5 fingerprint"
 expect_eq "$(ssh-keygen -i -m PKCS8 -f p.pem | cut -d' ' -f1,2)" "$(cat p.ssh)" "ssh-keygen's line for p.pem"
-# A key made by ssh-keygen: its private PEM and its public line.
-ssh-keygen -q -t ecdsa -b "${CURVE#P-}" -m PEM -N '' -C test -f sk || fail "ssh-keygen"
-for f in sk sk.pub; do
-    ok pub "$f" --format ssh
-    expect_eq "$OUT" "$(cut -d' ' -f1,2 sk.pub)" "ecckey on ssh-keygen's $f"
-done
+# A public line ssh-keygen wrote, comment and all.
+ssh-keygen -q -t ecdsa -b "${CURVE#P-}" -N '' -C test -f sk || fail "ssh-keygen"
+ok pub sk.pub --format ssh
+expect_eq "$OUT" "$(cut -d' ' -f1,2 sk.pub)" "ecckey on ssh-keygen's public line"

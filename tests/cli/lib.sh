@@ -3,12 +3,11 @@
 # `SCRIPT ECCKEY WORKDIR [ARGUMENT]`; the script then runs in a fresh WORKDIR.
 set -u
 ECCKEY=$1
-W=$2
 fail() {
     echo "FAIL: $*" >&2
     exit 1
 }
-rm -rf "$W" && mkdir -p "$W" && cd "$W" || fail "cannot make $W"
+rm -rf "$2" && mkdir -p "$2" && cd "$2" || fail "cannot make $2"
 
 # Runs ecckey; leaves its standard output in OUT, standard error in ERR and exit status in RC.
 run() {
@@ -33,6 +32,5 @@ fails_with() {
     expect_eq "$OUT" "$([ "$want" = 1 ] && echo invalid)" "ecckey $*: standard output"
 }
 expect_eq() { [ "$1" = "$2" ] || fail "$3: '$1' != '$2'"; }
-same_file() { cmp -s "$1" "$2" || fail "$3: $1 and $2 differ"; }
 hex_of() { od -An -v -tx1 | tr -d ' \n'; }
 expect_secret_mode() { expect_eq "$(stat -c %a "$1")" 600 "mode of $1"; }
