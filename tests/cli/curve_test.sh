@@ -7,12 +7,14 @@ CURVE=$3
 
 # gen writes PKCS #8 PEM by default, 0600; convert takes it to each private format and back, byte for byte.
 ok gen "$CURVE" -o k.pem
-expect_secret_mode k.pem
+expect_eq "$(stat -c %a k.pem)" 600 "mode of k.pem"
 for f in sec1-pem der sec1-der jwk xml raw-hex; do
     ok convert k.pem --format "$f" -o "k.$f"
     ok convert "k.$f" --format pem -o back.pem
     cmp -s k.pem back.pem || fail "private $f round trip"
 done
+# The layouts: both PEM labels (the round trips above would not tell them apart) and the XML element.
+expect_eq "$(head -qn 1 k.pem k.sec1-pem | tr -d -)" $'BEGIN PRIVATE KEY\nBEGIN EC PRIVATE KEY' "PEM labels"
 expect_eq "$(head -c 12 k.xml)" "<ECCKeyValue" "xml layout"
 # pub writes every public format; convert reads each back, still public, to the same DER.
 ok pub k.pem --format der -o p.der
@@ -44,7 +46,7 @@ SECRET=$OUT
 L=$((${#SECRET} / 2)) # bytes of a coordinate
 expect_eq "$(openssl pkeyutl -derive -inkey o.pem -peerkey p.pem | hex_of)" "$SECRET" "openssl ecdh"
 ok ecdh o.pem p.raw-hex -o secret.bin
-expect_secret_mode secret.bin
+expect_eq "$(stat -c %a secret.bin)" 600 "mode of secret.bin"
 expect_eq "$(hex_of <secret.bin)" "$SECRET" "ecdh -o"
 
 # sign and verify both ways with openssl, every digest the curve takes (secp256k1 needs 32 bytes or more).

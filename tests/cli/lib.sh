@@ -33,4 +33,3 @@ fails_with() {
 }
 expect_eq() { [ "$1" = "$2" ] || fail "$3: '$1' != '$2'"; }
 hex_of() { od -An -v -tx1 | tr -d ' \n'; }
-expect_secret_mode() { expect_eq "$(stat -c %a "$1")" 600 "mode of $1"; }
