@@ -11,19 +11,39 @@ namespace {
 const char *const kP = "FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFEFFFFFC2F";
 const char *const kN = "FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFEBAAEDCE6AF48A03BBFD25E8CD0364141";
 
-const mp_int &twoTo256() {
-    static mp_int v;
-    static bool set = TovarMp::mpint_from_radix(v, ("1" + std::string(64, '0')).c_str(), 16);
-    (void)set;
+mp_int mpOf(const char *hex) {
+    mp_int m;
+    TovarMp::mpint_from_radix(m, hex, 16);
+    return m;
+}
+
+// LibTomMath's side of each comparison, as values.
+mp_int add(const mp_int &a, const mp_int &b) {
+    mp_int r;
+    TovarMp::mp_add(a, b, r);
+    return r;
+}
+mp_int sub(const mp_int &a, const mp_int &b) {
+    mp_int r;
+    TovarMp::mp_sub(a, b, r);
+    return r;
+}
+mp_int mod(mp_int v, const mp_int &m) {
+    TovarMp::mp_mod(v, m, v);
     return v;
 }
+mp_int mulmod(const mp_int &a, const mp_int &b, const mp_int &m) {
+    mp_int r;
+    TovarMp::mp_mulmod(a, b, m, r);
+    return r;
+}
+
+const mp_int kTwo256 = mpOf(("1" + std::string(64, '0')).c_str());
 
 // 32 big-endian bytes of v mod 2^256.
 Bytes wide(const mp_int &v) {
-    mp_int r;
-    TovarMp::mp_mod(v, twoTo256(), r);
     DataBuffer db;
-    TovarMp::mpint_to_db(r, db);
+    TovarMp::mpint_to_db(mod(v, kTwo256), db);
     Bytes b = toBytes(db);
     b.insert(b.begin(), 32 - b.size(), 0);
     return b;
@@ -35,27 +55,17 @@ Bytes bytesOf(const _tvUnsigned256 &u) {
     return b;
 }
 
-mp_int mpOf(const Bytes &b) {
-    mp_int m;
-    TovarMp::mpint_from_bytes(m, b.data(), (unsigned)b.size());
-    return m;
-}
-
 // Boundary values (0, 1, word edges, around p and n, the top of the range) and random ones, some built
 // from whole-word patterns that drive long carry and borrow chains.
 std::vector<Bytes> values(TestPrng &prng) {
     std::vector<Bytes> out;
-    for (const char *hex : {"00", "01", "02", "FFFFFFFF", "0100000000", kP, kN}) {
-        mp_int v;
-        TovarMp::mpint_from_radix(v, hex, 16);
-        for (int delta = -2; delta <= 1; ++delta) {
-            mp_int d, r;
-            TovarMp::mp_set(d, (MpDigit)std::abs(delta));
-            delta < 0 ? TovarMp::mp_sub(v, d, r) : TovarMp::mp_add(v, d, r);
+    for (const char *hex : {"00", "01", "02", "FFFFFFFF", "0100000000", kP, kN})
+        for (int delta : {-2, -1, 0, 1}) {
+            mp_int step = mpOf(std::to_string(std::abs(delta)).c_str());
+            mp_int r = delta < 0 ? sub(mpOf(hex), step) : add(mpOf(hex), step);
             if (!TovarMp::isNegative(r))
                 out.push_back(wide(r));
         }
-    }
     out.push_back(Bytes(32, 0xFF));
     for (int i = 0; i < testIterations(12); ++i) {
         Bytes b = prng.bytes(32);
@@ -69,93 +79,75 @@ std::vector<Bytes> values(TestPrng &prng) {
 
 TEST(Secp256k1Engine, IntegerAndFieldOperationsMatchLibTomMath) {
     TestPrng prng(testSeed());
-    mp_int p = mpOf(unhex(kP)), n = mpOf(unhex(kN));
+    const mp_int p = mpOf(kP), n = mpOf(kN), zero;
     std::vector<Bytes> vs = values(prng);
     for (const Bytes &ab : vs) {
-        mp_int a = mpOf(ab), r;
-        _tvUnsigned256 ua(ab.data());
-        _tvUnsigned256 shifted = ua;
-        EXPECT_EQ(shifted.shiftLeft1(), (unsigned)(ab[0] >> 7));
-        TovarMp::mp_add(a, a, r);
-        EXPECT_EQ(bytesOf(shifted), wide(r));
-        shifted.shiftRight1(0);
-        EXPECT_EQ(bytesOf(shifted), wide(r));
-        shifted = ua;
-        shifted.shiftRight1(1);
-        TovarMp::mp_div_2(a, r);
-        EXPECT_EQ(bytesOf(shifted), wide(r));
-        bool reduced = TovarMp::mp_cmp(a, p) < 0, belowN = TovarMp::mp_cmp(a, n) < 0;
-        FieldInt256 once(ua);  // one subtraction of p at most
-        reduced ? TovarMp::mp_copy(a, r) : TovarMp::mp_sub(a, p, r);
-        EXPECT_EQ(bytesOf(once), wide(r));
+        const mp_int a = mpOf(hexOf(ab).c_str());
+        const _tvUnsigned256 ua(ab.data());
+        _tvUnsigned256 t = ua;
+        EXPECT_EQ(t.shiftLeft1(), (unsigned)(ab[0] >> 7));
+        t.shiftRight1(0);
+        EXPECT_EQ(bytesOf(t), wide(add(a, a)));
+        t = ua;
+        t.shiftRight1(1);
+        mp_int half;
+        TovarMp::mp_div_2(a, half);
+        EXPECT_EQ(bytesOf(t), wide(half));
+        const bool reduced = TovarMp::mp_cmp(a, p) < 0, belowN = TovarMp::mp_cmp(a, n) < 0;
+        EXPECT_EQ(bytesOf(FieldInt256(ua)), wide(reduced ? a : sub(a, p)));  // one subtraction of p at most
         if (reduced) {
-            FieldInt256 fa(ua), inv = fa, sq = fa, dbl = fa;
+            FieldInt256 inv(ua), sq(ua), dbl(ua);
             inv.reciprocal();
             sq.square();
             dbl.multiply2();
-            TovarMp::mp_mulmod(a, a, p, r);
-            EXPECT_EQ(bytesOf(sq), wide(r));
-            TovarMp::mp_add(a, a, r);
-            TovarMp::mp_mod(r, p, r);
-            EXPECT_EQ(bytesOf(dbl), wide(r));
-            if (!TovarMp::isZero(a)) {
-                TovarMp::mp_invmod(a, p, r);
-                EXPECT_EQ(bytesOf(inv), wide(r));
-            } else {
-                EXPECT_EQ(bytesOf(inv), Bytes(32, 0));
-            }
+            EXPECT_EQ(bytesOf(sq), wide(mulmod(a, a, p)));
+            EXPECT_EQ(bytesOf(dbl), wide(mod(add(a, a), p)));
+            mp_int r;
+            EXPECT_EQ(bytesOf(inv), wide(TovarMp::isZero(a) || TovarMp::mp_invmod(a, p, r) ? zero : r));
         }
         if (belowN && !TovarMp::isZero(a)) {
             _tvUnsigned256 inv = ua;
             inv.reciprocal(_tvUnsigned256(unhex(kN).data()));
+            mp_int r;
             TovarMp::mp_invmod(a, n, r);
             EXPECT_EQ(bytesOf(inv), wide(r));
         }
         for (const Bytes &bb : vs) {
-            mp_int b = mpOf(bb);
-            _tvUnsigned256 ub(bb.data()), sum = ua, diff = ua, kept = ua, x = ua, y = ub;
-            TovarMp::mp_add(a, b, r);
-            EXPECT_EQ(sum.add(ub, 1), (unsigned)(TovarMp::mp_count_bits(r) > 256));
-            EXPECT_EQ(bytesOf(sum), wide(r));
+            const mp_int b = mpOf(hexOf(bb).c_str());
+            const _tvUnsigned256 ub(bb.data());
+            _tvUnsigned256 sum = ua, diff = ua, kept = ua, x = ua, y = ub;
+            EXPECT_EQ(sum.add(ub, 1), (unsigned)(TovarMp::mp_count_bits(add(a, b)) > 256));
+            EXPECT_EQ(bytesOf(sum), wide(add(a, b)));
             EXPECT_EQ(kept.add(ub, 0) + kept.subtract(ub, 0), 0u);
             EXPECT_EQ(bytesOf(kept), ab);
-            int cmp = TovarMp::mp_cmp(a, b);
+            const int cmp = TovarMp::mp_cmp(a, b);
             EXPECT_EQ(diff.subtract(ub, 1), (unsigned)(cmp < 0));
-            TovarMp::mp_add(a, twoTo256(), r);
-            TovarMp::mp_sub(r, b, r);
-            EXPECT_EQ(bytesOf(diff), wide(r));
+            EXPECT_EQ(bytesOf(diff), wide(sub(add(a, kTwo256), b)));
             EXPECT_EQ((ua < ub) + 2 * (ua <= ub) + 4 * (ua > ub) + 8 * (ua >= ub) + 16 * (ua == ub) +
                           32 * (ua != ub),
                       (cmp < 0) + 2 * (cmp <= 0) + 4 * (cmp > 0) + 8 * (cmp >= 0) + 16 * (cmp == 0) +
                           32 * (cmp != 0));
             x.swap(y, 1);
-            EXPECT_EQ(bytesOf(x), bb);
             EXPECT_EQ(bytesOf(y), ab);
             x.replace(ua, 0);
             y.replace(ub, 1);
             EXPECT_EQ(bytesOf(x), bb);
             EXPECT_EQ(bytesOf(y), bb);
             if (reduced && TovarMp::mp_cmp(b, p) < 0) {
-                FieldInt256 fa(ua), fs(ua), fd(ua), fb(ub);
-                fa.multiply(fb);
+                FieldInt256 fm(ua), fs(ua), fd(ua), fb(ub);
+                fm.multiply(fb);
                 fs.add(fb);
                 fd.subtract(fb);
-                TovarMp::mp_mulmod(a, b, p, r);
-                EXPECT_EQ(bytesOf(fa), wide(r));
-                TovarMp::mp_add(a, b, r);
-                TovarMp::mp_mod(r, p, r);
-                EXPECT_EQ(bytesOf(fs), wide(r));
-                TovarMp::mp_sub(a, b, r);
-                TovarMp::mp_mod(r, p, r);
-                EXPECT_EQ(bytesOf(fd), wide(r));
+                EXPECT_EQ(bytesOf(fm), wide(mulmod(a, b, p)));
+                EXPECT_EQ(bytesOf(fs), wide(mod(add(a, b), p)));
+                EXPECT_EQ(bytesOf(fd), wide(mod(sub(a, b), p)));
                 EXPECT_EQ(FieldInt256(ua) < FieldInt256(ub), cmp < 0);
                 EXPECT_EQ(FieldInt256(ua) >= ub, cmp >= 0);
             }
             if (belowN && TovarMp::mp_cmp(b, n) < 0) {
                 _tvUnsigned256 prod = ua;
                 multiplyModOrder(prod, ub);
-                TovarMp::mp_mulmod(a, b, n, r);
-                EXPECT_EQ(bytesOf(prod), wide(r));
+                EXPECT_EQ(bytesOf(prod), wide(mulmod(a, b, n)));
             }
         }
     }
