@@ -1,118 +1,80 @@
-#include "FuzzOracle.h"
-
+// OpenSSL as the independent oracle of the fuzz targets that compute: d·G and ECDSA verification.
 #include <openssl/bn.h>
 #include <openssl/ec.h>
+#include <openssl/objects.h>
 
 #include <memory>
-#include <vector>
 
+#include "FuzzSupport.h"
 #include "support/DataBuffer.h"
 #include "support/TovarMp.h"
-
-using namespace ecckey;
 
 namespace ecckey_fuzz {
 
 namespace {
 
-struct BnDeleter {
-    void operator()(BIGNUM *b) const { BN_free(b); }
-};
-struct PointDeleter {
-    void operator()(EC_POINT *p) const { EC_POINT_free(p); }
-};
-typedef std::unique_ptr<BIGNUM, BnDeleter> Bn;
-typedef std::unique_ptr<EC_POINT, PointDeleter> Point;
+typedef std::unique_ptr<EC_POINT, decltype(&EC_POINT_free)> Point;
 
-Bn toBn(const mp_int &v) {
-    DataBuffer bytes;
-    TovarMp::mpint_to_db(v, bytes);
-    static const unsigned char zero = 0;
-    const unsigned char *p = bytes.getSize() ? bytes.getData2() : &zero;
-    return Bn(BN_bin2bn(p, (int)bytes.getSize(), nullptr));
-}
-
-void fromBn(const BIGNUM *bn, mp_int &out) {
-    std::vector<unsigned char> bytes((size_t)BN_num_bytes(bn) + 1);
-    int len = BN_bn2bin(bn, bytes.data());
-    TovarMp::mpint_from_bytes(out, bytes.data(), (unsigned)len);
-}
-
-// One group per curve for the life of the process, in plain static storage: nothing destroys the table
-// at exit, so the leak check that runs then still sees the groups as reachable. The fuzz targets are
-// single-threaded.
-EC_GROUP *s_groups[32];
-
-const EC_GROUP *groupOf(const CurveRef &curve) {
-    for (int i = 0; i < numCurves(); ++i) {
-        if (&curveAt(i) != &curve)
-            continue;
-        if (!s_groups[i])
-            s_groups[i] = EC_GROUP_new_by_curve_name(curve.nid);
-        FUZZ_REQUIRE(s_groups[i] != nullptr);
-        return s_groups[i];
+// One computation on a curve, found by its OID; every number it uses lives in its BN_CTX.
+struct Ossl {
+    explicit Ossl(const EccCurve &curve)
+        : ctx(BN_CTX_new()), group(EC_GROUP_new_by_curve_name(OBJ_txt2nid(curve.m_oid.getString()))) {
+        FUZZ_REQUIRE(ctx && group);
+        BN_CTX_start(ctx);
     }
-    fail("curve not in the catalogue table", __FILE__, __LINE__);
-}
-
-BN_CTX *bnCtx() {
-    static BN_CTX *s_ctx = BN_CTX_new();
-    return s_ctx;
-}
+    ~Ossl() {
+        BN_CTX_end(ctx);
+        BN_CTX_free(ctx);
+        EC_GROUP_free(group);
+    }
+    BIGNUM *bn() { return BN_CTX_get(ctx); }
+    BIGNUM *bn(const mp_int &v) {
+        DataBuffer bytes;
+        FUZZ_REQUIRE(TovarMp::mpint_to_db(v, bytes));
+        BIGNUM *out = BN_bin2bn(bytes.getData2(), (int)bytes.getSize(), bn());
+        FUZZ_REQUIRE(out != nullptr);
+        return out;
+    }
+    Point point() {
+        Point p(EC_POINT_new(group), EC_POINT_free);
+        FUZZ_REQUIRE(p != nullptr);
+        return p;
+    }
+    BN_CTX *ctx;
+    EC_GROUP *group;
+};
 
 }  // namespace
 
-bool oracleMulBase(const CurveRef &curve, const mp_int &d, mp_int &x, mp_int &y) {
-    const EC_GROUP *group = groupOf(curve);
-    Bn k = toBn(d);
-    Point point(EC_POINT_new(group));
-    FUZZ_REQUIRE(k && point);
-    FUZZ_REQUIRE(EC_POINT_mul(group, point.get(), k.get(), nullptr, nullptr, bnCtx()));
-    if (EC_POINT_is_at_infinity(group, point.get()))
-        return false;
-    Bn bx(BN_new()), by(BN_new());
-    FUZZ_REQUIRE(EC_POINT_get_affine_coordinates(group, point.get(), bx.get(), by.get(), bnCtx()));
-    fromBn(bx.get(), x);
-    fromBn(by.get(), y);
-    return true;
+int oracleMulBase(const EccCurve &curve, const mp_int &d, const EccPoint &q) {
+    Ossl o(curve);
+    Point p = o.point();
+    BIGNUM *x = o.bn(), *y = o.bn();
+    FUZZ_REQUIRE(EC_POINT_mul(o.group, p.get(), o.bn(d), nullptr, nullptr, o.ctx));
+    if (EC_POINT_is_at_infinity(o.group, p.get()))
+        return -1;
+    FUZZ_REQUIRE(EC_POINT_get_affine_coordinates(o.group, p.get(), x, y, o.ctx));
+    return BN_cmp(x, o.bn(q.m_x)) == 0 && BN_cmp(y, o.bn(q.m_y)) == 0 && TovarMp::mp_cmp_d(q.m_z, 1) == 0;
 }
 
-void oracleModOrder(const CurveRef &curve, const mp_int &d, mp_int &out) {
-    Bn k = toBn(d);
-    Bn rem(BN_new());
-    FUZZ_REQUIRE(BN_nnmod(rem.get(), k.get(), EC_GROUP_get0_order(groupOf(curve)), bnCtx()));
-    fromBn(rem.get(), out);
-}
-
-bool oracleVerify(const CurveRef &curve, const mp_int &qx, const mp_int &qy, const mp_int &r, const mp_int &s,
-                  const mp_int &e) {
-    const EC_GROUP *group = groupOf(curve);
-    const BIGNUM *n = EC_GROUP_get0_order(group);
-    Bn br = toBn(r), bs = toBn(s), be = toBn(e), bx = toBn(qx), by = toBn(qy);
-    if (BN_is_zero(br.get()) || BN_cmp(br.get(), n) >= 0)
+bool oracleVerify(const EccKey &key, const mp_int &r, const mp_int &s, const mp_int &e) {
+    Ossl o(key.m_curve);
+    const BIGNUM *n = EC_GROUP_get0_order(o.group);
+    BIGNUM *br = o.bn(r), *bs = o.bn(s), *w = o.bn(), *u1 = o.bn(), *u2 = o.bn(), *x = o.bn();
+    if (BN_is_zero(br) || BN_is_zero(bs) || BN_cmp(br, n) >= 0 || BN_cmp(bs, n) >= 0)
         return false;
-    if (BN_is_zero(bs.get()) || BN_cmp(bs.get(), n) >= 0)
+    Point q = o.point(), sum = o.point();
+    if (!EC_POINT_set_affine_coordinates(o.group, q.get(), o.bn(key.m_pubPoint.m_x), o.bn(key.m_pubPoint.m_y),
+                                         o.ctx))
         return false;
-
-    Point q(EC_POINT_new(group));
-    FUZZ_REQUIRE(q);
-    if (!EC_POINT_set_affine_coordinates(group, q.get(), bx.get(), by.get(), bnCtx()))
+    FUZZ_REQUIRE(BN_mod_inverse(w, bs, n, o.ctx) && BN_mod_mul(u1, o.bn(e), w, n, o.ctx));
+    FUZZ_REQUIRE(BN_mod_mul(u2, br, w, n, o.ctx));
+    FUZZ_REQUIRE(EC_POINT_mul(o.group, sum.get(), u1, q.get(), u2, o.ctx));
+    if (EC_POINT_is_at_infinity(o.group, sum.get()))
         return false;
-
-    Bn w(BN_mod_inverse(nullptr, bs.get(), n, bnCtx()));
-    FUZZ_REQUIRE(w);
-    Bn u1(BN_new()), u2(BN_new()), v(BN_new());
-    FUZZ_REQUIRE(BN_mod_mul(u1.get(), be.get(), w.get(), n, bnCtx()));
-    FUZZ_REQUIRE(BN_mod_mul(u2.get(), br.get(), w.get(), n, bnCtx()));
-    Point sum(EC_POINT_new(group));
-    FUZZ_REQUIRE(sum);
-    FUZZ_REQUIRE(EC_POINT_mul(group, sum.get(), u1.get(), q.get(), u2.get(), bnCtx()));
-    if (EC_POINT_is_at_infinity(group, sum.get()))
-        return false;
-    Bn x(BN_new());
-    FUZZ_REQUIRE(EC_POINT_get_affine_coordinates(group, sum.get(), x.get(), nullptr, bnCtx()));
-    FUZZ_REQUIRE(BN_nnmod(v.get(), x.get(), n, bnCtx()));
-    return BN_cmp(v.get(), br.get()) == 0;
+    FUZZ_REQUIRE(EC_POINT_get_affine_coordinates(o.group, sum.get(), x, nullptr, o.ctx));
+    FUZZ_REQUIRE(BN_nnmod(x, x, n, o.ctx));
+    return BN_cmp(x, br) == 0;
 }
 
 }  // namespace ecckey_fuzz

@@ -1,16 +1,19 @@
-// Shared checks for the fuzz targets: what must hold whenever a decoder accepts its input.
+// What must hold whenever a decoder accepts its input, shared by the fuzz targets.
 //
 // A broken invariant prints what broke and aborts, which libFuzzer (and the corpus replay under CTest)
 // reports as a finding together with the input that caused it.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <functional>
 
 #include "ecc/EccKey.h"
 #include "support/LogBase.h"
 
 namespace ecckey_fuzz {
+
+using namespace ecckey;
 
 [[noreturn]] void fail(const char *what, const char *file, int line);
 
@@ -23,60 +26,71 @@ namespace ecckey_fuzz {
 // A logger that keeps nothing but reads every text it is given to its terminator (so an unterminated or
 // dangling text is caught by AddressSanitizer) and checks that contexts are balanced. Verbose, so that
 // the data items written only when debugging are exercised too.
-class FuzzLog : public ecckey::LogBase {
+class FuzzLog : public LogBase {
   public:
-    FuzzLog();
-    ~FuzzLog() override;
-    void logError(const char *text) override;
-    void logInfo(const char *text) override;
-    void enterContext(const char *name) override;
-    void leaveContext() override;
-    void logData(const char *name, const char *value) override;
-
-    int depth() const { return m_depth; }
-    std::size_t numErrors() const { return m_numErrors; }
+    FuzzLog() { m_verbose = true; }
+    ~FuzzLog() override { FUZZ_REQUIRE(m_depth == 0); }
+    void logError(const char *text) override { read(text); }
+    void logInfo(const char *text) override { read(text); }
+    void enterContext(const char *name) override {
+        read(name);
+        ++m_depth;
+    }
+    void leaveContext() override { FUZZ_REQUIRE(--m_depth >= 0); }
+    void logData(const char *name, const char *value) override {
+        read(name);
+        read(value);
+    }
 
   private:
+    void read(const char *text) {
+        FUZZ_REQUIRE(text != nullptr);
+        m_chars += std::strlen(text);
+    }
     int m_depth = 0;
-    std::size_t m_numErrors = 0;
-    std::size_t m_chars = 0;  // total text length seen; keeps the reads from being optimised away
+    size_t m_chars = 0;  // total text length seen; keeps the reads from being optimised away
 };
 
-// The thirteen catalogue curves with their parameters, taken from OpenSSL.
-struct CurveRef {
-    const char *name;  // the catalogue's canonical name
-    const char *oid;
-    int nid;
-    int byteLen;
-    bool hasA;  // Brainpool: the record carries a
-};
-int numCurves();
-const CurveRef &curveAt(int index);
-const CurveRef *findCurveByOid(const char *oid);
-
-// The record is exactly one of the thirteen curves: name, OID, byte length and every parameter agree with
-// OpenSSL's definition of that curve.
-void requireCatalogueCurve(const ecckey::EccCurve &curve);
-
-// A key that a loader accepted: a catalogue curve, a key type of 0 or 1, an affine public point.
-void requireLoadedKey(const ecckey::EccKey &key);
-
-// Byte length of |v|.
-int byteLen(const ecckey::mp_int &v);
-bool equalInts(const ecckey::mp_int &a, const ecckey::mp_int &b);
-bool isZero(const ecckey::mp_int &v);
-
+bool equalInts(const mp_int &a, const mp_int &b);
+bool isZero(const mp_int &v);
 // True when both coordinates fit the curve's byte length, so that an X9.63 export carries them whole.
-bool pointFitsCurve(const ecckey::EccKey &key);
+bool pointFitsCurve(const EccKey &key);
 // True when both coordinates fit the 256-byte limit of the point writer.
-bool pointExportable(const ecckey::EccKey &key);
+bool pointExportable(const EccKey &key);
+// The engine's zero point (0, 1, 0), which secp256k1 derives from a zero scalar.
+bool isK1Zero(const EccKey &key);
 
-// Same type, same curve, same scalar (private keys) and, when the point fits the curve, the same point.
-void requireSameKey(const ecckey::EccKey &loaded, const ecckey::EccKey &reloaded);
+// A key that a reader accepted: its curve record is exactly the catalogue's record for its OID, the key
+// type is 0 or 1, the integers are not negative, a public key has no scalar and the point is affine.
+void requireLoadedKey(const EccKey &key);
+// Same type, same curve, same scalar (private keys) and the same point, unless the point does not fit the
+// curve and `whole` is false (the X9.63 writer cuts such a coordinate).
+void requireSameKey(const EccKey &key, const EccKey &back, bool whole = false);
 
-// The key re-exports as DER in every form that applies to it and each export loads back as the same key.
+// The text `write` makes of the key (a writer of EccKey, or a callable taking the key) reads back through
+// `read` as the same key.
+template <class Write, class Read>
+void requireRoundTrip(EccKey &key, Write write, Read read, bool whole = false) {
+    FuzzLog log;
+    log.m_options.setString("EMIT_ECC_PKCS1_PUBKEY");
+    StringBuffer text;
+    FUZZ_REQUIRE(std::invoke(write, key, text, log));
+    EccKey back;
+    FUZZ_REQUIRE(read(text.getString(), back, log));
+    requireSameKey(key, back, whole);
+    text.secureClear();
+}
+
+// The key re-exports as DER in both forms that apply to it and each export loads back as the same key.
 // Private keys are written with their public point, so a point that was trusted on input comes back
 // unchanged.
-void requireDerRoundTrip(ecckey::EccKey &key);
+void requireDerRoundTrip(EccKey &key);
+
+// OpenSSL as the independent oracle, on the key's curve. Compares q with d·G: 1 when q is d·G and affine,
+// 0 when it is not, -1 when d·G is the point at infinity.
+int oracleMulBase(const EccCurve &curve, const mp_int &d, const EccPoint &q);
+// The ECDSA verdict for (r, s) over the integer e under the key's point: true exactly when 0 < r, s < n
+// and the x-coordinate of (e/s)·G + (r/s)·Q, reduced modulo n, equals r.
+bool oracleVerify(const EccKey &key, const mp_int &r, const mp_int &s, const mp_int &e);
 
 }  // namespace ecckey_fuzz

@@ -9,70 +9,54 @@
 // back as DER.
 #include "FuzzSupport.h"
 
-using namespace ecckey;
 using namespace ecckey_fuzz;
 
 namespace {
 
-const char *const kNames[] = {
-    "secp256r1",
-    "secp384r1",
-    "secp521r1",
-    "secp256k1",
-    "secp192r1",
-    "secp224r1",
-    "brainpoolP160r1",
-    "brainpoolP192r1",
-    "brainpoolP224r1",
-    "brainpoolP256r1",
-    "brainpoolP320r1",
-    "brainpoolP384r1",
-    "brainpoolP512r1",
-    "nistp256",
-    "nistp384",
-    "nistp521",
-    "ecdsa-sha2-nistp256",
-    "P-521",
-    "1.3.132.0.10",
-    " secp256r1 ",
-    "unknown",
-    "",
-};
-const unsigned kNumNames = sizeof kNames / sizeof kNames[0];
+const char *const kNames[] = {"secp256r1",
+                              "secp384r1",
+                              "secp521r1",
+                              "secp256k1",
+                              "secp192r1",
+                              "secp224r1",
+                              "brainpoolP160r1",
+                              "brainpoolP192r1",
+                              "brainpoolP224r1",
+                              "brainpoolP256r1",
+                              "brainpoolP320r1",
+                              "brainpoolP384r1",
+                              "brainpoolP512r1",
+                              "nistp256",
+                              "nistp384",
+                              "nistp521",
+                              "ecdsa-sha2-nistp256",
+                              "P-521",
+                              "1.3.132.0.10",
+                              " secp256r1 ",
+                              "unknown",
+                              ""};
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    if (size < 2)
+    if (size < 2 || size < 2 + (size_t)data[1])
         return 0;
-    const char *curveName = kNames[data[0] % kNumNames];
-    const size_t pointLen = data[1];
-    if (size < 2 + pointLen)
-        return 0;
-    DataBuffer point, blob;
-    if (!point.append(data + 2, (unsigned)pointLen))
-        return 0;
-    if (!blob.append(data + 2 + pointLen, (unsigned)(size - 2 - pointLen)))
-        return 0;
-    const bool blobEmpty = blob.getSize() == 0;
-
+    const unsigned pointLen = data[1], blobLen = (unsigned)(size - 2 - pointLen);
+    DataBuffer point, blob, sshBlob;
+    point.append(data + 2, pointLen);
+    blob.append(data + 2 + pointLen, blobLen);
     FuzzLog log;
     EccKey key;
-    if (!key.loadPrivateFromPuttySsh(curveName, point, blob, log))
+    if (!key.loadPrivateFromPuttySsh(kNames[data[0] % (sizeof kNames / sizeof kNames[0])], point, blob, log))
         return 0;
-
     requireLoadedKey(key);
-    FUZZ_REQUIRE(key.m_keyType == (blobEmpty ? 0 : 1));
-    FUZZ_REQUIRE(blob.isSensitive());
-
+    FUZZ_REQUIRE(key.m_keyType == (blobLen ? 1 : 0) && blob.isSensitive());
+    StringBuffer fingerprint;
     if (pointExportable(key)) {
-        DataBuffer sshBlob;
-        FUZZ_REQUIRE(key.puttyPublicKeyBlob(sshBlob, log));
-        StringBuffer fingerprint;
-        FUZZ_REQUIRE(key.calc_fingerprint(fingerprint, log));
+        FUZZ_REQUIRE(key.puttyPublicKeyBlob(sshBlob, log) && key.calc_fingerprint(fingerprint, log));
         FUZZ_REQUIRE(fingerprint.beginsWith("ecdsa-sha2-"));
     }
-    if (key.m_keyType == 1)
+    if (key.isPrivate())
         requireDerRoundTrip(key);
     return 0;
 }
