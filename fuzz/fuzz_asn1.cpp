@@ -7,28 +7,24 @@
 #include "support/Asn1.h"
 #include "support/Owners.h"
 
-using namespace ecckey_fuzz;
-
 namespace {
 
 void walk(const _tvAsn1 &node, int depth) {
-    FUZZ_REQUIRE(depth <= 64);
-    node.asnIntValue();
     DataBuffer content, again;
     StringBuffer dotted;
-    FUZZ_REQUIRE(node.getAsnContent(content) == !node.isConstructed());
+    node.asnIntValue();
+    FUZZ_REQUIRE(depth <= 64 && node.getAsnContent(content) == !node.isConstructed());
     if (node.isOid() && node.GetOid(dotted)) {
         _tvAsn1 *rebuilt = _tvAsn1::newOid(dotted.getString());
         RefCountedObjectOwner owner(rebuilt);
         FUZZ_REQUIRE(rebuilt && rebuilt->getAsnContent(again) && again.equals(content));
     }
     const int n = node.numAsnParts();
-    FUZZ_REQUIRE(node.isConstructed() || n == 0);
+    FUZZ_REQUIRE((node.isConstructed() || n == 0) && !node.getAsnPart(n) && !node.getAsnPart(-1));
     for (int i = 0; i < n; ++i) {
         FUZZ_REQUIRE(node.getAsnPart(i) != nullptr);
         walk(*node.getAsnPart(i), depth + 1);
     }
-    FUZZ_REQUIRE(node.getAsnPart(n) == nullptr && node.getAsnPart(-1) == nullptr);
 }
 
 }  // namespace
@@ -37,10 +33,10 @@ void walk(const _tvAsn1 &node, int depth) {
 // is caught without a copy here.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     FuzzLog log;
+    DataBuffer der;
     unsigned consumed = 12345;
     _tvAsn1 *root = _tvAsn1::DecodeToAsn(size ? data : nullptr, (unsigned)size, consumed, log);
     RefCountedObjectOwner owner(root);
-    DataBuffer der;
     if (root) {
         FUZZ_REQUIRE(consumed > 0 && consumed <= size);
         walk(*root, 0);

@@ -7,8 +7,6 @@
 #include "FuzzSupport.h"
 #include "support/PublicKey.h"
 
-using namespace ecckey_fuzz;
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     FuzzLog log;
     StringBuffer label, label2, pem;

@@ -5,8 +5,6 @@
 #include "FuzzSupport.h"
 #include "support/TovarMp.h"
 
-using namespace ecckey_fuzz;
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     DataBuffer in, out;
     in.append(data, (unsigned)size);

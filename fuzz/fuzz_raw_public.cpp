@@ -3,8 +3,6 @@
 // An accepted point belongs to the curve its size selects and exports as the input bytes.
 #include "FuzzSupport.h"
 
-using namespace ecckey_fuzz;
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     DataBuffer in, out;
     in.append(data, (unsigned)size);
@@ -12,10 +10,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     EccKey key;
     if (!key.loadEccPublicRaw(in, log))
         return 0;
-    requireLoadedKey(key);
-    FUZZ_REQUIRE(!key.isPrivate() && data[0] == 0x04);
-    FUZZ_REQUIRE((size == 65 || size == 97 || size == 133) && (size_t)key.m_curve.m_byteLen * 2 + 1 == size);
-    FUZZ_REQUIRE(key.exportEccPoint(out, log) && out.equals(data, (unsigned)size));
     requireDerRoundTrip(key);
+    FUZZ_REQUIRE(!key.isPrivate() && (size == 65 || size == 97 || size == 133) && data[0] == 0x04);
+    FUZZ_REQUIRE((size_t)key.m_curve.m_byteLen * 2 + 1 == size);
+    FUZZ_REQUIRE(key.exportEccPoint(out, log) && out.equals(data, (unsigned)size));
     return 0;
 }

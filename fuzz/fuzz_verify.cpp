@@ -11,8 +11,6 @@
 #include "ecc/EcdsaSig.h"
 #include "support/TovarMp.h"
 
-using namespace ecckey_fuzz;
-
 namespace {
 
 const unsigned kHeaderLen = 4;
@@ -20,21 +18,21 @@ const unsigned kHeaderLen = 4;
 // The private key of the catalogue curve at index, d being byteLen − 1 bytes of a fixed pattern (so that
 // it lies below n), with its point as the module derives it checked against OpenSSL.
 EccKey &fixedKey(int index) {
-    static EccKey *s_keys[32];  // plain static storage: still reachable for the leak check at exit
-    if (!s_keys[index]) {
+    static EccKey s_keys[32];
+    EccKey &key = s_keys[index];
+    if (key.m_curve.m_byteLen == 0) {
         const EccCatalogEntry &curve = *EccCurve::catalogEntry(index);
-        std::vector<unsigned char> d((size_t)curve.byteLen - 1);
-        for (size_t i = 0; i < d.size(); ++i)
-            d[i] = (unsigned char)(0x5A ^ (i * 29 + (size_t)index * 7));
+        unsigned char d[66];
+        for (int i = 0; i < curve.byteLen - 1; ++i)
+            d[i] = (unsigned char)(0x5A ^ (i * 29 + index * 7));
         FuzzLog log;
-        EccKey *key = s_keys[index] = new EccKey();
-        FUZZ_REQUIRE(key->m_curve.loadCurveByName(curve.name, log));
-        FUZZ_REQUIRE(TovarMp::mpint_from_bytes(key->m_privKey, d.data(), (unsigned)d.size()));
-        FUZZ_REQUIRE(key->genPubKey(log) &&
-                     oracleMulBase(key->m_curve, key->m_privKey, key->m_pubPoint) == 1);
-        key->m_keyType = 1;
+        FUZZ_REQUIRE(key.m_curve.loadCurveByName(curve.name, log));
+        FUZZ_REQUIRE(TovarMp::mpint_from_bytes(key.m_privKey, d, (unsigned)curve.byteLen - 1) &&
+                     key.genPubKey(log));
+        FUZZ_REQUIRE(oracleMulBase(key.m_curve, key.m_privKey, key.m_pubPoint) == 1);
+        key.m_keyType = 1;
     }
-    return *s_keys[index];
+    return key;
 }
 
 }  // namespace
@@ -46,8 +44,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const unsigned hashLen = data[1] % 65, rLen = data[2], sigLen = (unsigned)(size - kHeaderLen - hashLen);
     const bool split = (data[3] & 1) != 0;
     // The module takes pointers and lengths; exactly-sized copies let an over-read be caught.
-    std::vector<uint8_t> hash(data + kHeaderLen, data + kHeaderLen + hashLen);
-    std::vector<uint8_t> sig(data + kHeaderLen + hashLen, data + size);
+    std::vector<uint8_t> hash(data + kHeaderLen, data + kHeaderLen + hashLen),
+        sig(data + kHeaderLen + hashLen, data + size);
     const uint8_t *hashArg = hashLen ? hash.data() : nullptr, *sigArg = sigLen ? sig.data() : nullptr;
 
     FuzzLog log;

@@ -8,8 +8,6 @@
 #include "FuzzSupport.h"
 #include "support/Xml.h"
 
-using namespace ecckey_fuzz;
-
 namespace {
 
 bool readXml(const char *text, EccKey &key, LogBase &log) {
@@ -24,15 +22,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     EccKey key;
     if (!readXml(std::string((const char *)data, size).c_str(), key, log))
         return 0;
-    requireLoadedKey(key);
-    if (!pointExportable(key))
-        return 0;  // beyond the writer's limit
-    if (!key.isPrivate()) {
+    requireDerRoundTrip(key);
+    // Nothing is written for a point beyond the writer's limit or for a zero scalar.
+    if (!pointFits(key, 256) || (key.isPrivate() && TovarMp::isZero(key.m_privKey)))
+        return 0;
+    if (key.isPrivate()) {
+        requireRoundTrip(key, &EccKey::toEccPrivateKeyXml, readXml);
+    } else {
         requireRoundTrip(key, &EccKey::toEccPublicKeyXml, readXml);
         requireRoundTrip(key, &EccKey::toEccPublicKeyXmlDSig, readXml);
-    } else if (!isZero(key.m_privKey)) {  // a zero scalar is not written
-        requireRoundTrip(key, &EccKey::toEccPrivateKeyXml, readXml);
     }
-    requireDerRoundTrip(key);
     return 0;
 }
