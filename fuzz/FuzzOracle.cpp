@@ -4,22 +4,18 @@
 #include <openssl/objects.h>
 
 #include "FuzzSupport.h"
-#include "support/DataBuffer.h"
-
-namespace ecckey_fuzz {
 
 namespace {
 
-// One computation on a curve, found by its OID: the group, two points and numbers that live in the BN_CTX.
+// One computation on a curve, found by its OID: the group, a point and numbers that live in the BN_CTX.
 struct Ossl {
     explicit Ossl(const EccCurve &curve)
         : group(EC_GROUP_new_by_curve_name(OBJ_txt2nid(curve.m_oid.getString()))) {
-        FUZZ_REQUIRE(ctx && group && p && q);
+        FUZZ_REQUIRE(ctx && group && p);
         BN_CTX_start(ctx);
     }
     ~Ossl() {
         EC_POINT_free(p);
-        EC_POINT_free(q);
         EC_GROUP_free(group);
         BN_CTX_end(ctx);
         BN_CTX_free(ctx);
@@ -32,9 +28,17 @@ struct Ossl {
         FUZZ_REQUIRE(BN_bin2bn(bytes.getData2(), (int)bytes.getSize(), out));
         return out;
     }
+    // Sets p to u1·G + u2·Q and (x, y) to its affine coordinates; false when p is the point at infinity.
+    bool mul(BIGNUM *u1, const EccPoint *q, BIGNUM *u2, BIGNUM *x, BIGNUM *y) {
+        EC_POINT *pq = EC_POINT_new(group);
+        FUZZ_REQUIRE(pq && (!q || EC_POINT_set_affine_coordinates(group, pq, bn(&q->m_x), bn(&q->m_y), ctx)));
+        FUZZ_REQUIRE(EC_POINT_mul(group, p, u1, q ? pq : nullptr, q ? u2 : nullptr, ctx));
+        EC_POINT_free(pq);
+        return !EC_POINT_is_at_infinity(group, p) && EC_POINT_get_affine_coordinates(group, p, x, y, ctx);
+    }
     BN_CTX *ctx = BN_CTX_new();
     EC_GROUP *group;
-    EC_POINT *p = EC_POINT_new(group), *q = EC_POINT_new(group);
+    EC_POINT *p = EC_POINT_new(group);
 };
 
 }  // namespace
@@ -42,10 +46,8 @@ struct Ossl {
 int oracleMulBase(const EccCurve &curve, const mp_int &d, const EccPoint &q) {
     Ossl o(curve);
     BIGNUM *x = o.bn(), *y = o.bn();
-    FUZZ_REQUIRE(EC_POINT_mul(o.group, o.p, o.bn(&d), nullptr, nullptr, o.ctx));
-    if (EC_POINT_is_at_infinity(o.group, o.p))
+    if (!o.mul(o.bn(&d), nullptr, nullptr, x, y))
         return -1;
-    FUZZ_REQUIRE(EC_POINT_get_affine_coordinates(o.group, o.p, x, y, o.ctx));
     return BN_cmp(x, o.bn(&q.m_x)) == 0 && BN_cmp(y, o.bn(&q.m_y)) == 0 && TovarMp::mp_cmp_d(q.m_z, 1) == 0;
 }
 
@@ -55,15 +57,7 @@ bool oracleVerify(const EccKey &key, const mp_int &r, const mp_int &s, const mp_
     BIGNUM *br = o.bn(&r), *bs = o.bn(&s), *w = o.bn(), *u1 = o.bn(), *u2 = o.bn(), *x = o.bn();
     if (BN_is_zero(br) || BN_is_zero(bs) || BN_cmp(br, n) >= 0 || BN_cmp(bs, n) >= 0)
         return false;
-    const EccPoint &q = key.m_pubPoint;
-    FUZZ_REQUIRE(EC_POINT_set_affine_coordinates(o.group, o.q, o.bn(&q.m_x), o.bn(&q.m_y), o.ctx));
     FUZZ_REQUIRE(BN_mod_inverse(w, bs, n, o.ctx) && BN_mod_mul(u1, o.bn(&e), w, n, o.ctx));
-    FUZZ_REQUIRE(BN_mod_mul(u2, br, w, n, o.ctx) && EC_POINT_mul(o.group, o.p, u1, o.q, u2, o.ctx));
-    if (EC_POINT_is_at_infinity(o.group, o.p))
-        return false;
-    FUZZ_REQUIRE(EC_POINT_get_affine_coordinates(o.group, o.p, x, nullptr, o.ctx) &&
-                 BN_nnmod(x, x, n, o.ctx));
-    return BN_cmp(x, br) == 0;
+    FUZZ_REQUIRE(BN_mod_mul(u2, br, w, n, o.ctx));
+    return o.mul(u1, &key.m_pubPoint, u2, x, nullptr) && BN_nnmod(x, x, n, o.ctx) && BN_cmp(x, br) == 0;
 }
-
-}  // namespace ecckey_fuzz

@@ -1,10 +1,13 @@
-// What must hold whenever a decoder accepts its input, shared by the fuzz targets.
+// What must hold whenever a decoder accepts its input, shared by the fuzz targets (each a one-file program
+// over these names).
 //
 // A broken invariant prints what broke and aborts, which libFuzzer (and the corpus replay under CTest)
 // reports as a finding together with the input that caused it.
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
 
@@ -12,16 +15,14 @@
 #include "support/LogBase.h"
 #include "support/TovarMp.h"
 
-namespace ecckey_fuzz {
-
 using namespace ecckey;
 
-[[noreturn]] void fail(const char *what, const char *file, int line);
-
-#define FUZZ_REQUIRE(cond)                                  \
-    do {                                                    \
-        if (!(cond))                                        \
-            ::ecckey_fuzz::fail(#cond, __FILE__, __LINE__); \
+#define FUZZ_REQUIRE(cond)                                                                                \
+    do {                                                                                                  \
+        if (!(cond)) {                                                                                    \
+            std::fprintf(stderr, "\n*** fuzz invariant broken: %s (%s:%d)\n", #cond, __FILE__, __LINE__); \
+            std::abort();                                                                                 \
+        }                                                                                                 \
     } while (0)
 
 // A verbose logger (so that the data items written only when debugging are exercised too) that keeps
@@ -44,23 +45,47 @@ class FuzzLog : public LogBase {
 inline bool equalInts(const mp_int &a, const mp_int &b) {
     return TovarMp::mp_cmp(a, b) == 0;
 }
+
 // True when both coordinates of the key's point fit in len bytes: the curve's byte length, for an X9.63
 // export to carry them whole, or 256, the point writer's limit.
-bool pointFits(const EccKey &key, int len);
+inline bool pointFits(const EccKey &key, int len) {
+    return TovarMp::mp_unsigned_bin_size(key.m_pubPoint.m_x) <= len &&
+           TovarMp::mp_unsigned_bin_size(key.m_pubPoint.m_y) <= len;
+}
+
 // The engine's zero point (0, 1, 0), which secp256k1 derives from a zero scalar.
-bool isK1Zero(const EccKey &key);
+inline bool isK1Zero(const EccKey &key) {
+    const EccPoint &q = key.m_pubPoint;
+    return key.m_curve.m_name.equals("secp256k1") && TovarMp::isZero(q.m_x) &&
+           TovarMp::mp_cmp_d(q.m_y, 1) == 0 && TovarMp::isZero(q.m_z);
+}
 
 // A key that a reader accepted: its curve record is exactly the catalogue's record for its OID, the key
 // type is 0 or 1, the integers are not negative, a public key has no scalar and the point is affine.
-void requireLoadedKey(const EccKey &key);
+inline void requireLoadedKey(const EccKey &key) {
+    FuzzLog log;
+    EccCurve ref;
+    const EccCurve &c = key.m_curve;
+    FUZZ_REQUIRE(ref.loadCurveByOid(c.m_oid, log));
+    FUZZ_REQUIRE(c.m_name.equals(ref.m_name) && c.m_byteLen == ref.m_byteLen && c.m_hasA == ref.m_hasA);
+    FUZZ_REQUIRE(c.m_p.equals(ref.m_p) && c.m_a.equals(ref.m_a) && c.m_b.equals(ref.m_b));
+    FUZZ_REQUIRE(c.m_order.equals(ref.m_order) && c.m_Gx.equals(ref.m_Gx) && c.m_Gy.equals(ref.m_Gy));
+    FUZZ_REQUIRE(key.m_keyType == 0 || key.m_keyType == 1);
+    FUZZ_REQUIRE(!TovarMp::isNegative(key.m_pubPoint.m_x) && !TovarMp::isNegative(key.m_pubPoint.m_y));
+    FUZZ_REQUIRE(!TovarMp::isNegative(key.m_privKey) && (key.isPrivate() || TovarMp::isZero(key.m_privKey)));
+    FUZZ_REQUIRE(TovarMp::mp_cmp_d(key.m_pubPoint.m_z, 1) == 0 || (key.isPrivate() && isK1Zero(key)));
+}
+
 // Same type, same curve, same scalar (private keys) and the same point, unless the point does not fit the
 // curve and `whole` is false (the X9.63 writer cuts such a coordinate).
-void requireSameKey(const EccKey &key, const EccKey &back, bool whole = false);
-
-// A loaded key (above) that re-exports as DER in both forms that apply to it, each loading back as the
-// same key. Private keys are written with their public point, so a point that was trusted on input comes
-// back unchanged.
-void requireDerRoundTrip(EccKey &key);
+inline void requireSameKey(const EccKey &key, const EccKey &back, bool whole = false) {
+    requireLoadedKey(back);
+    FUZZ_REQUIRE(back.m_keyType == key.m_keyType && back.m_curve.m_oid.equals(key.m_curve.m_oid));
+    FUZZ_REQUIRE(!key.isPrivate() || equalInts(back.m_privKey, key.m_privKey));
+    if (whole || pointFits(key, key.m_curve.m_byteLen))
+        FUZZ_REQUIRE(equalInts(back.m_pubPoint.m_x, key.m_pubPoint.m_x) &&
+                     equalInts(back.m_pubPoint.m_y, key.m_pubPoint.m_y));
+}
 
 // The text `write` makes of the key (a writer of EccKey, or a callable taking the key) reads back through
 // `read` as the same key.
@@ -75,14 +100,32 @@ void requireRoundTrip(EccKey &key, Write write, Read read, bool whole = false) {
     text.secureClear();
 }
 
+// A loaded key (above) that re-exports as DER in both forms that apply to it, each loading back as the
+// same key. Private keys are written with their public point, so a point that was trusted on input comes
+// back unchanged. Nothing is written for a point beyond the writer's limit, nor for a zero scalar ("k is
+// empty"), which only the PKCS #8 curve override yields.
+inline void requireDerRoundTrip(EccKey &key) {
+    typedef bool (EccKey::*DerWriter)(DataBuffer &, LogBase &);
+    const DerWriter forms[2][2] = {{&EccKey::toPublicKeyDer_shortFmt, &EccKey::toPublicKeyDer_longFmt},
+                                   {&EccKey::toEccPkcs1PrivateKeyDer, &EccKey::toEccPkcs8PrivateKeyDer}};
+    requireLoadedKey(key);
+    const bool writable = pointFits(key, 256) && !(key.isPrivate() && TovarMp::isZero(key.m_privKey));
+    FuzzLog log;
+    log.m_options.setString("EMIT_ECC_PKCS1_PUBKEY");
+    for (DerWriter write : forms[key.m_keyType]) {
+        DataBuffer der;
+        EccKey back;
+        FUZZ_REQUIRE((key.*write)(der, log) == writable);
+        if (!writable)
+            return;
+        FUZZ_REQUIRE(der.isSensitive() && back.loadEccDer(der, log));
+        requireSameKey(key, back);
+    }
+}
+
 // OpenSSL as the independent oracle (FuzzOracle.cpp), on the key's curve. Compares q with d·G: 1 when q is
 // d·G and affine, 0 when it is not, -1 when d·G is the point at infinity.
 int oracleMulBase(const EccCurve &curve, const mp_int &d, const EccPoint &q);
 // The ECDSA verdict for (r, s) over the integer e under the key's point: true exactly when 0 < r, s < n
 // and the x-coordinate of (e/s)·G + (r/s)·Q, reduced modulo n, equals r.
 bool oracleVerify(const EccKey &key, const mp_int &r, const mp_int &s, const mp_int &e);
-
-}  // namespace ecckey_fuzz
-
-// The harnesses are one-file programs over these names.
-using namespace ecckey_fuzz;

@@ -22,10 +22,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     requireDerRoundTrip(key);
     const char *curve = len == 48   ? "secp384r1"
                         : len == 66 ? "secp521r1"
-                        : len != 32 ? "none"
                         : k1Flag    ? "secp256k1"
                                     : "secp256r1";
-    FUZZ_REQUIRE(key.isPrivate() && key.m_curve.m_name.equals(curve));
+    FUZZ_REQUIRE((len == 32 || len == 48 || len == 66) && key.isPrivate() &&
+                 key.m_curve.m_name.equals(curve));
 
     mp_int d, one;
     FUZZ_REQUIRE(TovarMp::mpint_from_bytes(d, data + 1, len) && TovarMp::mp_set(one, 1) == 0);

@@ -1,5 +1,5 @@
 #!/bin/bash
-# Builds the libFuzzer targets (fuzz/CMakeLists.txt, clang-14) and runs each one for FUZZ_SECONDS seconds,
+# Builds the libFuzzer targets (tests/cmake/fuzz.cmake with ECCKEY_FUZZ, clang-14) and runs each one for FUZZ_SECONDS seconds,
 # starting from a copy of its checked-in corpus, then prints executions, CPU seconds and findings per target.
 #   fuzz/run.sh [BUILD_DIR] [SECONDS] [TARGET...]
 # FUZZ_RUNS, when set, also stops a target after that many executions, whichever comes first.
@@ -10,14 +10,13 @@ cd "$(dirname "$0")/.."
 BUILD=${1:-build-fuzz}
 SECONDS_PER_TARGET=${2:-${FUZZ_SECONDS:-60}}
 shift 2 2>/dev/null || shift $#
-cmake -S fuzz -B "$BUILD" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_C_COMPILER="${FUZZ_CC:-clang-14}" \
-  -DCMAKE_CXX_COMPILER="${FUZZ_CXX:-clang++-14}" >/dev/null
-cmake --build "$BUILD" -j "$(nproc)" >/dev/null
-
-TARGETS=${*:-$(cd "$BUILD/bin" && ls fuzz_* | sed 's/^fuzz_//')}
+cmake -S . -B "$BUILD" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_C_COMPILER="${FUZZ_CC:-clang-14}" \
+  -DCMAKE_CXX_COMPILER="${FUZZ_CXX:-clang++-14}" -DECCKEY_FUZZ=ON -DECCKEY_SANITIZE=ON -DECCKEY_BENCH=OFF >/dev/null
+TARGETS=${*:-$(cd fuzz && ls fuzz_*.cpp | sed 's/^fuzz_//; s/\.cpp$//')}
+# shellcheck disable=SC2046
+cmake --build "$BUILD" -j "$(nproc)" --target $(printf 'fuzz_%s ' $TARGETS) >/dev/null
 TIMEFORMAT='%U %S'  # what `time` reports: user and system CPU seconds
 status=0
-: >"$BUILD/summary.txt"
 for t in $TARGETS; do
   work="$BUILD/corpus/$t"
   found="$BUILD/findings/$t"
@@ -31,8 +30,7 @@ for t in $TARGETS; do
   cpu=$(awk '{ printf "%.0f", $1 + $2 }' "$found.cpu")
   findings=$(find "$found" -type f | wc -l)
   [ "$findings" -eq 0 ] || status=1
-  printf '%-12s executions %12s   CPU s %6s   findings %s\n' "$t" "${execs:-?}" "$cpu" "$findings" |
-    tee -a "$BUILD/summary.txt"
+  printf '%-12s executions %12s   CPU s %6s   findings %s\n' "$t" "${execs:-?}" "$cpu" "$findings"
 done
 [ "$status" -eq 0 ] || echo "findings kept in $BUILD/findings/ (logs beside them)"
 exit "$status"
