@@ -42,10 +42,6 @@ class FuzzLog : public LogBase {
     size_t m_chars = 0;  // keeps the reads from being optimised away
 };
 
-inline bool equalInts(const mp_int &a, const mp_int &b) {
-    return TovarMp::mp_cmp(a, b) == 0;
-}
-
 // True when both coordinates of the key's point fit in len bytes: the curve's byte length, for an X9.63
 // export to carry them whole, or 256, the point writer's limit.
 inline bool pointFits(const EccKey &key, int len) {
@@ -81,10 +77,17 @@ inline void requireLoadedKey(const EccKey &key) {
 inline void requireSameKey(const EccKey &key, const EccKey &back, bool whole = false) {
     requireLoadedKey(back);
     FUZZ_REQUIRE(back.m_keyType == key.m_keyType && back.m_curve.m_oid.equals(key.m_curve.m_oid));
-    FUZZ_REQUIRE(!key.isPrivate() || equalInts(back.m_privKey, key.m_privKey));
+    FUZZ_REQUIRE(!key.isPrivate() || TovarMp::mp_cmp(back.m_privKey, key.m_privKey) == 0);
     if (whole || pointFits(key, key.m_curve.m_byteLen))
-        FUZZ_REQUIRE(equalInts(back.m_pubPoint.m_x, key.m_pubPoint.m_x) &&
-                     equalInts(back.m_pubPoint.m_y, key.m_pubPoint.m_y));
+        FUZZ_REQUIRE(TovarMp::mp_cmp(back.m_pubPoint.m_x, key.m_pubPoint.m_x) == 0 &&
+                     TovarMp::mp_cmp(back.m_pubPoint.m_y, key.m_pubPoint.m_y) == 0);
+}
+
+// Parses text into a Doc (ClsJsonObject, ClsXml) and reads the key from it.
+template <class Doc, bool (Doc::*parse)(const char *, LogBase &), bool (EccKey::*load)(Doc &, LogBase &)>
+bool readKey(const char *text, EccKey &key, LogBase &log) {
+    Doc doc;
+    return (doc.*parse)(text, log) && (key.*load)(doc, log);
 }
 
 // The text `write` makes of the key (a writer of EccKey, or a callable taking the key) reads back through
@@ -122,10 +125,3 @@ inline void requireDerRoundTrip(EccKey &key) {
         requireSameKey(key, back);
     }
 }
-
-// OpenSSL as the independent oracle (FuzzOracle.cpp), on the key's curve. Compares q with d·G: 1 when q is
-// d·G and affine, 0 when it is not, -1 when d·G is the point at infinity.
-int oracleMulBase(const EccCurve &curve, const mp_int &d, const EccPoint &q);
-// The ECDSA verdict for (r, s) over the integer e under the key's point: true exactly when 0 < r, s < n
-// and the x-coordinate of (e/s)·G + (r/s)·Q, reduced modulo n, equals r.
-bool oracleVerify(const EccKey &key, const mp_int &r, const mp_int &s, const mp_int &e);

@@ -7,9 +7,7 @@
 #include "support/Asn1.h"
 #include "support/Owners.h"
 
-namespace {
-
-void walk(const _tvAsn1 &node, int depth) {
+static void walk(const _tvAsn1 &node, int depth) {
     DataBuffer content, again;
     StringBuffer dotted;
     node.asnIntValue();
@@ -26,8 +24,6 @@ void walk(const _tvAsn1 &node, int depth) {
         walk(*node.getAsnPart(i), depth + 1);
     }
 }
-
-}  // namespace
 
 // libFuzzer and the corpus replay both hand over a block of exactly `size` bytes, so a read past the end
 // is caught without a copy here.

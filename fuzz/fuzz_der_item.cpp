@@ -7,9 +7,7 @@
 #include "support/AsnItem.h"
 #include "support/Owners.h"
 
-namespace {
-
-void walk(const tv_asnItem &item, int depth) {
+static void walk(const tv_asnItem &item, int depth) {
     FuzzLog log;
     mp_int value;
     FUZZ_REQUIRE(depth <= 64);
@@ -27,8 +25,6 @@ void walk(const tv_asnItem &item, int depth) {
         walk(*item.getSubItem_doNotDelete(i), depth + 1);
     }
 }
-
-}  // namespace
 
 // libFuzzer and the corpus replay both hand over a block of exactly `size` bytes, so a read past the end
 // is caught without a copy here.

@@ -7,14 +7,7 @@
 #include "FuzzSupport.h"
 #include "support/JsonObject.h"
 
-namespace {
-
-bool readJwk(const char *text, EccKey &key, LogBase &log) {
-    ClsJsonObject json;
-    return json.load(text, log) && key.loadAnyJwk(json, log);
-}
-
-}  // namespace
+constexpr auto readJwk = &readKey<ClsJsonObject, &ClsJsonObject::load, &EccKey::loadAnyJwk>;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     using namespace std::placeholders;

@@ -9,14 +9,10 @@
 // back as DER.
 #include "FuzzSupport.h"
 
-namespace {
-
 // After the thirteen catalogue names, other spellings that the lookup takes or refuses.
 const char *const kAliases[] = {"nistp256", "nistp384",     "nistp521",    "ecdsa-sha2-nistp256",
                                 "P-521",    "1.3.132.0.10", " secp256r1 ", "unknown",
                                 ""};
-
-}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (size < 2 || size < 2 + (size_t)data[1])

@@ -4,6 +4,7 @@
 // An accepted scalar gives a private key on the selected curve whose public point is d·G as OpenSSL
 // computes it (with the deliberate zero cases: G on a generic curve, the engine's (0, 1, 0) on secp256k1),
 // and the key writes itself back as DER and raw hex.
+#include "FuzzOracle.h"
 #include "FuzzSupport.h"
 #include "support/TovarMp.h"
 

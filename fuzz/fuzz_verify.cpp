@@ -7,17 +7,16 @@
 // on the same r, s and truncated hash, and a signature OpenSSL accepts is never refused.
 #include <vector>
 
+#include "FuzzOracle.h"
 #include "FuzzSupport.h"
 #include "ecc/EcdsaSig.h"
 #include "support/TovarMp.h"
-
-namespace {
 
 const unsigned kHeaderLen = 4;
 
 // The private key of the catalogue curve at index, d being byteLen − 1 bytes of a fixed pattern (so that
 // it lies below n), with its point as the module derives it checked against OpenSSL.
-EccKey &fixedKey(int index) {
+static EccKey &fixedKey(int index) {
     static EccKey s_keys[32];
     EccKey &key = s_keys[index];
     if (key.m_curve.m_byteLen == 0) {
@@ -34,8 +33,6 @@ EccKey &fixedKey(int index) {
     }
     return key;
 }
-
-}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (size < kHeaderLen || size < kHeaderLen + data[1] % 65)

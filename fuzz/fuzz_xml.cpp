@@ -8,14 +8,7 @@
 #include "FuzzSupport.h"
 #include "support/Xml.h"
 
-namespace {
-
-bool readXml(const char *text, EccKey &key, LogBase &log) {
-    ClsXml xml;
-    return xml.loadXml(text, log) && key.loadAnyXml(xml, log);
-}
-
-}  // namespace
+constexpr auto readXml = &readKey<ClsXml, &ClsXml::loadXml, &EccKey::loadAnyXml>;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     FuzzLog log;

@@ -2,28 +2,25 @@
 # main (fuzz/replay_main.cpp) instead of libFuzzer. In the sanitizer build (ECCKEY_SANITIZE, `make
 # test-sanitize`) the replays run under AddressSanitizer and UndefinedBehaviorSanitizer.
 #
-# With ECCKEY_FUZZ (fuzz/run.sh, `make fuzz`: clang-14 and ECCKEY_SANITIZE) the library and the checks
-# also get libFuzzer's coverage feedback and every harness is a libFuzzer target, fuzz_<target>.
+# With ECCKEY_FUZZ (fuzz/run.sh, `make fuzz`: clang-14 and ECCKEY_SANITIZE) the library also gets
+# libFuzzer's coverage feedback and every harness is a libFuzzer target too, fuzz_<target>.
 set(ECCKEY_FUZZ_DIR ${CMAKE_SOURCE_DIR}/fuzz)
 file(GLOB ECCKEY_FUZZ_HARNESSES CONFIGURE_DEPENDS ${ECCKEY_FUZZ_DIR}/fuzz_*.cpp)
-add_library(ecckey_fuzzsupport STATIC ${ECCKEY_FUZZ_DIR}/FuzzOracle.cpp)
-target_link_libraries(ecckey_fuzzsupport PUBLIC ecckey OpenSSL::Crypto)
-ecckey_warnings(ecckey_fuzzsupport)
 if(ECCKEY_FUZZ)
   target_compile_options(ecckey PRIVATE -fsanitize=fuzzer-no-link)
-  target_compile_options(ecckey_fuzzsupport PUBLIC -fsanitize=fuzzer-no-link)
 endif()
 foreach(src ${ECCKEY_FUZZ_HARNESSES})
   get_filename_component(harness ${src} NAME_WE)
   string(REGEX REPLACE "^fuzz_" "" target ${harness})
   add_executable(replay_${target} ${src} ${ECCKEY_FUZZ_DIR}/replay_main.cpp)
-  target_link_libraries(replay_${target} PRIVATE ecckey_fuzzsupport)
+  target_link_libraries(replay_${target} PRIVATE ecckey)
   ecckey_warnings(replay_${target})
   add_test(NAME fuzz_replay_${target} COMMAND replay_${target} ${ECCKEY_FUZZ_DIR}/corpus/${target})
   set_tests_properties(fuzz_replay_${target} PROPERTIES TIMEOUT 300 LABELS fuzz)
   if(ECCKEY_FUZZ)
     add_executable(${harness} ${src})
-    target_link_libraries(${harness} PRIVATE ecckey_fuzzsupport)
+    target_link_libraries(${harness} PRIVATE ecckey)
+    target_compile_options(${harness} PRIVATE -fsanitize=fuzzer)
     target_link_options(${harness} PRIVATE -fsanitize=fuzzer)
   endif()
 endforeach()

@@ -1,11 +1,11 @@
 // OpenSSL as the independent oracle of the fuzz targets that compute: d·G and ECDSA verification.
+#pragma once
+
 #include <openssl/bn.h>
 #include <openssl/ec.h>
 #include <openssl/objects.h>
 
 #include "FuzzSupport.h"
-
-namespace {
 
 // One computation on a curve, found by its OID: the group, a point and numbers that live in the BN_CTX.
 struct Ossl {
@@ -41,9 +41,9 @@ struct Ossl {
     EC_POINT *p = EC_POINT_new(group);
 };
 
-}  // namespace
-
-int oracleMulBase(const EccCurve &curve, const mp_int &d, const EccPoint &q) {
+// Compares q with d·G on the curve: 1 when q is d·G and affine, 0 when it is not, -1 when d·G is the point
+// at infinity.
+inline int oracleMulBase(const EccCurve &curve, const mp_int &d, const EccPoint &q) {
     Ossl o(curve);
     BIGNUM *x = o.bn(), *y = o.bn();
     if (!o.mul(o.bn(&d), nullptr, nullptr, x, y))
@@ -51,7 +51,9 @@ int oracleMulBase(const EccCurve &curve, const mp_int &d, const EccPoint &q) {
     return BN_cmp(x, o.bn(&q.m_x)) == 0 && BN_cmp(y, o.bn(&q.m_y)) == 0 && TovarMp::mp_cmp_d(q.m_z, 1) == 0;
 }
 
-bool oracleVerify(const EccKey &key, const mp_int &r, const mp_int &s, const mp_int &e) {
+// The ECDSA verdict for (r, s) over the integer e under the key's point: true exactly when 0 < r, s < n
+// and the x-coordinate of (e/s)·G + (r/s)·Q, reduced modulo n, equals r.
+inline bool oracleVerify(const EccKey &key, const mp_int &r, const mp_int &s, const mp_int &e) {
     Ossl o(key.m_curve);
     const BIGNUM *n = EC_GROUP_get0_order(o.group);
     BIGNUM *br = o.bn(&r), *bs = o.bn(&s), *w = o.bn(), *u1 = o.bn(), *u2 = o.bn(), *x = o.bn();
