@@ -51,15 +51,17 @@ inline int oracleMulBase(const EccCurve &curve, const mp_int &d, const EccPoint 
     return BN_cmp(x, o.bn(&q.m_x)) == 0 && BN_cmp(y, o.bn(&q.m_y)) == 0 && TovarMp::mp_cmp_d(q.m_z, 1) == 0;
 }
 
-// The ECDSA verdict for (r, s) over the integer e under the key's point: true exactly when 0 < r, s < n
-// and the x-coordinate of (e/s)·G + (r/s)·Q, reduced modulo n, equals r.
-inline bool oracleVerify(const EccKey &key, const mp_int &r, const mp_int &s, const mp_int &e) {
+// The ECDSA verdict for (r, s) over the big-endian integer e of eLen bytes under the key's point: true
+// exactly when 0 < r, s < n and the x-coordinate of (e/s)·G + (r/s)·Q, reduced modulo n, equals r.
+inline bool oracleVerify(const EccKey &key, const mp_int &r, const mp_int &s, const uint8_t *e,
+                         unsigned eLen) {
     Ossl o(key.m_curve);
     const BIGNUM *n = EC_GROUP_get0_order(o.group);
     BIGNUM *br = o.bn(&r), *bs = o.bn(&s), *w = o.bn(), *u1 = o.bn(), *u2 = o.bn(), *x = o.bn();
     if (BN_is_zero(br) || BN_is_zero(bs) || BN_cmp(br, n) >= 0 || BN_cmp(bs, n) >= 0)
         return false;
-    FUZZ_REQUIRE(BN_mod_inverse(w, bs, n, o.ctx) && BN_mod_mul(u1, o.bn(&e), w, n, o.ctx));
+    FUZZ_REQUIRE(BN_mod_inverse(w, bs, n, o.ctx) &&
+                 BN_mod_mul(u1, BN_bin2bn(e, (int)eLen, o.bn()), w, n, o.ctx));
     FUZZ_REQUIRE(BN_mod_mul(u2, br, w, n, o.ctx));
     return o.mul(u1, &key.m_pubPoint, u2, x, nullptr) && BN_nnmod(x, x, n, o.ctx) && BN_cmp(x, br) == 0;
 }

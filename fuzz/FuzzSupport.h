@@ -17,29 +17,17 @@
 
 using namespace ecckey;
 
-#define FUZZ_REQUIRE(cond)                                                                                \
-    do {                                                                                                  \
-        if (!(cond)) {                                                                                    \
-            std::fprintf(stderr, "\n*** fuzz invariant broken: %s (%s:%d)\n", #cond, __FILE__, __LINE__); \
-            std::abort();                                                                                 \
-        }                                                                                                 \
-    } while (0)
+[[noreturn]] inline void fuzzFail(const char *what, const char *file, int line) {
+    std::fprintf(stderr, "\n*** fuzz invariant broken: %s (%s:%d)\n", what, file, line);
+    std::abort();
+}
+#define FUZZ_REQUIRE(cond) ((cond) ? (void)0 : fuzzFail(#cond, __FILE__, __LINE__))
 
-// A verbose logger (so that the data items written only when debugging are exercised too) that keeps
-// nothing but reads every text to its terminator, so that AddressSanitizer catches an unterminated or
-// dangling one.
-class FuzzLog : public LogBase {
-  public:
+// A verbose logger (so that the data items written only when debugging are exercised too) that copies
+// every text, reading each to its terminator, so that AddressSanitizer catches an unterminated or dangling
+// one.
+struct FuzzLog : LogRecorder {
     FuzzLog() { m_verbose = true; }
-    void logError(const char *text) override { m_chars += std::strlen(text); }
-    void logInfo(const char *text) override { m_chars += std::strlen(text); }
-    void enterContext(const char *name) override { m_chars += std::strlen(name); }
-    void logData(const char *name, const char *value) override {
-        m_chars += std::strlen(name) + std::strlen(value);
-    }
-
-  private:
-    size_t m_chars = 0;  // keeps the reads from being optimised away
 };
 
 // True when both coordinates of the key's point fit in len bytes: the curve's byte length, for an X9.63

@@ -1,6 +1,7 @@
 #!/bin/bash
-# Builds the libFuzzer targets (tests/cmake/fuzz.cmake with ECCKEY_FUZZ, clang-14) and runs each one for FUZZ_SECONDS seconds,
-# starting from a copy of its checked-in corpus, then prints executions, CPU seconds and findings per target.
+# Builds the libFuzzer targets (tests/cmake/fuzz.cmake with ECCKEY_FUZZ, clang-14) and runs each one for
+# FUZZ_SECONDS seconds, starting from a copy of its checked-in corpus, then prints executions, CPU seconds
+# and findings per target.
 #   fuzz/run.sh [BUILD_DIR] [SECONDS] [TARGET...]
 # FUZZ_RUNS, when set, also stops a target after that many executions, whichever comes first.
 # Findings (crash, leak, timeout and out-of-memory inputs) are kept in BUILD_DIR/findings/<target>/.
@@ -18,19 +19,18 @@ cmake --build "$BUILD" -j "$(nproc)" --target $(printf 'fuzz_%s ' $TARGETS) >/de
 TIMEFORMAT='%U %S'  # what `time` reports: user and system CPU seconds
 status=0
 for t in $TARGETS; do
-  work="$BUILD/corpus/$t"
   found="$BUILD/findings/$t"
-  mkdir -p "$work" "$found"
-  cp -n fuzz/corpus/"$t"/* "$work/" 2>/dev/null || true
+  mkdir -p "$BUILD/corpus/$t" "$found"
+  cp -n fuzz/corpus/"$t"/* "$BUILD/corpus/$t/" 2>/dev/null || true
   # A finding stops libFuzzer with a non-zero status; the artifact lands in $found.
   { time "$BUILD/bin/fuzz_$t" -max_total_time="$SECONDS_PER_TARGET" ${FUZZ_RUNS:+-runs=$FUZZ_RUNS} -timeout=10 \
-    -rss_limit_mb=2048 -max_len=4096 -print_final_stats=1 -artifact_prefix="$found/" "$work" >"$found.log" 2>&1 ||
-    true; } 2>"$found.cpu"
-  execs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$found.log" | tail -n 1)
-  cpu=$(awk '{ printf "%.0f", $1 + $2 }' "$found.cpu")
+    -rss_limit_mb=2048 -max_len=4096 -print_final_stats=1 -artifact_prefix="$found/" "$BUILD/corpus/$t" \
+    >"$found.log" 2>&1 || true; } 2>"$found.cpu"
   findings=$(find "$found" -type f | wc -l)
   [ "$findings" -eq 0 ] || status=1
-  printf '%-12s executions %12s   CPU s %6s   findings %s\n' "$t" "${execs:-?}" "$cpu" "$findings"
+  printf '%-12s executions %12s   CPU s %6s   findings %s\n' "$t" \
+    "$(sed -n 's/^stat::number_of_executed_units: *//p' "$found.log" | tail -n 1)" \
+    "$(awk '{ printf "%.0f", $1 + $2 }' "$found.cpu")" "$findings"
 done
 [ "$status" -eq 0 ] || echo "findings kept in $BUILD/findings/ (logs beside them)"
 exit "$status"
