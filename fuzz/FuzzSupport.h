@@ -96,14 +96,13 @@ void requireRoundTrip(EccKey &key, Write write, Read read, bool whole = false) {
 // back unchanged. Nothing is written for a point beyond the writer's limit, nor for a zero scalar ("k is
 // empty"), which only the PKCS #8 curve override yields.
 inline void requireDerRoundTrip(EccKey &key) {
-    typedef bool (EccKey::*DerWriter)(DataBuffer &, LogBase &);
-    const DerWriter forms[2][2] = {{&EccKey::toPublicKeyDer_shortFmt, &EccKey::toPublicKeyDer_longFmt},
-                                   {&EccKey::toEccPkcs1PrivateKeyDer, &EccKey::toEccPkcs8PrivateKeyDer}};
     requireLoadedKey(key);
     const bool writable = pointFits(key, 256) && !(key.isPrivate() && TovarMp::isZero(key.m_privKey));
     FuzzLog log;
     log.m_options.setString("EMIT_ECC_PKCS1_PUBKEY");
-    for (DerWriter write : forms[key.m_keyType]) {
+    for (auto write :
+         {key.isPrivate() ? &EccKey::toEccPkcs1PrivateKeyDer : &EccKey::toPublicKeyDer_shortFmt,
+          key.isPrivate() ? &EccKey::toEccPkcs8PrivateKeyDer : &EccKey::toPublicKeyDer_longFmt}) {
         DataBuffer der;
         EccKey back;
         FUZZ_REQUIRE((key.*write)(der, log) == writable);

@@ -25,11 +25,10 @@ static EccKey &fixedKey(int index) {
         for (int i = 0; i < curve.byteLen - 1; ++i)
             d[i] = (unsigned char)(0x5A ^ (i * 29 + index * 7));
         FuzzLog log;
-        FUZZ_REQUIRE(key.m_curve.loadCurveByName(curve.name, log));
-        FUZZ_REQUIRE(TovarMp::mpint_from_bytes(key.m_privKey, d, (unsigned)curve.byteLen - 1) &&
-                     key.genPubKey(log));
+        StringBuffer hex;
+        DataBuffer::toHexString2(d, (unsigned)curve.byteLen - 1, false, hex);
+        FUZZ_REQUIRE(key.generateNewKey2(StringBuffer(curve.name), hex.getString(), "hex", log));
         FUZZ_REQUIRE(oracleMulBase(key.m_curve, key.m_privKey, key.m_pubPoint) == 1);
-        key.m_keyType = 1;
     }
     return key;
 }

@@ -1,7 +1,7 @@
 #!/bin/bash
 # Builds the libFuzzer targets (tests/cmake/fuzz.cmake with ECCKEY_FUZZ, clang-14) and runs each one for
-# FUZZ_SECONDS seconds, starting from a copy of its checked-in corpus, then prints executions, CPU seconds
-# and findings per target.
+# FUZZ_SECONDS seconds from its checked-in corpus (libFuzzer writes new inputs to BUILD_DIR/corpus/<target>
+# only), then prints executions, CPU seconds and findings per target.
 #   fuzz/run.sh [BUILD_DIR] [SECONDS] [TARGET...]
 # FUZZ_RUNS, when set, also stops a target after that many executions, whichever comes first.
 # Findings (crash, leak, timeout and out-of-memory inputs) are kept in BUILD_DIR/findings/<target>/.
@@ -21,10 +21,9 @@ status=0
 for t in $TARGETS; do
   found="$BUILD/findings/$t"
   mkdir -p "$BUILD/corpus/$t" "$found"
-  cp -n fuzz/corpus/"$t"/* "$BUILD/corpus/$t/" 2>/dev/null || true
   # A finding stops libFuzzer with a non-zero status; the artifact lands in $found.
   { time "$BUILD/bin/fuzz_$t" -max_total_time="$SECONDS_PER_TARGET" ${FUZZ_RUNS:+-runs=$FUZZ_RUNS} -timeout=10 \
-    -rss_limit_mb=2048 -max_len=4096 -print_final_stats=1 -artifact_prefix="$found/" "$BUILD/corpus/$t" \
+    -rss_limit_mb=2048 -max_len=4096 -print_final_stats=1 -artifact_prefix="$found/" "$BUILD/corpus/$t" "fuzz/corpus/$t" \
     >"$found.log" 2>&1 || true; } 2>"$found.cpu"
   findings=$(find "$found" -type f | wc -l)
   [ "$findings" -eq 0 ] || status=1
