@@ -1,5 +1,5 @@
-// _tvDer::DecodeAsn: the DER reader of the item model that signatures use, and the DER dump that failed
-// key loads write to the log.
+// _tvDer::DecodeAsn: the DER reader of the item model that signatures use (and that the DER dump of a
+// failed key load, exercised by the der_key target, uses too).
 //
 // A decoded item re-encodes to exactly the bytes it was read from; an INTEGER that get_mp accepts is
 // written back by appendUnsignedInt with the same content.
@@ -20,17 +20,15 @@ static void walk(const tv_asnItem &item, int depth) {
     }
     const int n = item.numSubItems();
     FUZZ_REQUIRE((item.isConstructed() || n == 0) && !item.getSubItem_doNotDelete(n));
-    for (int i = 0; i < n; ++i) {
-        FUZZ_REQUIRE(item.getSubItem_doNotDelete(i) != nullptr);
-        walk(*item.getSubItem_doNotDelete(i), depth + 1);
-    }
+    for (int i = 0; i < n; ++i)
+        walk(*item.getSubItem_doNotDelete(i), depth + 1);  // a missing sub-item crashes here
 }
 
 // libFuzzer and the corpus replay both hand over a block of exactly `size` bytes, so a read past the end
 // is caught without a copy here.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     FuzzLog log;
-    DataBuffer der, all;
+    DataBuffer der;
     unsigned consumed = 12345;
     ObjectOwner<tv_asnItem> item(_tvDer::DecodeAsn(size ? data : nullptr, (unsigned)size, consumed, log));
     if (item.get()) {
@@ -38,7 +36,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         walk(*item.get(), 0);
         FUZZ_REQUIRE(_tvDer::EncodeAsn(item.get(), der) && der.equals(data, consumed));
     }
-    all.append(data, (unsigned)size);
-    _tvDer::logDerAsXml(all, log);
     return 0;
 }

@@ -28,9 +28,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     requireDerRoundTrip(key);
     FUZZ_REQUIRE(key.m_keyType == (blobLen ? 1 : 0) && blob.isSensitive());
     StringBuffer fingerprint;
-    if (pointFits(key, 256)) {
-        FUZZ_REQUIRE(key.puttyPublicKeyBlob(sshBlob, log) && key.calc_fingerprint(fingerprint, log));
-        FUZZ_REQUIRE(fingerprint.beginsWith("ecdsa-sha2-"));
-    }
+    FUZZ_REQUIRE(!pointFits(key, 256) ||
+                 (key.puttyPublicKeyBlob(sshBlob, log) && key.calc_fingerprint(fingerprint, log)));
     return 0;
 }

@@ -39,10 +39,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     EccKey &key = fixedKey(data[0] % EccCurve::numCatalogCurves());
     const unsigned hashLen = data[1] % 65, rLen = data[2], sigLen = (unsigned)(size - kHeaderLen - hashLen);
     const bool split = (data[3] & 1) != 0;
-    // The module takes pointers and lengths; exactly-sized copies let an over-read be caught.
-    std::vector<uint8_t> hash(data + kHeaderLen, data + kHeaderLen + hashLen),
-        sig(data + kHeaderLen + hashLen, data + size);
-    const uint8_t *hashArg = hashLen ? hash.data() : nullptr, *sigArg = sigLen ? sig.data() : nullptr;
+    // The module takes pointers and lengths: the signature ends the input's exactly-sized block and the hash
+    // gets one of its own, so that an over-read of either is caught.
+    std::vector<uint8_t> hash(data + kHeaderLen, data + kHeaderLen + hashLen);
+    const uint8_t *hashArg = hashLen ? hash.data() : nullptr,
+                  *sigArg = sigLen ? data + size - sigLen : nullptr;
 
     FuzzLog log;
     mp_int r, s;

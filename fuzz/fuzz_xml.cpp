@@ -19,11 +19,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     // Nothing is written for a point beyond the writer's limit or for a zero scalar.
     if (!pointFits(key, 256) || (key.isPrivate() && TovarMp::isZero(key.m_privKey)))
         return 0;
-    if (key.isPrivate()) {
-        requireRoundTrip(key, &EccKey::toEccPrivateKeyXml, readXml);
-    } else {
-        requireRoundTrip(key, &EccKey::toEccPublicKeyXml, readXml);
+    requireRoundTrip(key, key.isPrivate() ? &EccKey::toEccPrivateKeyXml : &EccKey::toEccPublicKeyXml,
+                     readXml);
+    if (!key.isPrivate())
         requireRoundTrip(key, &EccKey::toEccPublicKeyXmlDSig, readXml);
-    }
     return 0;
 }
