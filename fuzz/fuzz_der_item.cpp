@@ -15,8 +15,7 @@ static void walk(const tv_asnItem &item, int depth) {
         FUZZ_REQUIRE(!item.isConstructed() && item.getTag() == 2 && item.getTagClass() == 0);
         ObjectOwner<tv_asnItem> seq(tv_asnItem::newSequence());
         FUZZ_REQUIRE(seq.get() && seq.get()->appendUnsignedInt(value, log));
-        const tv_asnItem *written = seq.get()->getSubItem_doNotDelete(0);
-        FUZZ_REQUIRE(written && written->content().equals(item.content()));
+        FUZZ_REQUIRE(seq.get()->getSubItem_doNotDelete(0)->content().equals(item.content()));
     }
     const int n = item.numSubItems();
     FUZZ_REQUIRE((item.isConstructed() || n == 0) && !item.getSubItem_doNotDelete(n));

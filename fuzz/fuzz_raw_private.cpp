@@ -9,10 +9,8 @@
 #include "support/TovarMp.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    if (size < 1)
-        return 0;
-    const bool k1Flag = (data[0] & 1) != 0;
-    const unsigned len = (unsigned)size - 1;
+    const bool k1Flag = size > 0 && (data[0] & 1) != 0;
+    const unsigned len = size > 0 ? (unsigned)size - 1 : 0;
     DataBuffer in;
     in.setSensitive();
     in.append(data + 1, len);

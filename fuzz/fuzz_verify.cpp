@@ -5,6 +5,7 @@
 //
 // Whatever the bytes, verification never crashes; when it runs to its end its verdict is OpenSSL's verdict
 // on the same r, s and truncated hash, and a signature OpenSSL accepts is never refused.
+#include <algorithm>
 #include <vector>
 
 #include "FuzzOracle.h"
@@ -38,7 +39,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         return 0;
     EccKey &key = fixedKey(data[0] % EccCurve::numCatalogCurves());
     const unsigned hashLen = data[1] % 65, rLen = data[2], sigLen = (unsigned)(size - kHeaderLen - hashLen);
-    const bool split = (data[3] & 1) != 0;
     // The module takes pointers and lengths: the signature ends the input's exactly-sized block and the hash
     // gets one of its own, so that an over-read of either is caught.
     std::vector<uint8_t> hash(data + kHeaderLen, data + kHeaderLen + hashLen);
@@ -48,13 +48,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     FuzzLog log;
     mp_int r, s;
     bool valid = true;
-    const bool unpacked = unpackDsaSig(sigArg, sigLen, split, r, s, log, rLen);
-    const bool ran = key.eccVerifyHash(sigArg, sigLen, split, hashArg, hashLen, valid, log, rLen);
+    const bool unpacked = unpackDsaSig(sigArg, sigLen, data[3] & 1, r, s, log, rLen);
+    const bool ran = key.eccVerifyHash(sigArg, sigLen, data[3] & 1, hashArg, hashLen, valid, log, rLen);
     FUZZ_REQUIRE(!unpacked || (!TovarMp::isNegative(r) && !TovarMp::isNegative(s)));
     // The hash is cut to the curve's byte length when that is shorter and below 64 (the rule signing
-    // shares); secp256k1 examines a 32-byte hash only.
-    const unsigned byteLen = (unsigned)key.m_curve.m_byteLen;
-    const unsigned eLen = byteLen < hashLen && byteLen < 64 ? byteLen : hashLen;
+    // shares; the hash here is at most 64 bytes, so a curve of 64 bytes or more never cuts it); secp256k1
+    // examines a 32-byte hash only.
+    const unsigned eLen = std::min<unsigned>(hashLen, key.m_curve.m_byteLen);
     const bool examinable = eLen > 0 && (eLen == 32 || !key.m_curve.m_name.equals("secp256k1"));
     const bool expected = unpacked && examinable && oracleVerify(key, r, s, hashArg, eLen);
     // Run to its end, verification gives OpenSSL's verdict; stopped early, it refuses, and only a signature

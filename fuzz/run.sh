@@ -9,11 +9,10 @@
 set -eu
 cd "$(dirname "$0")/.."
 BUILD=${1:-build-fuzz}
-SECONDS_PER_TARGET=${2:-${FUZZ_SECONDS:-60}}
-shift 2 2>/dev/null || shift $#
+TARGETS=${*:3}
 cmake -S . -B "$BUILD" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_C_COMPILER="${FUZZ_CC:-clang-14}" \
   -DCMAKE_CXX_COMPILER="${FUZZ_CXX:-clang++-14}" -DECCKEY_FUZZ=ON -DECCKEY_SANITIZE=ON -DECCKEY_BENCH=OFF >/dev/null
-TARGETS=${*:-$(cd fuzz && ls fuzz_*.cpp | sed 's/^fuzz_//; s/\.cpp$//')}
+TARGETS=${TARGETS:-$(cd fuzz && ls fuzz_*.cpp | sed 's/^fuzz_//; s/\.cpp$//')}
 # shellcheck disable=SC2046
 cmake --build "$BUILD" -j "$(nproc)" --target $(printf 'fuzz_%s ' $TARGETS) >/dev/null
 TIMEFORMAT='%U %S'  # what `time` reports: user and system CPU seconds
@@ -22,7 +21,7 @@ for t in $TARGETS; do
   found="$BUILD/findings/$t"
   mkdir -p "$BUILD/corpus/$t" "$found"
   # A finding stops libFuzzer with a non-zero status; the artifact lands in $found.
-  { time "$BUILD/bin/fuzz_$t" -max_total_time="$SECONDS_PER_TARGET" ${FUZZ_RUNS:+-runs=$FUZZ_RUNS} -timeout=10 \
+  { time "$BUILD/bin/fuzz_$t" -max_total_time="${2:-${FUZZ_SECONDS:-60}}" ${FUZZ_RUNS:+-runs=$FUZZ_RUNS} -timeout=10 \
     -rss_limit_mb=2048 -max_len=4096 -print_final_stats=1 -artifact_prefix="$found/" "$BUILD/corpus/$t" "fuzz/corpus/$t" \
     >"$found.log" 2>&1 || true; } 2>"$found.cpu"
   findings=$(find "$found" -type f | wc -l)
