@@ -7,24 +7,14 @@
 #include "FuzzSupport.h"
 #include "support/PublicKey.h"
 
-using namespace ecckey;
-using namespace ecckey_fuzz;
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    std::string text(reinterpret_cast<const char *>(data), size);
     FuzzLog log;
-    StringBuffer label;
-    DataBuffer der;
-    if (!_tvPublicKey::pemToDer(text.c_str(), label, der, log))
+    StringBuffer label, label2, pem;
+    DataBuffer der, der2;
+    if (!_tvPublicKey::pemToDer(std::string((const char *)data, size).c_str(), label, der, log))
         return 0;
-
-    FUZZ_REQUIRE(der.isSensitive());
-    StringBuffer pem;
-    FUZZ_REQUIRE(_tvPublicKey::derToPem(label.getString(), der, pem, log));
-    StringBuffer label2;
-    DataBuffer der2;
+    FUZZ_REQUIRE(der.isSensitive() && _tvPublicKey::derToPem(label.getString(), der, pem, log));
     FUZZ_REQUIRE(_tvPublicKey::pemToDer(pem.getString(), label2, der2, log));
-    FUZZ_REQUIRE(label2.equals(label));
-    FUZZ_REQUIRE(der2.equals(der));
+    FUZZ_REQUIRE(label2.equals(label) && der2.equals(der));
     return 0;
 }

@@ -1,23 +1,26 @@
 # Replays every checked-in fuzz corpus (fuzz/corpus/<target>/) through its harness, linked with a plain
 # main (fuzz/replay_main.cpp) instead of libFuzzer. In the sanitizer build (ECCKEY_SANITIZE, `make
 # test-sanitize`) the replays run under AddressSanitizer and UndefinedBehaviorSanitizer.
+#
+# With ECCKEY_FUZZ (fuzz/run.sh, `make fuzz`: clang-14 and ECCKEY_SANITIZE) the library also gets
+# libFuzzer's coverage feedback and every harness is a libFuzzer target too, fuzz_<target>.
 set(ECCKEY_FUZZ_DIR ${CMAKE_SOURCE_DIR}/fuzz)
 file(GLOB ECCKEY_FUZZ_HARNESSES CONFIGURE_DEPENDS ${ECCKEY_FUZZ_DIR}/fuzz_*.cpp)
-if(ECCKEY_FUZZ_HARNESSES)
-  add_library(ecckey_fuzzreplay STATIC
-    ${ECCKEY_FUZZ_DIR}/FuzzSupport.cpp ${ECCKEY_FUZZ_DIR}/FuzzOracle.cpp ${ECCKEY_FUZZ_DIR}/FuzzKeys.cpp
-    ${ECCKEY_FUZZ_DIR}/replay_main.cpp)
-  target_link_libraries(ecckey_fuzzreplay PUBLIC ecckey OpenSSL::Crypto)
-  ecckey_warnings(ecckey_fuzzreplay)
-
-  foreach(src ${ECCKEY_FUZZ_HARNESSES})
-    get_filename_component(harness ${src} NAME_WE)
-    string(REGEX REPLACE "^fuzz_" "" target ${harness})
-    add_executable(replay_${target} ${src})
-    target_link_libraries(replay_${target} PRIVATE ecckey_fuzzreplay)
-    set_target_properties(replay_${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin/fuzz-replay)
-    ecckey_warnings(replay_${target})
-    add_test(NAME fuzz_replay_${target} COMMAND replay_${target} ${ECCKEY_FUZZ_DIR}/corpus/${target})
-    set_tests_properties(fuzz_replay_${target} PROPERTIES TIMEOUT 300 LABELS fuzz)
-  endforeach()
+if(ECCKEY_FUZZ)
+  target_compile_options(ecckey PRIVATE -fsanitize=fuzzer-no-link)
+  add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
+foreach(src ${ECCKEY_FUZZ_HARNESSES})
+  get_filename_component(harness ${src} NAME_WE)
+  string(REGEX REPLACE "^fuzz_" "" target ${harness})
+  add_executable(replay_${target} ${src} ${ECCKEY_FUZZ_DIR}/replay_main.cpp)
+  target_link_libraries(replay_${target} PRIVATE ecckey)
+  ecckey_warnings(replay_${target})
+  add_test(NAME fuzz_replay_${target} COMMAND replay_${target} ${ECCKEY_FUZZ_DIR}/corpus/${target})
+  set_tests_properties(fuzz_replay_${target} PROPERTIES TIMEOUT 300 LABELS fuzz)
+  if(ECCKEY_FUZZ)
+    add_executable(${harness} ${src})
+    target_link_libraries(${harness} PRIVATE ecckey)
+    target_link_options(${harness} PRIVATE -fsanitize=fuzzer)
+  endif()
+endforeach()
