@@ -33,8 +33,6 @@ size_t g_hits = 0, g_firstSize = 0;
 const Pattern *g_first = nullptr;
 
 void inspect(void *block) {
-    if (!g_armed || !block)
-        return;
     const size_t size = malloc_usable_size(block);
     for (const Pattern &p : g_patterns) {
         if (memmem(block, size, p.bytes.data(), p.bytes.size())) {
@@ -48,47 +46,64 @@ void inspect(void *block) {
 }
 
 // The shapes of the secret be. The windows skip the first two bytes, which may be zero (the secrets here
-// start with 0x00) and are absent from minimal encodings.
+// start with 0x00) and are absent from minimal encodings. The copies made here live on the heap, which the
+// free below wipes; only the digit on the stack is wiped by hand.
 void watchSecret(const Bytes &be, const std::string &name) {
-    Bytes le(be.rbegin(), be.rend());
+    const Bytes le(be.rbegin(), be.rend());
     mp_int v;
     ASSERT_TRUE(TovarMp::mpint_from_bytes(v, be.data(), (unsigned)be.size()));
     MpDigit digit = v.get_digit(1);
     std::string hex = hexOf(be), lower = hex;
     std::transform(hex.begin(), hex.end(), lower.begin(), ::tolower);
-    std::vector<std::pair<std::string, std::string>> shapes = {
-        {"big-endian", std::string(be.begin() + 2, be.begin() + 18)},
-        {"little-endian", std::string(le.begin() + 2, le.begin() + 18)},
-        {"big-integer digit", std::string((const char *)&digit, sizeof digit)},
-        {"upper-case hex", hex.substr(4, 24)},
-        {"lower-case hex", lower.substr(4, 24)}};
+    g_patterns.insert(g_patterns.end(),
+                      {{std::string(be.begin() + 2, be.begin() + 18), name + " (big-endian)"},
+                       {std::string(le.begin() + 2, le.begin() + 18), name + " (little-endian)"},
+                       {std::string((const char *)&digit, sizeof digit), name + " (digit)"},
+                       {hex.substr(4, 24), name + " (upper-case hex)"},
+                       {lower.substr(4, 24), name + " (lower-case hex)"}});
+    OPENSSL_cleanse(&digit, sizeof digit);
     for (unsigned k = 0; k < 3; ++k) {
         for (const char *encoding : {"base64", "base64url"}) {
             DataBuffer run;
-            run.setSensitive();
-            run.append(be.data() + k, 15);
             StringBuffer text;
+            run.append(be.data() + k, 15);
             run.encodeDB(encoding, text);
-            shapes.push_back({encoding, std::string(text.getString(), 20)});
+            g_patterns.push_back({std::string(text.getString(), 20), name + " (" + encoding + ")"});
         }
     }
-    for (const auto &shape : shapes)
-        g_patterns.push_back({shape.second, name + " (" + shape.first + ")"});
-    for (std::string *s : {&hex, &lower})
-        OPENSSL_cleanse(&(*s)[0], s->size());
-    OPENSSL_cleanse(le.data(), le.size());
-    OPENSSL_cleanse(&digit, sizeof digit);
 }
 
-// What one operation works with: the curve, the private scalar d (below n: a zero top byte) and its hex
-// text, the key loaded from it, and a generator whose first bytes are a signature's nonce or a new key.
-struct Case {
-    CurveInfo curve;
-    Bytes d, pool;
-    std::string hex;
-    ScriptedPrng prng;
-    LogNull log;
-    EccKey *key = nullptr;
+enum Secret { kScalar = 1, kNonce = 2, kControl = 4 };  // kControl: the row leaves the secret on purpose
+class Hygiene;
+struct Row {
+    const char *name;
+    int secrets;  // which the watch looks for
+    bool (*run)(Hygiene &);
+};
+void PrintTo(const Row &row, std::ostream *os) {
+    *os << row.name;
+}
+
+// One operation on one curve: the private scalar d (below n: a zero top byte), its hex text, the key
+// loaded from it, and a generator whose first bytes are a signature's nonce or a new key's scalar.
+class Hygiene : public ::testing::TestWithParam<std::tuple<CurveInfo, Row>> {
+  public:
+    void SetUp() override {
+        TestPrng rng(testSeed() ^ (std::uint64_t)curve.nid);
+        d = rng.bytes(curve.byteLen);
+        prng.m_queue = rng.bytes(512);
+        prng.m_fill = 0x5A;
+        for (Bytes *b : {&d, &prng.m_queue}) {
+            (*b)[0] = 0;  // below n
+            (*b)[1] |= 0x10;
+        }
+        hex = hexOf(d);
+        g_patterns.clear();
+        if (std::get<1>(GetParam()).secrets & kScalar)
+            watchSecret(d, "private scalar");
+        if (std::get<1>(GetParam()).secrets & kNonce)
+            watchSecret(Bytes(prng.m_queue.begin(), prng.m_queue.begin() + curve.byteLen), "nonce");
+    }
 
     bool load(EccKey &k) { return k.generateNewKey2(StringBuffer(curve.name), hex.c_str(), "hex", log); }
     bool sign(int form) {
@@ -98,29 +113,39 @@ struct Case {
                          : key->eccSignHash(hash, 32, prng, form == 0, sig, log);
     }
     // loadEccDer marks its input sensitive itself: the copy here is left unmarked on purpose.
-    bool loadsDer(const DataBuffer &der) {
+    bool loadsDer(const DataBuffer &der, unsigned cut = 0) {
         DataBuffer input;
-        input.append(der);
+        input.append(der.getData2(), der.getSize() - cut);
         return EccKey().loadEccDer(input, log);
     }
-    bool derRoundTrip(bool (EccKey::*write)(DataBuffer &, LogBase &), bool readBack) {
-        DataBuffer der;
-        return (key->*write)(der, log) && (!readBack || loadsDer(der));
+    bool der(bool (EccKey::*write)(DataBuffer &, LogBase &), bool readBack) {
+        DataBuffer out;
+        return (key->*write)(out, log) && (!readBack || loadsDer(out));
     }
-    // The SEC 1 or PKCS #8 export with the byte `back` from its end flipped by x: written without the
-    // point, the curve OID ends it; written with it, the point's 04 prefix lies 2·len + 1 from the end.
-    DataBuffer broken(bool pkcs8, bool withPoint, unsigned back, unsigned char x) {
+    // The SEC 1 key as PEM, its body spoilt or not, back to DER and read.
+    bool pem(bool spoil) {
+        StringBuffer text, label;
+        DataBuffer der;
+        EXPECT_TRUE(key->toEccPrivateKeyPem(true, text, log));
+        if (spoil)
+            *(const_cast<char *>(std::strchr(text.getString(), '\n')) + 5) = '*';
+        return _tvPublicKey::pemToDer(text.getString(), label, der, log) && loadsDer(der);
+    }
+    // The SEC 1 or PKCS #8 export spoilt. Written without the point, the curve OID ends it: its last arc
+    // changes. Written with it, the point's 04 prefix, 2·len + 1 bytes from the end, becomes 02.
+    DataBuffer spoilt(bool pkcs8, bool withPoint) {
         LogNull options;
         options.m_options.setString(withPoint ? "EMIT_ECC_PKCS1_PUBKEY" : "");
-        DataBuffer der;
-        EXPECT_TRUE(pkcs8 ? key->toEccPkcs8PrivateKeyDer(der, options)
-                          : key->toEccPkcs1PrivateKeyDer(der, options));
-        EXPECT_TRUE(!withPoint || der.getData2()[der.getSize() - back] == 0x04);
-        der.getDataMutable()[der.getSize() - back] ^= x;
-        return der;
+        DataBuffer out;
+        EXPECT_TRUE(pkcs8 ? key->toEccPkcs8PrivateKeyDer(out, options)
+                          : key->toEccPkcs1PrivateKeyDer(out, options));
+        unsigned char &at = out.getDataMutable()[out.getSize() - (withPoint ? 2 * d.size() + 1 : 1)];
+        EXPECT_TRUE(!withPoint || at == 0x04);
+        at ^= withPoint ? 0x06 : 0x40;
+        return out;
     }
-    // PuTTY's private blob: two names, the point, and d in its last dLen bytes (the loader marks it).
-    bool loadsPutty(const DataBuffer &pointGiven, unsigned dLen) {
+    // PuTTY's private blob (names, point, d; or d alone in dLen bytes), read with the point given apart.
+    bool loadsPutty(bool spoilPoint, unsigned dLen) {
         DataBuffer blob, q;
         EXPECT_TRUE(key->exportEccPoint(q, log));
         if (dLen == d.size()) {
@@ -129,193 +154,121 @@ struct Case {
             blob.append(q);
         }
         blob.appendUint32_be(dLen);
-        blob.append(d.data() + d.size() - dLen, dLen);
-        return EccKey().loadPrivateFromPuttySsh(curve.name, pointGiven.getSize() ? pointGiven : q, blob, log);
+        blob.append(d.data() + d.size() - dLen, dLen);  // not marked here: the loader marks it
+        q.getDataMutable()[0] = spoilPoint ? 0x02 : 0x04;
+        return EccKey().loadPrivateFromPuttySsh(curve.name, q, blob, log);
     }
-};
 
-enum Secret { kScalar = 1, kNonce = 2 };
-struct Row {
-    const char *name;
-    int secrets;  // which the watch looks for
-    bool leaks;   // a control leaving the secret behind on purpose: the watch must find it
-    bool (*run)(Case &);
+    const CurveInfo curve = std::get<0>(GetParam());
+    Bytes d;
+    std::string hex;
+    ScriptedPrng prng;
+    LogNull log;
+    EccKey *key = nullptr;
 };
-void PrintTo(const Row &row, std::ostream *os) {
-    *os << row.name;
-}
 
 const Row kRows[] = {
-    {"ControlGrownPlainBuffer", kScalar, true,
-     [](Case &c) {
+    {"ControlGrownPlainBuffer", kScalar | kControl,
+     [](Hygiene &t) {
          DataBuffer plain;  // not sensitive: growing it leaves a copy behind
-         plain.append(c.d.data(), (unsigned)c.d.size());
-         plain.append(c.pool.data(), (unsigned)c.pool.size());
+         plain.append(t.d.data(), (unsigned)t.d.size());
+         plain.append(t.prng.m_queue.data(), 512);
          plain.secureClear();
          return true;
      }},
-    {"ControlHexString", kScalar, true, [](Case &c) { return !std::string(c.hex).empty(); }},
-    {"GenerateFromPrng", kNonce, false,
-     [](Case &c) { return EccKey().generateNewKey(StringBuffer(c.curve.name), c.prng, c.log); }},
-    {"SignDer", kScalar | kNonce, false, [](Case &c) { return c.sign(0); }},
-    {"SignRaw", kScalar | kNonce, false, [](Case &c) { return c.sign(1); }},
-    {"SignSsh", kScalar | kNonce, false, [](Case &c) { return c.sign(2); }},
-    {"Ecdh", kScalar, false,
-     [](Case &c) {
+    {"ControlHexString", kScalar | kControl, [](Hygiene &t) { return !std::string(t.hex).empty(); }},
+    {"GenerateFromPrng", kNonce,
+     [](Hygiene &t) { return EccKey().generateNewKey(StringBuffer(t.curve.name), t.prng, t.log); }},
+    {"SignDer", kScalar | kNonce, [](Hygiene &t) { return t.sign(0); }},
+    {"SignRaw", kScalar | kNonce, [](Hygiene &t) { return t.sign(1); }},
+    {"SignSsh", kScalar | kNonce, [](Hygiene &t) { return t.sign(2); }},
+    {"Ecdh", kScalar,
+     [](Hygiene &t) {
          EccKey peer;  // the same scalar: only its point is used
          DataBuffer shared;
-         return c.load(peer) && c.key->sharedSecret(peer, shared, c.log);
+         return t.load(peer) && t.key->sharedSecret(peer, shared, t.log);
      }},
-    {"Sec1Der", kScalar, false,
-     [](Case &c) { return c.derRoundTrip(&EccKey::toEccPkcs1PrivateKeyDer, true); }},
-    {"Pkcs8Der", kScalar, false,
-     [](Case &c) { return c.derRoundTrip(&EccKey::toEccPkcs8PrivateKeyDer, true); }},
-    {"Pkcs11Der", kScalar, false,
-     [](Case &c) { return c.derRoundTrip(&EccKey::toEccPkcs1PrivateKeyDer_forPkcs11, false); }},
-    {"Pem", kScalar, false,
-     [](Case &c) {
-         StringBuffer pem1, pem8, label;
-         DataBuffer der1, der8;
-         return c.key->toEccPrivateKeyPem(true, pem1, c.log) &&
-                c.key->toEccPrivateKeyPem(false, pem8, c.log) &&
-                _tvPublicKey::pemToDer(pem1.getString(), label, der1, c.log) && c.loadsDer(der1) &&
-                _tvPublicKey::pemToDer(pem8.getString(), label, der8, c.log) && c.loadsDer(der8);
-     }},
-    {"JwkAndXml", kScalar, false,
-     [](Case &c) {
-         StringBuffer jwk, xmlText;
+    {"Sec1Der", kScalar, [](Hygiene &t) { return t.der(&EccKey::toEccPkcs1PrivateKeyDer, true); }},
+    {"Pkcs8Der", kScalar, [](Hygiene &t) { return t.der(&EccKey::toEccPkcs8PrivateKeyDer, true); }},
+    {"Pkcs11Der", kScalar,
+     [](Hygiene &t) { return t.der(&EccKey::toEccPkcs1PrivateKeyDer_forPkcs11, false); }},
+    {"Pem", kScalar, [](Hygiene &t) { return t.pem(false); }},
+    {"JwkXmlAndRawHex", kScalar,
+     [](Hygiene &t) {
+         StringBuffer jwk, xmlText, priv, pub;
          ClsJsonObject json;
          ClsXml xml;
-         return c.key->toEccPrivateKeyJwk(jwk, c.log) && json.load(jwk.getString(), c.log) &&
-                EccKey().loadAnyJwk(json, c.log) && c.key->toEccPrivateKeyXml(xmlText, c.log) &&
-                xml.loadXml(xmlText.getString(), c.log) && EccKey().loadAnyXml(xml, c.log);
+         return t.key->toEccPrivateKeyJwk(jwk, t.log) && json.load(jwk.getString(), t.log) &&
+                EccKey().loadAnyJwk(json, t.log) && t.key->toEccPrivateKeyXml(xmlText, t.log) &&
+                xml.loadXml(xmlText.getString(), t.log) && EccKey().loadAnyXml(xml, t.log) &&
+                t.key->toRawHex(priv, pub, t.log);
      }},
-    {"RawHex", kScalar, false,
-     [](Case &c) {
-         StringBuffer priv, pub;
-         return c.key->toRawHex(priv, pub, c.log);
-     }},
-    {"Putty", kScalar, false, [](Case &c) { return c.loadsPutty(DataBuffer(), (unsigned)c.d.size()); }},
+    {"Putty", kScalar, [](Hygiene &t) { return t.loadsPutty(false, (unsigned)t.d.size()); }},
     // Loaders that took the private bytes and then failed.
-    {"Sec1UnknownCurve", kScalar, false,
-     [](Case &c) { return !c.loadsDer(c.broken(false, false, 1, 0x40)); }},
-    {"Sec1CompressedPoint", kScalar, false,
-     [](Case &c) { return !c.loadsDer(c.broken(false, true, 2 * c.d.size() + 1, 0x06)); }},
-    {"Pkcs8CompressedPoint", kScalar, false,
-     [](Case &c) { return !c.loadsDer(c.broken(true, true, 2 * c.d.size() + 1, 0x06)); }},
-    {"Sec1Truncated", kScalar, false,
-     [](Case &c) {
-         DataBuffer der = c.broken(false, false, 1, 0);
-         der.truncate(der.getSize() - 1);
-         return !c.loadsDer(der);
-     }},
-    {"PemBrokenBody", kScalar, false,
-     [](Case &c) {
-         StringBuffer pem, label;
-         DataBuffer der;
-         EXPECT_TRUE(c.key->toEccPrivateKeyPem(true, pem, c.log));
-         *(const_cast<char *>(std::strchr(pem.getString(), '\n')) + 5) = '*';
-         return !_tvPublicKey::pemToDer(pem.getString(), label, der, c.log);
-     }},
-    {"JwkUnknownCurve", kScalar, false,
-     [](Case &c) {
+    {"Sec1UnknownCurve", kScalar, [](Hygiene &t) { return !t.loadsDer(t.spoilt(false, false)); }},
+    {"Sec1CompressedPoint", kScalar, [](Hygiene &t) { return !t.loadsDer(t.spoilt(false, true)); }},
+    {"Pkcs8CompressedPoint", kScalar, [](Hygiene &t) { return !t.loadsDer(t.spoilt(true, true)); }},
+    {"Sec1Truncated", kScalar, [](Hygiene &t) { return !t.loadsDer(t.spoilt(false, true), 1); }},
+    {"PemBrokenBody", kScalar, [](Hygiene &t) { return !t.pem(true); }},
+    {"JwkUnknownCurve", kScalar,
+     [](Hygiene &t) {
          StringBuffer jwk;
          ClsJsonObject json;
-         EXPECT_TRUE(c.key->toEccPrivateKeyJwk(jwk, c.log) &&
-                     jwk.replaceFirstOccurance("\"crv\":\"", "\"crv\":\"x", false) &&
-                     json.load(jwk.getString(), c.log));
-         return !EccKey().loadAnyJwk(json, c.log);
+         return t.key->toEccPrivateKeyJwk(jwk, t.log) &&
+                jwk.replaceFirstOccurance("\"crv\":\"", "\"crv\":\"x", false) &&
+                json.load(jwk.getString(), t.log) && !EccKey().loadAnyJwk(json, t.log);
      }},
-    {"XmlUnknownCurve", kScalar, false,
-     [](Case &c) {
+    {"XmlUnknownCurve", kScalar,
+     [](Hygiene &t) {
          StringBuffer text("<ECCKeyValue>");
-         c.broken(false, false, 1, 0x40).encodeDB("base64", text);
+         t.spoilt(false, false).encodeDB("base64", text);
          text.append("</ECCKeyValue>");
          ClsXml xml;
-         return xml.loadXml(text.getString(), c.log) && !EccKey().loadAnyXml(xml, c.log);
+         return xml.loadXml(text.getString(), t.log) && !EccKey().loadAnyXml(xml, t.log);
      }},
     // d read, then the separate point refused; in both blob forms where the short one fits.
-    {"PuttyCompressedPoint", kScalar, false,
-     [](Case &c) {
-         DataBuffer bad;
-         EXPECT_TRUE(c.key->exportEccPoint(bad, c.log));
-         bad.getDataMutable()[0] = 0x02;
-         const unsigned n = (unsigned)c.d.size();
-         return !c.loadsPutty(bad, n) && (n + 4 >= 57 || !c.loadsPutty(bad, n - 1));
+    {"PuttyCompressedPoint", kScalar,
+     [](Hygiene &t) {
+         const unsigned n = (unsigned)t.d.size();
+         return !t.loadsPutty(true, n) && (n + 4 >= 57 || !t.loadsPutty(true, n - 1));
      }},
-    {"RawWrongSize", kScalar, false,
-     [](Case &c) {
+    {"RawWrongSize", kScalar,
+     [](Hygiene &t) {
          DataBuffer raw;
          raw.setSensitive();
-         raw.append(c.d.data(), (unsigned)c.d.size());
+         raw.append(t.d.data(), (unsigned)t.d.size());
          raw.appendChar(0x01);
-         return !EccKey().loadEccPrivateRaw(raw, false, c.log);
+         return !EccKey().loadEccPrivateRaw(raw, false, t.log);
      }},
-    {"GenerateUnknownCurve", kScalar, false,
-     [](Case &c) {
-         return !EccKey().generateNewKey2(StringBuffer("no-such-curve"), c.hex.c_str(), "hex", c.log);
+    {"GenerateUnknownCurve", kScalar,
+     [](Hygiene &t) {
+         return !EccKey().generateNewKey2(StringBuffer("no-such-curve"), t.hex.c_str(), "hex", t.log);
      }},
 };
 
-std::vector<CurveInfo> hygieneCurves() {
-    std::vector<CurveInfo> out;
-    for (const CurveInfo &c : allCurves())
-        for (const char *name : {"secp256r1", "secp521r1", "brainpoolp384r1", "secp256k1"})
-            if (std::string(c.name) == name)
-                out.push_back(c);
-    return out;
-}
-
-class Hygiene : public ::testing::TestWithParam<std::tuple<CurveInfo, Row>> {
-  protected:
-    void SetUp() override {
-        c.curve = std::get<0>(GetParam());
-        TestPrng rng(testSeed() ^ (std::uint64_t)c.curve.nid);
-        c.d = rng.bytes(c.curve.byteLen);
-        c.pool = rng.bytes(512);
-        for (Bytes *b : {&c.d, &c.pool}) {
-            (*b)[0] = 0;  // below n
-            (*b)[1] |= 0x10;
-        }
-        c.hex = hexOf(c.d);
-        c.prng.m_queue = c.pool;
-        c.prng.m_fill = 0x5A;
-        if (std::get<1>(GetParam()).secrets & kScalar)
-            watchSecret(c.d, "private scalar");
-        if (std::get<1>(GetParam()).secrets & kNonce)
-            watchSecret(Bytes(c.pool.begin(), c.pool.begin() + c.curve.byteLen), "nonce");
-        g_hits = 0;
-    }
-    void TearDown() override {
-        g_armed = false;
-        for (Pattern &p : g_patterns)
-            OPENSSL_cleanse(&p.bytes[0], p.bytes.size());
-        g_patterns.clear();
-        for (Bytes *b : {&c.d, &c.pool, &c.prng.m_queue})
-            OPENSSL_cleanse(b->data(), b->size());
-        OPENSSL_cleanse(&c.hex[0], c.hex.size());
-    }
-    Case c;
-};
-
+// The generator (the key set up from hex text) runs armed too, and the key's own release is searched.
 TEST_P(Hygiene, FreedMemoryHoldsNoSecret) {
     const Row &row = std::get<1>(GetParam());
+    g_hits = 0;
     g_armed = true;
     {
-        EccKey key;
-        c.key = &key;
-        EXPECT_TRUE(c.load(key));
-        EXPECT_TRUE(row.run(c));
+        EccKey k;
+        key = &k;
+        EXPECT_TRUE(load(k));
+        EXPECT_TRUE(row.run(*this));
     }
     g_armed = false;
-    if (row.leaks)
+    if (row.secrets & kControl)
         EXPECT_GT(g_hits, 0u) << "the watch missed a secret left in a buffer that is not marked sensitive";
     else
         EXPECT_EQ(g_hits, 0u) << g_first->label << " in a freed block of " << g_firstSize << " bytes";
 }
 
+// secp256r1, secp521r1 and brainpoolp384r1 on the generic arithmetic; secp256k1 on its own engine.
 INSTANTIATE_TEST_SUITE_P(Curves, Hygiene,
-                         ::testing::Combine(::testing::ValuesIn(hygieneCurves()), ::testing::ValuesIn(kRows)),
+                         ::testing::Combine(::testing::Values(allCurves()[0], allCurves()[2], allCurves()[11],
+                                                              allCurves()[3]),
+                                            ::testing::ValuesIn(kRows)),
                          [](const ::testing::TestParamInfo<std::tuple<CurveInfo, Row>> &i) {
                              return std::string(std::get<0>(i.param).name) + "_" + std::get<1>(i.param).name;
                          });
@@ -325,7 +278,8 @@ INSTANTIATE_TEST_SUITE_P(Curves, Hygiene,
 // Every block is zeroed once searched, armed or not: a copy the test itself let go while the watch was off
 // cannot then turn up in a block the library reuses and releases while it is on.
 extern "C" void free(void *ptr) {
-    inspect(ptr);
+    if (ptr && g_armed)
+        inspect(ptr);
     if (ptr)
         std::memset(ptr, 0, malloc_usable_size(ptr));
     __libc_free(ptr);
