@@ -10,6 +10,7 @@ if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
   target_compile_options(ecckey PRIVATE -gdwarf-4)
   target_compile_options(ecckey-ctcheck PRIVATE -gdwarf-4)
 endif()
+
 find_program(ECCKEY_VALGRIND valgrind)
 if(ECCKEY_VALGRIND AND NOT ECCKEY_SANITIZE)
   add_test(NAME secp256k1_constant_time
@@ -20,7 +21,7 @@ if(ECCKEY_VALGRIND AND NOT ECCKEY_SANITIZE)
                    ${ECCKEY_VALGRIND} $<TARGET_FILE:ecckey-ctcheck>)
   set_tests_properties(secp256k1_constant_time secp256k1_constant_time_canary PROPERTIES TIMEOUT 300)
 else()
-  message(STATUS "Constant-time check skipped: no valgrind, or a sanitizer build (which valgrind cannot run)")
+  # No valgrind, or a sanitizer build, which valgrind cannot run: the entries say so.
   foreach(name secp256k1_constant_time secp256k1_constant_time_canary)
     add_test(NAME ${name} COMMAND sh -c "echo 'skipped: no valgrind, or a sanitizer build'; exit 77")
     set_tests_properties(${name} PROPERTIES SKIP_RETURN_CODE 77)
