@@ -59,8 +59,7 @@ bool integerOperations() {
     _tvUnsigned256 a = arbitraryValue(), b = arbitraryValue();
     unsigned enable = nextWord() & 1u;
     unsigned char bytes[32], out[32];
-    for (unsigned char &c : bytes)
-        c = static_cast<unsigned char>(nextWord());
+    arbitraryValue().getBigEndian(bytes);
     makeSecret(a, b, enable, bytes);
 
     _tvUnsigned256 r = a, s = b;

@@ -74,6 +74,9 @@ struct Row {
     int secrets;  // which the watch looks for
     bool (*run)(Hygiene &);
 };
+void PrintTo(const Row &row, std::ostream *os) {
+    *os << row.name;
+}
 
 // One operation on one curve: the private scalar d (below n: a zero top byte), its hex text, the key
 // loaded from it, and a generator whose first bytes are a signature's nonce or a new key's scalar.
