@@ -3,7 +3,6 @@
 if(NOT ECCKEY_SANITIZE AND NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
   add_executable(ecckey-hygiene-tests ${CMAKE_CURRENT_SOURCE_DIR}/hygiene/secret_hygiene.cpp)
   target_link_libraries(ecckey-hygiene-tests PRIVATE ecckey_testsupport GTest::gtest_main ecckey_tommath)
-  set_target_properties(ecckey-hygiene-tests PROPERTIES ENABLE_EXPORTS ON)  # names in the call stacks
   ecckey_warnings(ecckey-hygiene-tests)
   gtest_discover_tests(ecckey-hygiene-tests TEST_PREFIX "hygiene." DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
 endif()
