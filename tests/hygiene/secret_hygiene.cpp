@@ -15,6 +15,7 @@
 
 #include "support/Oracle.h"
 #include "support/PublicKey.h"
+#include "support/SshMessage.h"
 
 extern "C" void *__libc_malloc(size_t size);
 extern "C" void __libc_free(void *ptr);
@@ -39,9 +40,10 @@ void inspect(void *block) {
             g_first = {&p, size};
 }
 
-// The shapes of the secret be. The windows skip the first two bytes, which may be zero (the secrets here
-// start with 0x00) and are absent from minimal encodings. The copies made here live on the heap, which the
-// free below wipes; only the digit on the stack is wiped by hand.
+// The shapes of the secret be. The first byte of the secrets here is 0x00, which minimal encodings leave
+// out: the byte and hex windows start past it, and the base64 ones at bytes 1, 2 and 3, one of which falls
+// on a group boundary in any text, whether that text carries the first byte or not. The copies made here live
+// on the heap, which the free below wipes; only the digit on the stack is wiped by hand.
 void watchSecret(const Bytes &be, const std::string &name) {
     const Bytes le(be.rbegin(), be.rend());
     mp_int v;
@@ -56,7 +58,7 @@ void watchSecret(const Bytes &be, const std::string &name) {
                        {hex.substr(4, 24), name + " (upper-case hex)"},
                        {lower.substr(4, 24), name + " (lower-case hex)"}});
     OPENSSL_cleanse(&digit, sizeof digit);
-    for (unsigned k = 0; k < 3; ++k) {
+    for (unsigned k = 1; k <= 3; ++k) {
         for (const char *encoding : {"base64", "base64url"}) {
             DataBuffer run;
             StringBuffer text;
@@ -196,6 +198,16 @@ const Row kRows[] = {
                 EccKey().loadAnyJwk(json, t.log) && t.key->toEccPrivateKeyXml(xmlText, t.log) &&
                 xml.loadXml(xmlText.getString(), t.log) && EccKey().loadAnyXml(xml, t.log) &&
                 t.key->toRawHex(priv, pub, t.log);
+     }},
+    {"SshString", kScalar,
+     [](Hygiene &t) {
+         DataBuffer blob, read;  // read is left unmarked: the parser marks what it takes from a secret blob
+         blob.setSensitive();
+         blob.appendUint32_be((unsigned)t.d.size());
+         blob.append(t.d.data(), (unsigned)t.d.size());
+         unsigned offset = 0;
+         return SshMessage::parseBinaryString(blob, offset, read, t.log) &&
+                read.equals(t.d.data(), (unsigned)t.d.size());
      }},
     {"Putty", kScalar, [](Hygiene &t) { return t.loadsPutty(false, (unsigned)t.d.size()); }},
     // Loaders that took the private bytes and then failed.
