@@ -87,8 +87,10 @@ class Hygiene : public ::testing::TestWithParam<std::tuple<CurveInfo, Row>> {
     void SetUp() override {
         TestPrng rng(testSeed() ^ (std::uint64_t)curve.nid);
         d = rng.bytes(curve.byteLen);
-        prng.m_queue = rng.bytes(512);
-        prng.m_fill = 0x5A;
+        // Enough for any run of redraws (a signer redraws k for a leading byte it refuses); a constant tail
+        // could be refused forever, so running out fails the operation instead.
+        prng.m_queue = rng.bytes(4096);
+        prng.m_failWhenEmpty = true;
         for (Bytes *b : {&d, &prng.m_queue}) {
             (*b)[0] = 0;  // below n
             (*b)[1] |= 0x10;
@@ -168,7 +170,7 @@ const Row kRows[] = {
      [](Hygiene &t) {
          DataBuffer plain;  // not sensitive: growing it leaves a copy behind
          plain.append(t.d.data(), (unsigned)t.d.size());
-         plain.append(t.prng.m_queue.data(), 512);
+         plain.append(t.prng.m_queue.data(), (unsigned)t.prng.m_queue.size());
          plain.secureClear();
          return true;
      }},
