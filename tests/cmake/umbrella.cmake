@@ -1,5 +1,5 @@
-# The public header on its own: a separate program that includes only ecc/ecckey.h (plus LibTomMath's
-# header, to show the two mp_int types coexist) and links the ecckey library.
+# The public header on its own: a program that includes only ecc/ecckey.h (and LibTomMath's header, to
+# show the two mp_int types coexist) and links the ecckey library.
 add_executable(ecckey-umbrella ${CMAKE_CURRENT_LIST_DIR}/../umbrella/main.cpp)
 target_link_libraries(ecckey-umbrella PRIVATE ecckey ecckey_tommath)
 ecckey_warnings(ecckey-umbrella)
