@@ -169,15 +169,30 @@ TEST_P(Curve, TextFormsHaveTheirLayoutAndRoundTrip) {
     EXPECT_TRUE(log.errors().empty()) << log.errorText();
 }
 
+// Per curve, in catalogue order: the PuTTY key type and the curve name inside SSH blobs. P-521's type says
+// "nistp512" and secp256k1's blob "nistk256"; curves SSH has no name for write P-256's name into the blob.
+const std::pair<std::string, std::string> kSshNames[] = {
+    {"ecdsa-sha2-nistp256", "nistp256"},        {"ecdsa-sha2-nistp384", "nistp384"},
+    {"ecdsa-sha2-nistp512", "nistp521"},        {"ecdsa-sha2-secp256k1", "nistk256"},
+    {"ecdsa-sha2-nistp192", "nistp256"},        {"ecdsa-sha2-nistp224", "nistp224"},
+    {"ecdsa-sha2-brainpoolP256r1", "nistp256"}, {"ecdsa-sha2-brainpoolP160r1", "nistp256"},
+    {"ecdsa-sha2-brainpoolP192r1", "nistp256"}, {"ecdsa-sha2-brainpoolP224r1", "nistp256"},
+    {"ecdsa-sha2-brainpoolP320r1", "nistp256"}, {"ecdsa-sha2-brainpoolP384r1", "nistp256"},
+    {"ecdsa-sha2-brainpoolP512r1", "nistp256"}};
+
 // SSH and PuTTY: the blob's layout, its fingerprints, and the private blob in both of its forms.
 TEST_P(Curve, SshBlobFingerprintsAndPuttyKeys) {
     Ossl o = Ossl::random(c(), prng);
     EccKey key;
     loadInto(o, c(), key, true);
     LogRecorder log;
+    size_t row = 0;
+    while (allCurves()[row].nid != c().nid)
+        ++row;
     StringBuffer type;
     ASSERT_TRUE(key.m_curve.getPpkType(type, log));
-    std::string id = key.m_curve.puttyCurveName();
+    EXPECT_EQ(type.getString(), kSshNames[row].first);
+    const std::string id = kSshNames[row].second;
     DataBuffer blob, want, md5, sha256;
     ASSERT_TRUE(key.puttyPublicKeyBlob(blob, log));
     SshMessage::pack_string(("ecdsa-sha2-" + id).c_str(), want);
@@ -195,7 +210,6 @@ TEST_P(Curve, SshBlobFingerprintsAndPuttyKeys) {
               "ecdsa-sha2-" + id + " " + std::to_string(8 * c().byteLen) + " " + pairs.getString());
     // A private blob of 57 bytes or more is the four-field form; below that, one mpint holding d.
     DataBuffer mpint, fourFields;
-    BnPtr d = bnOf(o.d(0));
     Bytes dBytes = o.d(0);
     if (dBytes[0] & 0x80)
         dBytes.insert(dBytes.begin(), 0);
@@ -240,9 +254,7 @@ TEST_P(Curve, SignaturesInteroperate) {
         unsigned off = 0;
         ASSERT_TRUE(SshMessage::parseMpInt(ssh, off, sr, log) && SshMessage::parseMpInt(ssh, off, ss, log));
         EXPECT_EQ(off, ssh.getSize());
-        if ((int)h.size() <= c().byteLen) {
-            EXPECT_TRUE(o.verify(h, derOf(bnOf(sr).get(), bnOf(ss).get())));
-        }
+        EXPECT_TRUE((int)h.size() > c().byteLen || o.verify(h, derOf(bnOf(sr).get(), bnOf(ss).get())));
         // OpenSSL's signature, as DER and as raw r||s, verifies here; one changed hash bit does not.
         Bytes theirs = o.sign(h);
         BnPtr tr, ts;
@@ -293,11 +305,8 @@ TEST_P(Curve, GeneratedKeysAreConsistent) {
     EXPECT_EQ(prng.m_bytesServed, (unsigned)c().byteLen);
     EXPECT_TRUE(sameKey(key, Ossl(c(), bnOf(key.m_privKey).get()), c()));
     EXPECT_EQ(key.get_ModulusBitLen(), 8u * c().byteLen);
-    EccKey again;
-    EXPECT_TRUE(again.regeneratePubKey(key, log));
-    EXPECT_EQ(key.isPoint(log), c().oid == std::string("1.2.840.10045.3.1.7") || c().nid == NID_secp384r1 ||
-                                    c().nid == NID_secp521r1 || c().nid == NID_X9_62_prime192v1 ||
-                                    c().nid == NID_secp224r1);
+    EXPECT_EQ(key.isPoint(log),
+              std::string(c().name).rfind("secp", 0) == 0 && !isK1(c()));  // NIST curves only
 }
 
 INSTANTIATE_TEST_SUITE_P(AllCurves, Curve, ::testing::ValuesIn(allCurves()), curveParamName);

@@ -37,37 +37,6 @@ TEST(Quirks, SignerRules) {
     }
 }
 
-// The hash is cut to the curve's byte length, except on curves of 64 bytes or more, which take it whole.
-TEST(Quirks, HashLengthRule) {
-    EXPECT_EQ(ecdsaHashLen(32, 64), 32u);
-    EXPECT_EQ(ecdsaHashLen(32, 20), 20u);
-    EXPECT_EQ(ecdsaHashLen(48, 48), 48u);
-    EXPECT_EQ(ecdsaHashLen(63, 64), 63u);
-    EXPECT_EQ(ecdsaHashLen(64, 100), 100u);
-    EXPECT_EQ(ecdsaHashLen(66, 64), 64u);
-}
-
-// SSH names: the key type of P-521 says "nistp512" and secp256k1's "secp256k1", while their blobs name
-// "nistp521" and "nistk256"; curves SSH has no name for write P-256's into the blob.
-TEST(Quirks, SshNames) {
-    const std::vector<std::pair<std::string, std::string>> want = {
-        {"ecdsa-sha2-nistp256", "nistp256"},        {"ecdsa-sha2-nistp384", "nistp384"},
-        {"ecdsa-sha2-nistp512", "nistp521"},        {"ecdsa-sha2-secp256k1", "nistk256"},
-        {"ecdsa-sha2-nistp192", "nistp256"},        {"ecdsa-sha2-nistp224", "nistp224"},
-        {"ecdsa-sha2-brainpoolP256r1", "nistp256"}, {"ecdsa-sha2-brainpoolP160r1", "nistp256"},
-        {"ecdsa-sha2-brainpoolP192r1", "nistp256"}, {"ecdsa-sha2-brainpoolP224r1", "nistp256"},
-        {"ecdsa-sha2-brainpoolP320r1", "nistp256"}, {"ecdsa-sha2-brainpoolP384r1", "nistp256"},
-        {"ecdsa-sha2-brainpoolP512r1", "nistp256"}};
-    for (size_t i = 0; i < want.size(); ++i) {
-        EccCurve curve;
-        LogNull log;
-        StringBuffer type;
-        ASSERT_TRUE(curve.loadCurveByName(allCurves()[i].name, log) && curve.getPpkType(type, log));
-        EXPECT_EQ(type.getString(), want[i].first);
-        EXPECT_EQ(curve.puttyCurveName(), want[i].second);
-    }
-}
-
 // A PuTTY private blob of 57 bytes or more is read as the four-field form: a 53-byte mpint of d (57 bytes
 // with its length) is taken for a curve name, while 52 bytes load as d.
 TEST(Quirks, PuttyBlobThreshold) {
@@ -81,11 +50,6 @@ TEST(Quirks, PuttyBlobThreshold) {
         EXPECT_EQ(ok, len == 52) << log.errorText();
         EXPECT_EQ(hexOf(key.m_privKey), ok ? std::string(2 * len, '1') : "0");
     }
-    DataBuffer empty;
-    EccKey pub;
-    LogNull log;
-    ASSERT_TRUE(pub.loadPrivateFromPuttySsh("secp521r1", toDb(o.point()), empty, log));
-    EXPECT_EQ(pub.m_keyType, 0);
 }
 
 // TLS wrapping turns a raw r||s into standard DER (a sign octet where needed) and re-encodes DER.

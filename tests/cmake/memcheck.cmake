@@ -16,13 +16,9 @@ if(ECCKEY_VALGRIND AND NOT ECCKEY_SANITIZE AND NOT CMAKE_CXX_FLAGS MATCHES "-fsa
                                            --gtest_filter=${ECCKEY_MEMCHECK_${name}})
     set_tests_properties(memcheck_${name} PROPERTIES TIMEOUT 900 LABELS memcheck ENVIRONMENT "ECCKEY_TEST_ITERATIONS=1")
   endforeach()
-  if(ECCKEY_FUZZ_HARNESSES)
-    foreach(src ${ECCKEY_FUZZ_HARNESSES})
-      get_filename_component(harness ${src} NAME_WE)
-      string(REGEX REPLACE "^fuzz_" "" target ${harness})
-      add_test(NAME memcheck_fuzz_replay_${target}
-               COMMAND ${ECCKEY_MEMCHECK_COMMAND} $<TARGET_FILE:replay_${target}> ${ECCKEY_FUZZ_DIR}/corpus/${target})
-      set_tests_properties(memcheck_fuzz_replay_${target} PROPERTIES TIMEOUT 600 LABELS memcheck)
-    endforeach()
-  endif()
+  foreach(target ${ECCKEY_FUZZ_TARGETS})
+    add_test(NAME memcheck_fuzz_replay_${target}
+             COMMAND ${ECCKEY_MEMCHECK_COMMAND} $<TARGET_FILE:replay_${target}> ${ECCKEY_FUZZ_DIR}/corpus/${target})
+    set_tests_properties(memcheck_fuzz_replay_${target} PROPERTIES TIMEOUT 600 LABELS memcheck)
+  endforeach()
 endif()

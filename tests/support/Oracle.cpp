@@ -1,5 +1,8 @@
 #include "support/Oracle.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include <openssl/core_names.h>
 #include <openssl/decoder.h>
 #include <openssl/ec.h>
@@ -58,13 +61,9 @@ const std::vector<CurveInfo> &allCurves() {
 }
 
 const std::vector<CurveInfo> &genericCurves() {
-    static const std::vector<CurveInfo> curves = [] {
-        std::vector<CurveInfo> v;
-        for (const CurveInfo &c : allCurves())
-            if (!isK1(c))
-                v.push_back(c);
-        return v;
-    }();
+    static std::vector<CurveInfo> curves;
+    if (curves.empty())
+        std::remove_copy_if(allCurves().begin(), allCurves().end(), std::back_inserter(curves), isK1);
     return curves;
 }
 

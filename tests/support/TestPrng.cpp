@@ -42,14 +42,11 @@ std::vector<unsigned char> TestPrng::bytes(unsigned count) {
 bool ScriptedPrng::genRandom(unsigned count, ecckey::DataBuffer &out, ecckey::LogBase &) {
     ++m_calls;
     for (unsigned i = 0; i < count; ++i) {
-        if (!m_queue.empty()) {
-            out.appendChar(m_queue.front());
-            m_queue.erase(m_queue.begin());
-        } else if (m_failWhenEmpty) {
+        if (m_queue.empty() && m_failWhenEmpty)
             return false;
-        } else {
-            out.appendChar(m_fill);
-        }
+        out.appendChar(m_queue.empty() ? 0 : m_queue.front());
+        if (!m_queue.empty())
+            m_queue.erase(m_queue.begin());
     }
     return true;
 }

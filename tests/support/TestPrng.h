@@ -31,13 +31,12 @@ class TestPrng : public ecckey::_tvPrng {
     std::mt19937_64 m_rng;
 };
 
-// Serves fixed bytes: the queue in order, then `fill` forever (or fails when failWhenEmpty is set).
+// Serves fixed bytes: the queue in order, then zeros forever (or fails when failWhenEmpty is set).
 class ScriptedPrng : public ecckey::_tvPrng {
   public:
     bool genRandom(unsigned count, ecckey::DataBuffer &out, ecckey::LogBase &log) override;
 
     std::vector<unsigned char> m_queue;
-    unsigned char m_fill = 0;
     bool m_failWhenEmpty = false;
     int m_calls = 0;
 };

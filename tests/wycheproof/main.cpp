@@ -46,21 +46,6 @@ bool unhex(const std::string &hex, Bytes &out) {
     return ok;
 }
 
-// The message digest by the file's name ("SHA-256", "SHA-512/224", "SHA3-384" are OpenSSL names too);
-// SHAKE128 and SHAKE256 give the 32- and 64-byte outputs ECDSA uses with them. False when OpenSSL lacks it.
-bool digest(const std::string &name, const Bytes &msg, Bytes &out) {
-    size_t xof = name == "SHAKE128" ? 32 : name == "SHAKE256" ? 64 : 0;
-    std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> ctx(EVP_MD_CTX_new(), EVP_MD_CTX_free);
-    unsigned len = (unsigned)xof;
-    out.assign(EVP_MAX_MD_SIZE, 0);
-    bool ok = EVP_DigestInit_ex(ctx.get(), EVP_get_digestbyname(name.c_str()), nullptr) == 1 &&
-              EVP_DigestUpdate(ctx.get(), msg.data(), msg.size()) == 1 &&
-              (xof ? EVP_DigestFinalXOF(ctx.get(), out.data(), xof)
-                   : EVP_DigestFinal_ex(ctx.get(), out.data(), &len)) == 1;
-    out.resize(len);
-    return ok;
-}
-
 // The forms ECDH keys come in: a hex scalar (taken as generateNewKey2 takes an encoded scalar), an X9.63
 // point in hex, DER SubjectPublicKeyInfo in hex, PEM (public or PKCS #8, through the library's PEM reader)
 // and JWK. Each goes through the loader callers use.
@@ -119,7 +104,7 @@ Handler verify(bool raw) {
         if (!unhex(groupKey(group).value("uncompressed", std::string()), point) ||
             !pub.loadEcPubKeyByCurveAndPoint(curve.c_str(), toDb(point), log) ||
             !unhex(test.value("msg", std::string()), msg) || !unhex(test.value("sig", std::string()), sig) ||
-            !digest(group.value("sha", std::string()), msg, hash))
+            (hash = ecckey_test::digestOf(group.value("sha", std::string()).c_str(), msg)).empty())
             return "invalid";
         // The signature reader splits raw signatures of these sizes by itself; others are passed with the
         // split flag and the curve's byte length as the length of r.
