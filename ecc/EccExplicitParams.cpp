@@ -1,6 +1,6 @@
 // The four explicit-parameter SubjectPublicKeyInfo templates of the long public-key form.
 //
-// Generated once by tests/interop/make_explicit_templates.py from the SEC 2 domain parameters. Each
+// Generated once by scripts/make_explicit_templates.py from the SEC 2 domain parameters. Each
 // template is SEQUENCE { SEQUENCE { id-ecPublicKey, ECParameters }, BIT STRING point } with the base point
 // G as its sample public point; the writer replaces that point with the key's own point of the same
 // length, so the output keeps the template's size. The field widths are those existing files use and
