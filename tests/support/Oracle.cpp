@@ -200,8 +200,6 @@ Bytes Ossl::d(int len) const {
 }
 
 Bytes Ossl::point() const {
-    EVP_PKEY_set_utf8_string_param(m_key.get(), OSSL_PKEY_PARAM_EC_POINT_CONVERSION_FORMAT,
-                                   OSSL_PKEY_EC_POINT_CONVERSION_FORMAT_UNCOMPRESSED);
     size_t n = 0;
     Bytes out(200);
     if (!m_key || !EVP_PKEY_get_octet_string_param(m_key.get(), OSSL_PKEY_PARAM_PUB_KEY, out.data(), 200, &n))
@@ -235,8 +233,6 @@ Bytes Ossl::encode(const char *structure, const char *output, bool explicitParam
     if (OSSL_ENCODER_to_data(ctx.get(), &data, &len) == 1)
         out.assign(data, data + len);
     OPENSSL_free(data);
-    EVP_PKEY_set_utf8_string_param(m_key.get(), OSSL_PKEY_PARAM_EC_ENCODING, OSSL_PKEY_EC_ENCODING_GROUP);
-    EVP_PKEY_set_int_param(m_key.get(), OSSL_PKEY_PARAM_EC_INCLUDE_PUBLIC, 1);
     return out;
 }
 
