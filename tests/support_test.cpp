@@ -3,6 +3,7 @@
 #include <openssl/asn1.h>
 
 #include "support/AsnItem.h"
+#include "support/Hash.h"
 #include "support/Oracle.h"
 #include "support/Owners.h"
 
@@ -80,6 +81,10 @@ TEST(Support, TextCodecRefusals) {
     StringBuffer pairs;
     DataBuffer::toHexString2(unhex("00A1FF").data(), 3, true, pairs);
     EXPECT_STREQ(pairs.getString(), "00:a1:ff");
+    // No input at all (an empty file gives none) still has its digest.
+    DataBuffer digest;
+    ASSERT_TRUE(_tvHash::doHash(nullptr, 0, HASH_SHA256, digest));
+    EXPECT_EQ(toBytes(digest), digestOf("SHA256", {}));
 }
 
 // A DER INTEGER for every value is OpenSSL's encoding of it (inside a SEQUENCE of two, as a signature is),
