@@ -166,6 +166,10 @@ TEST_P(Curve, TextFormsHaveTheirLayoutAndRoundTrip) {
         ASSERT_TRUE(node.loadXml(text->getString(), log) && back.loadAnyXml(node, log)) << text->getString();
         EXPECT_TRUE(sameKey(back, text == &xml ? o : pubOnly, c()));
     }
+    // The bare point reads by its size alone: 65, 97 and 133 bytes are P-256, P-384 and P-521.
+    EccKey raw;
+    LogNull quiet;
+    EXPECT_EQ(raw.loadEccPublicRaw(toDb(q), quiet) && sameKey(raw, pubOnly, c()), crv.rfind("P-", 0) == 0);
     EXPECT_TRUE(log.errors().empty()) << log.errorText();
 }
 

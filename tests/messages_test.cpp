@@ -88,6 +88,7 @@ const struct {
     {"der",
      "3059" + kAlgId + "034208" + kG,
      {"Invalid DER content for its ASN.1 type.", "Failed to decode ECC key ASN.1"}},
+    {"der", "3031040101" + kD + "A00A06082A8648CE3D030107", {"curve OID not found.", kSec1Tail}},
     {"der", "3000", {"Invalid ASN.1 for ECC key."}},
     {"der", "", {"Failed to decode ECC key ASN.1"}},
     {"der",
@@ -132,6 +133,8 @@ struct Case {
 };
 
 const Case kCases[] = {
+    {"curve", [](F &, L &l) { return EccKey().generateNewKey2(StringBuffer("ed25519"), "01", "hex", l); },
+     kUnknownCurve},
     {"curve",
      [](F &f, L &l) { return EccKey().generateNewKey(StringBuffer("curve25519"), f.prng, l); },
      {"Unsupported ECDSA curve.", "Unsupported ECC curve..", "Failed to load curve by name."}},

@@ -58,6 +58,8 @@ TEST(Support, ModularStepsMatchOpenSsl) {
             mp_int neg;
             TovarMp::mp_sub(neg, a, neg);
             check(TovarMp::mp_invmod(neg, mm, r), "invmod of a negative");
+            BN_sub(want.get(), y.get(), x.get());  // outside [0, m): a plain sum, m taken off only above m
+            check(TovarMp::mp_add_sub_once(b, neg, mm, r), "add of a negative");
             EXPECT_EQ(TovarMp::mp_count_bits(a), BN_num_bits(x.get()));
             EXPECT_EQ(TovarMp::mp_cmp(a, b),
                       BN_cmp(x.get(), y.get()) < 0 ? -1 : BN_cmp(x.get(), y.get()) > 0);

@@ -15,10 +15,6 @@ namespace ecckey_test {
 
 namespace {
 
-template <class T, void (*F)(T *)>
-struct Free {
-    void operator()(T *p) const { F(p); }
-};
 using CtxPtr = std::unique_ptr<EVP_PKEY_CTX, Free<EVP_PKEY_CTX, EVP_PKEY_CTX_free>>;
 using GroupPtr = std::unique_ptr<EC_GROUP, Free<EC_GROUP, EC_GROUP_free>>;
 using PointPtr = std::unique_ptr<EC_POINT, Free<EC_POINT, EC_POINT_free>>;

@@ -26,11 +26,6 @@ struct CurveInfo {
     int byteLen;
 };
 
-// GoogleTest prints a parameter with this (the curve's name) instead of its bytes.
-inline void PrintTo(const CurveInfo &c, std::ostream *os) {
-    *os << c.name;
-}
-
 const std::vector<CurveInfo> &allCurves();      // the thirteen, in catalogue order
 const std::vector<CurveInfo> &genericCurves();  // all but secp256k1
 inline bool isK1(const CurveInfo &c) {
@@ -46,14 +41,13 @@ struct CurveParamName {
 };
 constexpr CurveParamName curveParamName{};
 
-struct BnFree {
-    void operator()(BIGNUM *b) const { BN_clear_free(b); }
+// Owners of OpenSSL objects: F frees a T.
+template <class T, void (*F)(T *)>
+struct Free {
+    void operator()(T *p) const { F(p); }
 };
-struct PkeyFree {
-    void operator()(EVP_PKEY *p) const { EVP_PKEY_free(p); }
-};
-using BnPtr = std::unique_ptr<BIGNUM, BnFree>;
-using PkeyPtr = std::unique_ptr<EVP_PKEY, PkeyFree>;
+using BnPtr = std::unique_ptr<BIGNUM, Free<BIGNUM, BN_clear_free>>;
+using PkeyPtr = std::unique_ptr<EVP_PKEY, Free<EVP_PKEY, EVP_PKEY_free>>;
 
 std::string hexOf(const Bytes &b);           // upper case, two digits a byte
 std::string hexOf(const ecckey::mp_int &v);  // the module's minimal upper-case form
