@@ -87,6 +87,7 @@ TEST(Support, TextCodecRefusals) {
     DataBuffer digest;
     ASSERT_TRUE(_tvHash::doHash(nullptr, 0, HASH_SHA256, digest));
     EXPECT_EQ(toBytes(digest), digestOf("SHA256", {}));
+    EXPECT_FALSE(_tvHash::doHash("x", 1, 999, digest));  // an unknown algorithm
 }
 
 // A DER INTEGER for every value is OpenSSL's encoding of it (inside a SEQUENCE of two, as a signature is),

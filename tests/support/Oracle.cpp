@@ -88,10 +88,6 @@ Bytes toBytes(const ecckey::DataBuffer &db) {
     return db.getSize() ? Bytes(db.getData2(), db.getData2() + db.getSize()) : Bytes();
 }
 
-Bytes toBytes(const ecckey::StringBuffer &sb) {
-    return Bytes(sb.getString(), sb.getString() + sb.getSize());
-}
-
 ecckey::DataBuffer toDb(const Bytes &b) {
     ecckey::DataBuffer db;
     db.append(b.data(), (unsigned)b.size());
@@ -167,10 +163,6 @@ Ossl::Ossl(const CurveInfo &c, const BIGNUM *d) {
 }
 
 Ossl::Ossl(const CurveInfo &c, const Bytes &point) : m_key(fromParams(c, nullptr, point)) {}
-
-Ossl Ossl::random(const CurveInfo &c, TestPrng &prng) {
-    return Ossl(c, randomScalar(c, prng).get());
-}
 
 Ossl Ossl::decode(const Bytes &in, bool privatePart) {
     EVP_PKEY *pkey = nullptr;

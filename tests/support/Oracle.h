@@ -53,7 +53,9 @@ std::string hexOf(const Bytes &b);           // upper case, two digits a byte
 std::string hexOf(const ecckey::mp_int &v);  // the module's minimal upper-case form
 Bytes unhex(const std::string &hex);
 Bytes toBytes(const ecckey::DataBuffer &db);
-Bytes toBytes(const ecckey::StringBuffer &sb);
+inline Bytes toBytes(const ecckey::StringBuffer &sb) {
+    return Bytes(sb.getString(), sb.getString() + sb.getSize());
+}
 ecckey::DataBuffer toDb(const Bytes &b);
 Bytes digestOf(const char *name, const Bytes &msg);  // by OpenSSL name: "SHA1", "SHA256", ...
 Bytes bytesOf(const BIGNUM *bn, int len);            // big-endian, left-padded to len
@@ -72,7 +74,7 @@ class Ossl {
     Ossl(const CurveInfo &c, const BIGNUM *d);
     Ossl(const CurveInfo &c, const Bytes &point);
     explicit Ossl(PkeyPtr key) : m_key(std::move(key)) {}
-    static Ossl random(const CurveInfo &c, TestPrng &prng);
+    static Ossl random(const CurveInfo &c, TestPrng &prng) { return Ossl(c, randomScalar(c, prng).get()); }
     // OpenSSL's reading of DER or PEM in any structure; holds no key when OpenSSL refuses it.
     static Ossl decode(const Bytes &in, bool privatePart);
 
