@@ -60,16 +60,16 @@ TEST(Support, ModularStepsMatchOpenSsl) {
             check(TovarMp::mp_invmod(neg, mm, r), "invmod of a negative");
             BN_sub(want.get(), y.get(), x.get());  // outside [0, m): a plain sum, m taken off only above m
             check(TovarMp::mp_add_sub_once(b, neg, mm, r), "add of a negative");
-            EXPECT_EQ(TovarMp::mp_count_bits(a), BN_num_bits(x.get()));
             EXPECT_EQ(TovarMp::mp_cmp(a, b),
                       BN_cmp(x.get(), y.get()) < 0 ? -1 : BN_cmp(x.get(), y.get()) > 0);
         }
     }
 }
 
-// Text the key readers never meet: bad base64, base64url and hex leave the buffer as it was, and the
-// fingerprint form of hex. (Good text in every length modulo three is read in the key tests.)
-TEST(Support, TextCodecRefusals) {
+// Text the key readers rarely meet: bad base64, base64url and hex leave the buffer as it was, whitespace
+// inside base64, and the fingerprint form of hex. (Good text in every length modulo three is read in the
+// key tests.)
+TEST(Support, TextCodecEdges) {
     for (auto [encoding, text] : {std::pair<const char *, const char *>{"base64", "QUJD!"},
                                   {"base64url", "a+b"},
                                   {"hex", "0G"},
@@ -80,6 +80,9 @@ TEST(Support, TextCodecRefusals) {
         EXPECT_FALSE(db.appendEncoded(text, encoding)) << encoding << " " << text;
         EXPECT_EQ(toBytes(db), (Bytes{'a', 'b'}));
     }
+    DataBuffer spaced;  // whitespace inside encoded text is skipped: XML and PEM bodies carry it
+    ASSERT_TRUE(spaced.appendEncoded(" QU\tJD\r\n", "base64"));
+    EXPECT_EQ(toBytes(spaced), (Bytes{'A', 'B', 'C'}));
     StringBuffer pairs;
     DataBuffer::toHexString2(unhex("00A1FF").data(), 3, true, pairs);
     EXPECT_STREQ(pairs.getString(), "00:a1:ff");
