@@ -7,7 +7,6 @@
 #include <openssl/evp.h>
 
 #include <memory>
-#include <ostream>
 #include <string>
 #include <vector>
 
