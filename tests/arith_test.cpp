@@ -65,6 +65,28 @@ TEST_P(Arith, LadderAndDoubleScalarMethodMatchOpenSsl) {
     EXPECT_TRUE(log.errors().empty());
 }
 
+// The single-call formulas in Montgomery form: G + 2G, 2G + G with P and Q swapped, and 2·(2G) against
+// OpenSSL, a taken as the plain coefficient.
+TEST_P(Arith, SingleFormulasMatchOpenSsl) {
+    MpDigit digit = 0;
+    mp_int mu;
+    EccPoint tG, twoG, sum, swapped, fourG;
+    ASSERT_TRUE(TovarMp::mp_montgomery_setup(curve.p, digit) == 0 &&
+                TovarMp::mp_montgomery_normalization(mu, curve.p) == 0);
+    for (auto coord : {&EccPoint::m_x, &EccPoint::m_y, &EccPoint::m_z})
+        ASSERT_EQ(TovarMp::mp_mulmod(curve.G.*coord, mu, curve.p, tG.*coord), 0);
+    ASSERT_TRUE(pointDouble(tG, twoG, curve.aArg(), curve.p, digit) &&
+                pointAdd(tG, twoG, sum, curve.aArg(), curve.p, digit) &&
+                pointAdd(twoG, tG, swapped, curve.aArg(), curve.p, digit) &&
+                pointDouble(twoG, fourG, curve.aArg(), curve.p, digit));
+    for (auto [P, k] : {std::pair<EccPoint *, unsigned>{&sum, 3}, {&swapped, 3}, {&fourG, 4}}) {
+        BnPtr kb(BN_new());
+        BN_set_word(kb.get(), k);
+        ASSERT_TRUE(mapPointBack(*P, curve.p, digit));
+        EXPECT_EQ(bytesOfPoint(*P), Ossl(GetParam(), kb.get()).point()) << k;
+    }
+}
+
 // What the formulas give outside the group law: the double-scalar method has no point at infinity, so a
 // partial sum that reaches it fails the whole product, and G + (-G) falls back to doubling (same x).
 TEST_P(Arith, NoPointAtInfinity) {

@@ -94,6 +94,7 @@ TEST_P(Curve, WritesWhatOpenSslWrites) {
     EccKey key;
     loadInto(o, c(), key, true);
     LogRecorder log;
+    log.m_verbose = true;  // the data items written only when debugging run too
     DataBuffer spki, longSpki, sec1, pkcs8, p11;
     ASSERT_TRUE(key.toPublicKeyDer_shortFmt(spki, log));
     EXPECT_EQ(toBytes(spki), o.encode("SubjectPublicKeyInfo", "DER", false));
@@ -194,6 +195,7 @@ TEST_P(Curve, SshBlobFingerprintsAndPuttyKeys) {
     EccKey key;
     loadInto(o, c(), key, true);
     LogRecorder log;
+    log.m_verbose = true;
     size_t row = 0;
     while (allCurves()[row].nid != c().nid)
         ++row;
@@ -244,6 +246,7 @@ TEST_P(Curve, SignaturesInteroperate) {
     for (const char *hashName : {"SHA1", "SHA256", "SHA384", "SHA512"}) {
         Bytes h = digestOf(hashName, prng.bytes(20));
         LogRecorder log;
+        log.m_verbose = true;
         DataBuffer der, raw, ssh;
         if (isK1(c()) && h.size() < 32) {
             EXPECT_FALSE(priv.eccSignHash(h.data(), (unsigned)h.size(), prng, true, der, log));
@@ -298,6 +301,7 @@ TEST_P(Curve, SharedSecretsMatchOpenSsl) {
         DataBuffer secret;
         secret.append("junk", 4);
         LogRecorder log;
+        log.m_verbose = true;
         ASSERT_TRUE(privA.sharedSecret(pubB, secret, log)) << log.errorText();
         EXPECT_EQ(toBytes(secret), a.derive(Ossl(c(), b.point())));
         EXPECT_EQ((int)secret.getSize(), c().byteLen);
@@ -309,6 +313,7 @@ TEST_P(Curve, SharedSecretsMatchOpenSsl) {
 TEST_P(Curve, GeneratedKeysAreConsistent) {
     EccKey key;
     LogRecorder log;
+    log.m_verbose = true;
     ASSERT_TRUE(key.generateNewKey(StringBuffer(c().oid), prng, log)) << log.errorText();
     EXPECT_EQ(prng.m_bytesServed, (unsigned)c().byteLen);
     EXPECT_TRUE(sameKey(key, Ossl(c(), bnOf(key.m_privKey).get()), c()));

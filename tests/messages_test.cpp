@@ -5,6 +5,7 @@
 #include "support/JsonObject.h"
 #include "support/Oracle.h"
 #include "support/PublicKey.h"
+#include "support/Xml.h"
 
 using namespace ecckey;
 using namespace ecckey_test;
@@ -41,10 +42,13 @@ struct Fixture {
 bool load(const std::string &kind, const std::string &text, LogBase &log) {
     EccKey key;
     ClsJsonObject json;
+    ClsXml xml;
     StringBuffer label;
     DataBuffer db;
     if (kind == "jwk")
         return json.load(text.c_str(), log) && key.loadAnyJwk(json, log);
+    if (kind == "xml")
+        return xml.loadXml(text.c_str(), log) && key.loadAnyXml(xml, log);
     if (kind == "pem")
         return _tvPublicKey::pemToDer(text.c_str(), label, db, log);
     db = toDb(unhex(text));
@@ -110,6 +114,10 @@ const struct {
     {"jwk", R"({"kty":"EC","crv":"P-256","x":"AQ","y":"=="})", {"JWK member is not valid base64url."}},
     {"jwk", R"({"kty":"EC","crv":"P-256","x":"AQ"})", {"JWK member is missing."}},
     {"jwk", R"(["EC"])", {"JSON text is not an object."}},
+    {"jwk", R"({"kty":)", {"Invalid JSON."}},
+    {"jwk", std::string(65, '[') + std::string(65, ']'), {"JSON nesting is too deep."}},
+    {"jwk", std::string((1u << 20) + 1, ' '), {"JSON text is too large."}},
+    {"xml", "<ECCPublicKey", {"Invalid XML."}},
     {"pem", "MAA=", {"No PEM BEGIN line found."}},
     {"pem", kPem, {"Invalid PEM END line."}},
     {"pem", kPem + "PRIVATE KEY-----\n", {"PEM BEGIN and END labels differ."}},
@@ -158,6 +166,21 @@ const Case kCases[] = {
     {"Q",
      [](F &, L &l) { return EccKey().loadEcPubKeyByCurveAndPoint("P-256", toDb(Bytes{4}), l); },
      {"Invalid ANSI X9.63 ECC point.", "Failed to load ECC point."}},
+    {"Q",
+     [](F &f, L &l) {
+         f.o.clear();  // empty, but with its storage: a buffer with no storage at all is refused silently
+         EccKey key;   // a refused point is left with the uncompressed form byte
+         return key.loadEcPubKeyByCurveAndPoint("P-256", f.o, l) || key.m_pubPoint.m_format != 4;
+     },
+     {"dbX963 is empty.", "Failed to load ECC point."}},
+    {"pkcs8", [](F &f, L &l) { return f.p256pub.toEccPkcs8PrivateKeyDer(f.o, l); }, {"Not a private key."}},
+    {"sec1",
+     [](F &f, L &l) {
+         StringBuffer pem;
+         return f.p256pub.toEccPrivateKeyPem(true, pem, l);
+     },
+     {"k is empty"}},
+    {"p11", [](F &f, L &l) { return f.p256pub.toEccPkcs1PrivateKeyDer_forPkcs11(f.o, l); }, {"k is empty"}},
     {"ecdh", [](F &f, L &l) { return f.p256pub.sharedSecret(f.p256, f.o, l); }, {"Must be a private key."}},
     {"ecdh", [](F &f, L &l) { return f.p256.sharedSecret(f.bp256, f.o, l); }, {"ECC curves are different"}},
     {"sign",
@@ -185,23 +208,24 @@ const Case kCases[] = {
     {"verify",
      [](F &f, L &l) { return verify(f.p256, Bytes(56, 1), f.h, l); },
      {"Unexpected size for R,S signature.", "Failed to unpack ASN.1 DSA/ECDSA signature."}},
-    {"n",
-     [](F &f, L &l) {
-         return f.p256pub.m_curve.m_order.setString("XYZ") && verify(f.p256pub, Bytes(64, 1), f.h, l);
-     },
-     {"Failed to decode curve order."}},
-    {"p",
-     [](F &f, L &l) { return f.p256pub.m_curve.m_p.setString("XYZ") && f.p256pub.isPoint(l); },
-     {"Failed to decode curve prime."}},
-    {"a",
-     [](F &f, L &l) { return f.bp256.m_curve.m_a.setString("XYZ") && verify(f.bp256, Bytes(64, 1), f.h, l); },
-     {"Failed to decode curve A."}},
     {"y",
      [](F &f, L &l) {
          return !TovarMp::mp_add(f.p256.m_pubPoint.m_y, f.p256.m_pubPoint.m_z, f.p256.m_pubPoint.m_y) &&
                 EccKey().regeneratePubKey(f.p256, l);
      },
      {"y is different!", "Failed."}},
+    {"xz",
+     [](F &f, L &l) {
+         return !TovarMp::mp_add(f.p256.m_pubPoint.m_x, f.p256.m_pubPoint.m_z, f.p256.m_pubPoint.m_x) &&
+                !TovarMp::mp_add(f.p256.m_pubPoint.m_z, f.p256.m_pubPoint.m_z, f.p256.m_pubPoint.m_z) &&
+                f.p256.regeneratePubKey(f.p256, l);
+     },
+     {"x is different!", "z is different!", "Failed."}},
+    {"curve",
+     [](F &f, L &l) {
+         return f.bp256.m_curve.m_name.setString("nope") && EccKey().regeneratePubKey(f.bp256, l);
+     },
+     kUnknownCurve},
     {"ppk", [](F &, L &l) { return loadPutty("FFFFFFFF" + std::string(66, '0'), l); }, {"no alt curve name"}},
     {"ppk",
      [](F &, L &l) { return loadPutty("0000001E" + std::string(60, '4'), l); },
@@ -220,6 +244,43 @@ TEST(Messages, EachRefusedOperationLogsItsLines) {
         LogRecorder log;
         EXPECT_FALSE(tc.act(f, log)) << tc.what;
         EXPECT_EQ(lastErrors(log, tc.errors.size()), tc.errors) << tc.what << "\n" << log.errorText();
+    }
+}
+
+// A curve field that does not parse, or a prime the Montgomery arithmetic cannot use (an even one): each
+// operation names what it needed. Every row breaks one field of a copy of a brainpoolP256r1 private key.
+TEST(Messages, UnusableCurveFields) {
+    const struct {
+        const char *op;
+        StringBuffer EccCurve::*field;
+        const char *value;
+        const char *error;
+    } rows[] = {
+        {"derive", &EccCurve::m_Gx, "XYZ", "Big integer calculations failed."},
+        {"derive", &EccCurve::m_a, "XYZ", "Failed to decode curve A."},
+        {"derive", &EccCurve::m_p, "10", "point multiply failed."},
+        {"isPoint", &EccCurve::m_p, "XYZ", "Failed to decode curve prime."},
+        {"isPoint", &EccCurve::m_b, "XYZ", "Failed to decode curve B."},
+        {"ecdh", &EccCurve::m_p, "XYZ", "Failed to decode curve prime."},
+        {"ecdh", &EccCurve::m_a, "XYZ", "Failed to decode curve A."},
+        {"ecdh", &EccCurve::m_p, "10", "Point multiply failed."},
+        {"verify", &EccCurve::m_order, "XYZ", "Failed to decode curve order."},
+        {"verify", &EccCurve::m_p, "XYZ", "Failed to decode curve prime."},
+        {"verify", &EccCurve::m_a, "XYZ", "Failed to decode curve A."},
+    };
+    Fixture f;
+    for (const auto &row : rows) {
+        EccKey key;
+        key.copyFromEccKey(f.bp256);
+        (key.m_curve.*row.field).setString(row.value);
+        LogRecorder log;
+        const std::string op = row.op;
+        DataBuffer out;
+        EXPECT_FALSE(op == "derive"    ? key.genPubKey(log)
+                     : op == "isPoint" ? key.isPoint(log)
+                     : op == "ecdh"    ? key.sharedSecret(key, out, log)
+                                       : verify(key, Bytes(64, 1), f.h, log));
+        EXPECT_EQ(lastErrors(log, 1), Errors{row.error}) << op << " " << row.value;
     }
 }
 

@@ -97,6 +97,35 @@ TEST(Quirks, ScalarsOutsideTheRange) {
     }
 }
 
+// Key records: a copy is deep and whole, clearing keeps a Brainpool a until the next load replaces it, and a
+// point logs its coordinates under the caller's context name.
+TEST(Quirks, KeyRecordsCopyClearAndLog) {
+    TestPrng prng(testSeed());
+    LogRecorder log;
+    std::unique_ptr<EccKey> source(EccKey::createNewObject()), copy(EccKey::createNewObject());
+    ASSERT_TRUE(source && copy && source->generateNewKey(StringBuffer("bp-320"), prng, log));
+    copy->copyFromEccKey(*source);
+    DataBuffer a, b;
+    ASSERT_TRUE(source->toEccPkcs8PrivateKeyDer(a, log) && copy->toEccPkcs8PrivateKeyDer(b, log));
+    EXPECT_TRUE(a.equals(b) && copy->m_curve.m_hasA && copy->m_curve.m_a.equals(source->m_curve.m_a));
+    TovarMp::mp_add(copy->m_privKey, copy->m_privKey, copy->m_privKey);
+    EXPECT_NE(hexOf(copy->m_privKey), hexOf(source->m_privKey));
+    copy->clearEccKey();
+    EXPECT_TRUE(copy->m_curve.m_hasA && copy->m_curve.m_a.equals(source->m_curve.m_a));
+    EXPECT_EQ(copy->get_ModulusBitLen(), 0u);
+    ASSERT_TRUE(copy->loadCurveByOid(StringBuffer("1.3.132.0.35"), log));
+    EXPECT_TRUE(!copy->m_curve.m_hasA && copy->m_curve.m_a.getSize() == 0 &&
+                copy->get_ModulusBitLen() == 528);
+    LogRecorder pointLog;
+    source->m_pubPoint.logEccPoint("pubKey", pointLog);
+    std::string names, x, z;
+    for (const LogRecorder::Entry &e : pointLog.entries())
+        names += e.path + "/" + e.name + " ";
+    EXPECT_EQ(names, "/pubKey pubKey/x pubKey/y pubKey/z ");
+    EXPECT_TRUE(pointLog.dataValue("x", x) && x == hexOf(source->m_pubPoint.m_x) &&
+                pointLog.dataValue("z", z) && z == "1");
+}
+
 }  // namespace
 
 // The secp256k1 signer reads its nonce bytes least significant first, draws again when the nonce is zero

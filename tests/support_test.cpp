@@ -1,7 +1,9 @@
 // The collaborator services under the key code, each against OpenSSL: big-integer steps, text codecs,
 // buffers and the DER writer.
 #include <openssl/asn1.h>
+#include <openssl/objects.h>
 
+#include "support/Asn1.h"
 #include "support/AsnItem.h"
 #include "support/Hash.h"
 #include "support/Oracle.h"
@@ -91,6 +93,30 @@ TEST(Support, TextCodecEdges) {
     ASSERT_TRUE(_tvHash::doHash(nullptr, 0, HASH_SHA256, digest));
     EXPECT_EQ(toBytes(digest), digestOf("SHA256", {}));
     EXPECT_FALSE(_tvHash::doHash("x", 1, 999, digest));  // an unknown algorithm
+}
+
+// An OID's first subidentifier packs two arcs, split at 40 and 80: each boundary prints as OpenSSL prints
+// it and builds the same bytes again; text that is not an OID builds nothing.
+TEST(Support, OidArcsMatchOpenSsl) {
+    for (unsigned char first : {0, 39, 40, 79, 80, 81, 127}) {
+        const Bytes der = {0x06, 0x02, first, 0x05};
+        const unsigned char *p = der.data();
+        std::unique_ptr<ASN1_OBJECT, void (*)(ASN1_OBJECT *)> obj(d2i_ASN1_OBJECT(nullptr, &p, 4),
+                                                                  ASN1_OBJECT_free);
+        char want[64];
+        OBJ_obj2txt(want, sizeof want, obj.get(), 1);
+        LogNull log;
+        unsigned consumed = 0;
+        StringBuffer dotted;
+        _tvAsn1 *node = _tvAsn1::DecodeToAsn(der.data(), 4, consumed, log), *again = _tvAsn1::newOid(want);
+        RefCountedObjectOwner owners[] = {RefCountedObjectOwner(node), RefCountedObjectOwner(again)};
+        DataBuffer bytes;
+        ASSERT_TRUE(node && node->GetOid(dotted) && again && again->EncodeToDer(bytes, false, log));
+        EXPECT_STREQ(dotted.getString(), want);
+        EXPECT_EQ(toBytes(bytes), der) << want;
+    }
+    for (const char *text : {"1.01", "1..2", "1.2.", "", "1"})
+        EXPECT_EQ(RefCountedObjectOwner(_tvAsn1::newOid(text)).release(), nullptr) << text;
 }
 
 // A DER INTEGER for every value is OpenSSL's encoding of it (inside a SEQUENCE of two, as a signature is),
