@@ -2,6 +2,7 @@
 #include <functional>
 #include <sstream>
 
+#include "support/Asn1.h"
 #include "support/JsonObject.h"
 #include "support/Oracle.h"
 #include "support/PublicKey.h"
@@ -181,6 +182,12 @@ const Case kCases[] = {
      },
      {"k is empty"}},
     {"p11", [](F &f, L &l) { return f.p256pub.toEccPkcs1PrivateKeyDer_forPkcs11(f.o, l); }, {"k is empty"}},
+    {"attributes",
+     [](F &f, L &l) {
+         f.p256.setPkcs8Attributes(_tvAsn1::newSequence());
+         return f.p256.toEccPkcs8PrivateKeyDer(f.o, l);
+     },
+     {"PKCS8 attributes are not a [0] IMPLICIT SET."}},
     {"ecdh", [](F &f, L &l) { return f.p256pub.sharedSecret(f.p256, f.o, l); }, {"Must be a private key."}},
     {"ecdh", [](F &f, L &l) { return f.p256.sharedSecret(f.bp256, f.o, l); }, {"ECC curves are different"}},
     {"sign",

@@ -1,5 +1,6 @@
 // Behaviours no oracle checks: rules of the module's own that callers and existing files depend on.
 #include "ecc/EcdsaSig.h"
+#include "support/Asn1.h"
 #include "support/Oracle.h"
 #include "support/SshMessage.h"
 
@@ -104,10 +105,16 @@ TEST(Quirks, KeyRecordsCopyClearAndLog) {
     LogRecorder log;
     std::unique_ptr<EccKey> source(EccKey::createNewObject()), copy(EccKey::createNewObject());
     ASSERT_TRUE(source && copy && source->generateNewKey(StringBuffer("bp-320"), prng, log));
+    // PKCS #8 attributes ([0] { commonName "name" }) go with the copy and end its PrivateKeyInfo.
+    const Bytes attrs = unhex("A00F300D060355040331060C046E616D65");
+    unsigned used = 0;
+    source->setPkcs8Attributes(_tvAsn1::DecodeToAsn(attrs.data(), (unsigned)attrs.size(), used, log));
     copy->copyFromEccKey(*source);
     DataBuffer a, b;
     ASSERT_TRUE(source->toEccPkcs8PrivateKeyDer(a, log) && copy->toEccPkcs8PrivateKeyDer(b, log));
     EXPECT_TRUE(a.equals(b) && copy->m_curve.m_hasA && copy->m_curve.m_a.equals(source->m_curve.m_a));
+    EXPECT_TRUE(std::equal(attrs.rbegin(), attrs.rend(), toBytes(b).rbegin()));
+    EXPECT_EQ(Ossl::decode(toBytes(b), true).d(0), bytesOf(bnOf(source->m_privKey).get(), 0));
     TovarMp::mp_add(copy->m_privKey, copy->m_privKey, copy->m_privKey);
     EXPECT_NE(hexOf(copy->m_privKey), hexOf(source->m_privKey));
     copy->clearEccKey();

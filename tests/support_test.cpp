@@ -8,6 +8,7 @@
 #include "support/Hash.h"
 #include "support/Oracle.h"
 #include "support/Owners.h"
+#include "support/PublicKey.h"
 
 using namespace ecckey;
 using namespace ecckey_test;
@@ -57,11 +58,21 @@ TEST(Support, ModularStepsMatchOpenSsl) {
             // A negative value is inverted as itself, not as its magnitude.
             BN_sub(want.get(), m.get(), x.get());
             BN_mod_inverse(want.get(), want.get(), m.get(), ctx.get());
-            mp_int neg;
+            mp_int neg, twoM;
             TovarMp::mp_sub(neg, a, neg);
             check(TovarMp::mp_invmod(neg, mm, r), "invmod of a negative");
             BN_sub(want.get(), y.get(), x.get());  // outside [0, m): a plain sum, m taken off only above m
             check(TovarMp::mp_add_sub_once(b, neg, mm, r), "add of a negative");
+            BN_sub(want.get(), m.get(), x.get());  // -x - y + m: the magnitude, whatever the sign
+            BN_sub(want.get(), want.get(), y.get());
+            check(TovarMp::mp_sub_add_once(neg, b, mm, r), "sub from a negative");
+            BN_sub(want.get(), m.get(), x.get());  // x - 2m + m, negative: 2m has m's digit count here
+            TovarMp::mp_add(mm, mm, twoM);
+            check(TovarMp::mp_sub_add_once(a, twoM, mm, r), "sub of a value above x + m");
+            EXPECT_TRUE(TovarMp::isNegative(r));
+            BN_rshift1(want.get(), BN_is_odd(x.get()) ? want.get() : x.get());  // (m - x) / 2 or x / 2
+            TovarMp::mp_copy(neg, r);
+            check(TovarMp::mp_halve_add_odd(r, mm), "halve a negative");
             EXPECT_EQ(TovarMp::mp_cmp(a, b),
                       BN_cmp(x.get(), y.get()) < 0 ? -1 : BN_cmp(x.get(), y.get()) > 0);
         }
@@ -73,6 +84,8 @@ TEST(Support, ModularStepsMatchOpenSsl) {
 // key tests.)
 TEST(Support, TextCodecEdges) {
     for (auto [encoding, text] : {std::pair<const char *, const char *>{"base64", "QUJD!"},
+                                  {"base64", "QQ==QQ=="},
+                                  {"base64", "QR=="},
                                   {"base64url", "a+b"},
                                   {"hex", "0G"},
                                   {"hex", "ABC"},
@@ -85,7 +98,15 @@ TEST(Support, TextCodecEdges) {
     DataBuffer spaced;  // whitespace inside encoded text is skipped: XML and PEM bodies carry it
     ASSERT_TRUE(spaced.appendEncoded(" QU\tJD\r\n", "base64"));
     EXPECT_EQ(toBytes(spaced), (Bytes{'A', 'B', 'C'}));
-    StringBuffer pairs;
+    // A buffer appended to itself, whole or from inside, through a reallocation.
+    StringBuffer text("ab");
+    DataBuffer bytes = toDb({1, 2});
+    EXPECT_TRUE(text.append(text) && text.append(text.getString() + 1) && text.equals("ababbab"));
+    EXPECT_TRUE(bytes.append(bytes) && bytes.append(bytes.getData2() + 1, 3) &&
+                toBytes(bytes) == (Bytes{1, 2, 1, 2, 2, 1, 2}));
+    StringBuffer pairs, label;
+    LogNull log;
+    EXPECT_FALSE(_tvPublicKey::derToPem("EC KEY-----\n", bytes, label, log));  // a label ends at its line
     DataBuffer::toHexString2(unhex("00A1FF").data(), 3, true, pairs);
     EXPECT_STREQ(pairs.getString(), "00:a1:ff");
     // No input at all (an empty file gives none) still has its digest.
