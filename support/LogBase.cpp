@@ -76,21 +76,6 @@ std::vector<std::string> LogRecorder::errors() const {
     return out;
 }
 
-std::vector<std::string> LogRecorder::infos() const {
-    std::vector<std::string> out;
-    for (const Entry &e : m_entries)
-        if (e.kind == Kind::Info)
-            out.push_back(e.text);
-    return out;
-}
-
-bool LogRecorder::hasError(const char *text) const {
-    for (const Entry &e : m_entries)
-        if (e.kind == Kind::Error && e.text == text)
-            return true;
-    return false;
-}
-
 bool LogRecorder::hasInfo(const char *text) const {
     for (const Entry &e : m_entries)
         if (e.kind == Kind::Info && e.text == text)
@@ -106,18 +91,6 @@ bool LogRecorder::dataValue(const char *name, std::string &value) const {
             found = true;
         }
     return found;
-}
-
-bool LogRecorder::hasContext(const char *name) const {
-    for (const Entry &e : m_entries)
-        if (e.kind == Kind::Context && e.name == name)
-            return true;
-    return false;
-}
-
-void LogRecorder::reset() {
-    m_entries.clear();
-    m_contexts.clear();
 }
 
 std::string LogRecorder::toText() const {

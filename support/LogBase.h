@@ -76,13 +76,9 @@ class LogRecorder : public LogBase {
 
     const std::vector<Entry> &entries() const { return m_entries; }
     std::vector<std::string> errors() const;  // error texts, in order
-    std::vector<std::string> infos() const;   // information texts, in order
-    bool hasError(const char *text) const;
     bool hasInfo(const char *text) const;
     // Value of the last data item with this name; false when there is none.
     bool dataValue(const char *name, std::string &value) const;
-    bool hasContext(const char *name) const;
-    void reset();
 
     // Everything as an indented tree (contexts open a level).
     std::string toText() const;

@@ -98,12 +98,6 @@ bool ClsXml::loadXml(const char *xmlText, LogBase &log) {
     return true;
 }
 
-bool ClsXml::getTag(StringBuffer &out) const {
-    if (!m_impl->root)
-        return false;
-    return out.setString(m_impl->root.name());
-}
-
 bool ClsXml::hasChildWithTag(const char *tag) const {
     return (bool)findChild(m_impl->root, tag);
 }
@@ -125,15 +119,6 @@ bool ClsXml::getChildContentUtf8(const char *tag, StringBuffer &out, bool unused
         return false;
     out.clear();
     return appendOwnText(child, out);
-}
-
-bool ClsXml::getAttrValue(const char *attrName, StringBuffer &out) const {
-    if (!m_impl->root || !attrName)
-        return false;
-    const pugi::xml_attribute attr = m_impl->root.attribute(attrName);
-    if (!attr)
-        return false;
-    return out.setString(attr.value());
 }
 
 bool ClsXml::get_Content(StringBuffer &out) const {

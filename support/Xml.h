@@ -20,11 +20,9 @@ class ClsXml {
 
     // Parses a document; this object becomes its root element. False, logged, on malformed text.
     bool loadXml(const char *xmlText, LogBase &log);
-    bool getTag(StringBuffer &out) const;
     bool hasChildWithTag(const char *tag) const;
     bool getChildAttrValue(const char *tag, const char *attrName, StringBuffer &out) const;
     bool getChildContentUtf8(const char *tag, StringBuffer &out, bool unused) const;
-    bool getAttrValue(const char *attrName, StringBuffer &out) const;
     bool get_Content(StringBuffer &out) const;  // the element's own text
 
   private:
