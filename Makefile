@@ -5,6 +5,9 @@ CMAKE_FLAGS ?=
 ifeq ($(CI),true)
 CMAKE_FLAGS += -DECCKEY_WERROR=ON
 endif
+# CMake's own makes run beneath this one and would each announce "Entering/Leaving directory": a build
+# shows only its progress lines and the compiler's warnings.
+MAKEFLAGS += --no-print-directory
 
 .PHONY: all deps configure build demo test bench bench-quick clean
 
@@ -19,7 +22,11 @@ configure: deps
 build: configure
 	@cmake --build $(BUILD_DIR) -j $(JOBS)
 
-demo: build
+# The demo needs the library and the command only; the tests, benchmarks and fuzz replays wait for
+# `make test`.
+demo: configure
+	@echo "make demo: building the ecckey library and command in $(BUILD_DIR)/"
+	@cmake --build $(BUILD_DIR) -j $(JOBS) --target ecckey_cli
 	@$(BUILD_DIR)/bin/ecckey demo
 
 test: build

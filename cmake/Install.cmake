@@ -9,6 +9,15 @@ install(DIRECTORY ${CMAKE_SOURCE_DIR}/ecc ${CMAKE_SOURCE_DIR}/support
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ecckey
         FILES_MATCHING PATTERN "*.h")
 
+# Both package files find the prefix from where they lie, so that an installed tree still works after
+# `cmake --install --prefix` elsewhere, or once moved.
+function(ecckey_path_to_prefix var subdir)
+  file(RELATIVE_PATH relative ${CMAKE_INSTALL_FULL_LIBDIR}/${subdir} ${CMAKE_INSTALL_PREFIX})
+  string(REGEX REPLACE "/$" "" relative "${relative}")
+  set(${var} ${relative} PARENT_SCOPE)
+endfunction()
+ecckey_path_to_prefix(ECCKEY_CONFIG_TO_PREFIX cmake/ecckey)
+ecckey_path_to_prefix(ECCKEY_PC_TO_PREFIX pkgconfig)
 configure_file(${CMAKE_SOURCE_DIR}/cmake/ecckeyConfig.cmake.in
                ${CMAKE_BINARY_DIR}/cmake/ecckeyConfig.cmake @ONLY)
 write_basic_package_version_file(${CMAKE_BINARY_DIR}/cmake/ecckeyConfigVersion.cmake

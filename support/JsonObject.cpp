@@ -185,4 +185,35 @@ bool ClsJsonObject::sbOfPathUtf8(const char *path, StringBuffer &out, LogBase &l
     }
 }
 
+bool ClsJsonObject::isStringAt(const char *path) const {
+    const Json *value = path ? m_impl->find(path) : nullptr;
+    return value != nullptr && value->is_string();
+}
+
+int ClsJsonObject::sizeOfArrayAt(const char *path) const {
+    const Json *value = path ? m_impl->find(path) : nullptr;
+    return value != nullptr && value->is_array() ? (int)value->size() : -1;
+}
+
+bool ClsJsonObject::loadArrayElement(const ClsJsonObject &source, const char *path, int index, LogBase &log) {
+    m_impl->root = Json::object();
+    const int size = source.sizeOfArrayAt(path);
+    if (index < 0 || index >= size) {
+        log.logError("No such JSON array element.");
+        return false;
+    }
+    const Json &element = (*source.m_impl->find(path))[(std::size_t)index];
+    if (!element.is_object()) {
+        log.logError("JSON array element is not an object.");
+        return false;
+    }
+    try {
+        m_impl->root = element;
+    } catch (const std::exception &) {
+        log.logError("Failed to copy a JSON value.");
+        return false;
+    }
+    return true;
+}
+
 }  // namespace ecckey

@@ -13,7 +13,7 @@ namespace ecckey_cli {
 int cmdEcdh(int argc, char **argv) {
     ArgList args;
     std::string error;
-    if (!args.parse(argc, argv, {"-o"}, {}, error))
+    if (!args.parse(argc, argv, {"--kid", "-o"}, {"--force"}, error))
         return usageError(error.c_str());
     if (args.positionals().size() != 2)
         return usageError("ecdh takes a key file and a peer key file");
@@ -22,8 +22,9 @@ int cmdEcdh(int argc, char **argv) {
     const std::string &keyPath = args.positionals()[0];
     ecckey::EccKey key;
     ecckey::EccKey peer;
-    if (!readKeyFile(keyPath.c_str(), key, session.log(), error) ||
-        !readKeyFile(args.positionals()[1].c_str(), peer, session.log(), error))
+    KeyFileInfo keyInfo(args.value("--kid"));
+    if (!readKeyFile(keyPath.c_str(), key, session.log(), error, &keyInfo) ||
+        !readKeyFile(args.positionals()[1].c_str(), peer, session.log(), error, &keyInfo))
         return session.fail(error);
 
     ecckey::DataBuffer secret;
@@ -49,7 +50,7 @@ int cmdEcdh(int argc, char **argv) {
     } else {
         ok = out.append(secret);
     }
-    if (!ok || !writeOutput(path, out, true, error))
+    if (!ok || !writeOutput({path, args.has("--force")}, out, true, error))
         return session.fail(ok ? error : "out of memory");
     return session.finish(kExitOk);
 }

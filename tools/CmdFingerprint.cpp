@@ -1,27 +1,43 @@
-// ecckey fingerprint: the SSH fingerprint of a key's public part.
+// ecckey fingerprint: the key's SSH fingerprint, in the line `ssh-keygen -l` prints.
 #include <cstdio>
 #include <string>
 
 #include "ArgList.h"
 #include "Commands.h"
+#include "KeyFormats.h"
 #include "KeyReader.h"
 #include "Session.h"
 #include "ecc/EccKey.h"
 #include "support/Hash.h"
+#include "support/TovarMp.h"
 
 namespace ecckey_cli {
 
 namespace {
 
-// "SHA256:" and the unpadded base64 of the SHA-256 of the SSH public-key blob, as OpenSSH prints it.
-bool sha256Fingerprint(ecckey::EccKey &key, std::string &line, ecckey::LogBase &log) {
+// The key's size as OpenSSH states it: the bit length of the curve order (521 for P-521, where the
+// library's own fingerprint line says 528, its byte length times eight). The order is public.
+int orderBits(const ecckey::EccCurve &curve) {
+    ecckey::mp_int order;
+    if (!ecckey::TovarMp::mpint_from_radix(order, curve.m_order.getString(), 16))
+        return 0;
+    return ecckey::TovarMp::mp_count_bits(order);
+}
+
+// OpenSSH's digest text: "SHA256:" and the unpadded base64 of the blob's SHA-256, or "MD5:" and its MD5
+// as colon-separated lower-case hexadecimal pairs.
+bool fingerprintText(ecckey::EccKey &key, bool md5, std::string &text, ecckey::LogBase &log) {
     ecckey::DataBuffer digest;
-    ecckey::StringBuffer base64;
-    if (!key.calc_fingerprint_digest(ecckey::HASH_SHA256, digest, log) || !digest.encodeDB("base64", base64))
+    ecckey::StringBuffer encoded;
+    if (!key.calc_fingerprint_digest(md5 ? ecckey::HASH_MD5 : ecckey::HASH_SHA256, digest, log))
         return false;
-    line = std::string("SHA256:") + base64.getString();
-    while (!line.empty() && line.back() == '=')
-        line.pop_back();
+    if (md5)
+        ecckey::DataBuffer::toHexString2(digest.getData2(), digest.getSize(), true, encoded);
+    else if (!digest.encodeDB("base64", encoded))
+        return false;
+    text = std::string(md5 ? "MD5:" : "SHA256:") + encoded.getString();
+    while (text.back() == '=')
+        text.pop_back();
     return true;
 }
 
@@ -30,27 +46,29 @@ bool sha256Fingerprint(ecckey::EccKey &key, std::string &line, ecckey::LogBase &
 int cmdFingerprint(int argc, char **argv) {
     ArgList args;
     std::string error;
-    if (!args.parse(argc, argv, {}, {"--sha256"}, error))
+    if (!args.parse(argc, argv, {"--kid"}, {"--sha256", "--md5"}, error))
         return usageError(error.c_str());
     if (args.positionals().size() != 1)
         return usageError("fingerprint takes one key file");
+    if (args.has("--sha256") && args.has("--md5"))
+        return usageError("give --sha256 or --md5, not both");
 
     Session session(args.verbose());
     ecckey::EccKey key;
-    if (!readKeyFile(args.positionals()[0].c_str(), key, session.log(), error))
+    KeyFileInfo keyInfo(args.value("--kid"));
+    if (!readKeyFile(args.positionals()[0].c_str(), key, session.log(), error, &keyInfo))
         return session.fail(error);
-    std::string line;
-    if (args.has("--sha256")) {
-        if (!sha256Fingerprint(key, line, session.log()))
-            return session.fail("cannot compute the fingerprint");
-    } else {
-        // The classic line: "ecdsa-sha2-<curve> <bits> <MD5 as colon-separated hex>".
-        ecckey::StringBuffer text;
-        if (!key.calc_fingerprint(text, session.log()))
-            return session.fail("cannot compute the fingerprint");
-        line = text.getString();
-    }
-    std::printf("%s\n", line.c_str());
+    // The blob of a curve without an SSH name would claim nistp256: no fingerprint of an SSH key exists.
+    if (sshKeyTypeName(key).empty())
+        return session.fail(std::string("the SSH public-key blob has no name for ") +
+                            key.m_curve.m_name.getString());
+    std::string text;
+    if (!fingerprintText(key, args.has("--md5"), text, session.log()))
+        return session.fail("cannot compute the fingerprint");
+    // "521 SHA256:... comment (ECDSA)", the comment being that of the OpenSSH line read, as ssh-keygen has
+    // it.
+    const std::string comment = keyInfo.comment.empty() ? "no comment" : keyInfo.comment;
+    std::printf("%d %s %s (ECDSA)\n", orderBits(key.m_curve), text.c_str(), comment.c_str());
     return session.finish(kExitOk);
 }
 

@@ -1,5 +1,6 @@
 // ecckey gen, pub and convert: making keys and writing them in another form.
 #include <string>
+#include <vector>
 
 #include "ArgList.h"
 #include "Commands.h"
@@ -8,6 +9,7 @@
 #include "KeyReader.h"
 #include "Session.h"
 #include "ecc/EccKey.h"
+#include "support/LogBase.h"
 #include "support/Prng.h"
 
 namespace ecckey_cli {
@@ -23,7 +25,7 @@ const FormatInfo *formatOption(const ArgList &args, const char *defaultName, std
     const char *name = args.has("--format") ? args.value("--format") : defaultName;
     const FormatInfo *format = formatByName(name);
     if (format == nullptr)
-        error = std::string("unknown format '") + name + "' (see 'ecckey help')";
+        error = std::string("unknown format '") + name + "'";
     return format;
 }
 
@@ -33,16 +35,21 @@ int writeKeyOutput(Session &session, ecckey::EccKey &key, const FormatInfo &form
     ecckey::DataBuffer out;
     std::string error;
     if (!writeKey(key, format, writePrivate, out, session.log(), error) ||
-        !writeOutput(args.value("-o"), out, writePrivate, error))
+        !writeOutput({args.value("-o"), args.has("--force")}, out, writePrivate, error))
         return session.fail(error);
     return session.finish(kExitOk);
 }
 
+// gen makes its key; pub and convert read one, so they take --kid for a JWK Set.
 bool parseKeyCommand(int argc, char **argv, const char *name, ArgList &args, std::string &error) {
-    if (!args.parse(argc, argv, {"--format", "-o"}, {}, error))
+    const bool isGen = std::string(name) == "gen";
+    std::vector<std::string> valueOptions = {"--format", "-o"};
+    if (!isGen)
+        valueOptions.push_back("--kid");
+    if (!args.parse(argc, argv, valueOptions, {"--force"}, error))
         return false;
     if (args.positionals().size() != 1) {
-        error = std::string(name) + " takes one " + (std::string(name) == "gen" ? "curve name" : "key file");
+        error = std::string(name) + " takes one " + (isGen ? "curve name" : "key file");
         return false;
     }
     return true;
@@ -63,12 +70,16 @@ int cmdGen(int argc, char **argv) {
         return session.fail(std::string("the ") + format->name + " format cannot hold a private key");
 
     const std::string &curveName = args.positionals()[0];
+    ecckey::EccCurve curve;
+    ecckey::LogNull quiet;
+    if (!curve.loadCurveByName(curveName.c_str(), quiet))
+        return session.fail("unknown curve '" + curveName + "' ('ecckey curves' lists the names)");
     ecckey::EccKey key;
     ecckey::SystemPrng prng;
     bool generated = false;
     for (int attempt = 0; attempt < kMaxGenerateAttempts && !generated; ++attempt) {
         if (!key.generateNewKey(ecckey::StringBuffer(curveName.c_str()), prng, session.log()))
-            return session.fail("cannot generate a key on '" + curveName + "' (see 'ecckey curves')");
+            return session.fail("cannot generate a key on " + std::string(curve.m_name.getString()));
         generated = checkKey(key, session.log(), error);
     }
     if (!generated)
@@ -86,7 +97,8 @@ int cmdPub(int argc, char **argv) {
         return usageError(error.c_str());
     Session session(args.verbose());
     ecckey::EccKey key;
-    if (!readKeyFile(args.positionals()[0].c_str(), key, session.log(), error))
+    KeyFileInfo keyInfo(args.value("--kid"));
+    if (!readKeyFile(args.positionals()[0].c_str(), key, session.log(), error, &keyInfo))
         return session.fail(error);
     return writeKeyOutput(session, key, *format, false, args);
 }
@@ -103,7 +115,8 @@ int cmdConvert(int argc, char **argv) {
         return usageError(error.c_str());
     Session session(args.verbose());
     ecckey::EccKey key;
-    if (!readKeyFile(args.positionals()[0].c_str(), key, session.log(), error))
+    KeyFileInfo keyInfo(args.value("--kid"));
+    if (!readKeyFile(args.positionals()[0].c_str(), key, session.log(), error, &keyInfo))
         return session.fail(error);
     return writeKeyOutput(session, key, *format, key.isPrivate(), args);
 }

@@ -1,5 +1,6 @@
 // ecckey sign: an ECDSA signature over a file's digest or a given hash.
-#include <cstring>
+#include <strings.h>
+
 #include <string>
 
 #include "ArgList.h"
@@ -18,11 +19,11 @@ namespace {
 enum class SigFormat { Der, Raw, Ssh };
 
 bool sigFormatByName(const char *name, SigFormat &format) {
-    if (std::strcmp(name, "der") == 0)
+    if (::strcasecmp(name, "der") == 0)
         format = SigFormat::Der;
-    else if (std::strcmp(name, "raw") == 0)
+    else if (::strcasecmp(name, "raw") == 0)
         format = SigFormat::Raw;
-    else if (std::strcmp(name, "ssh") == 0)
+    else if (::strcasecmp(name, "ssh") == 0)
         format = SigFormat::Ssh;
     else
         return false;
@@ -30,13 +31,13 @@ bool sigFormatByName(const char *name, SigFormat &format) {
 }
 
 // Without -o the signature is printed as one line of hexadecimal; with -o the file gets the bytes.
-bool writeSignature(const char *path, const ecckey::DataBuffer &sig, std::string &error) {
-    if (!isStdio(path))
-        return writeOutput(path, sig, false, error);
+bool writeSignature(const OutputTarget &target, const ecckey::DataBuffer &sig, std::string &error) {
+    if (!isStdio(target.path))
+        return writeOutput(target, sig, false, error);
     ecckey::StringBuffer hex;
     ecckey::DataBuffer::toHexString2(sig.getData2(), sig.getSize(), false, hex);
     ecckey::DataBuffer line;
-    return line.append(hex) && line.appendChar('\n') && writeOutput(nullptr, line, false, error);
+    return line.append(hex) && line.appendChar('\n') && writeOutput(target, line, false, error);
 }
 
 }  // namespace
@@ -44,7 +45,8 @@ bool writeSignature(const char *path, const ecckey::DataBuffer &sig, std::string
 int cmdSign(int argc, char **argv) {
     ArgList args;
     std::string error;
-    if (!args.parse(argc, argv, {"--in", "--digest", "--hash", "--sig-format", "-o"}, {}, error))
+    if (!args.parse(argc, argv, {"--in", "--digest", "--hash", "--sig-format", "--kid", "-o"}, {"--force"},
+                    error))
         return usageError(error.c_str());
     if (args.positionals().size() != 1)
         return usageError("sign takes one key file");
@@ -55,27 +57,21 @@ int cmdSign(int argc, char **argv) {
     Session session(args.verbose());
     const char *keyPath = args.positionals()[0].c_str();
     ecckey::EccKey key;
-    if (!readKeyFile(keyPath, key, session.log(), error))
+    KeyFileInfo keyInfo(args.value("--kid"));
+    if (!readKeyFile(keyPath, key, session.log(), error, &keyInfo))
         return session.fail(error);
     // Checked here for every curve: the secp256k1 signer would otherwise sign with the zero scalar of a
     // public key.
     if (!key.isPrivate())
         return session.fail(std::string("'") + keyPath + "' holds a public key; signing needs a private key");
     ecckey::DataBuffer hash;
-    if (!messageHash(args, hash, error))
+    if (!messageHash(args, key.m_curve, hash, error))
         return session.fail(error);
 
     ecckey::SystemPrng prng;
     ecckey::DataBuffer sig;
     bool signedOk;
     if (sigFormat == SigFormat::Ssh) {
-        // The SSH signer uses the whole digest where every verifier (this one included) cuts it to the
-        // curve's length, so a longer digest would give a signature nobody can check.
-        const unsigned byteLen = (unsigned)key.m_curve.m_byteLen;
-        if (hash.getSize() > byteLen && byteLen < 64)
-            return session.fail(
-                "the ssh form needs a digest no longer than the curve (sha256 for P-256, "
-                "sha384 for P-384)");
         signedOk = key.eccSignHash_forSsh(hash.getData2(), hash.getSize(), prng, sig, session.log());
     } else {
         signedOk = key.eccSignHash(hash.getData2(), hash.getSize(), prng, sigFormat == SigFormat::Der, sig,
@@ -83,7 +79,7 @@ int cmdSign(int argc, char **argv) {
     }
     if (!signedOk)
         return session.fail("cannot sign");
-    if (!writeSignature(args.value("-o"), sig, error))
+    if (!writeSignature({args.value("-o"), args.has("--force")}, sig, error))
         return session.fail(error);
     return session.finish(kExitOk);
 }

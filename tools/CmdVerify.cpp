@@ -9,6 +9,8 @@
 #include "KeyReader.h"
 #include "Session.h"
 #include "ecc/EccKey.h"
+#include "ecc/EcdsaSig.h"
+#include "support/MpInt.h"
 #include "support/SshMessage.h"
 
 namespace ecckey_cli {
@@ -31,13 +33,15 @@ bool decodeSignatureFile(const ecckey::DataBuffer &content, ecckey::DataBuffer &
     return sig.appendEncoded(text.getString(), "hex");
 }
 
-// One SSH mpint of r or s, as its magnitude left-padded to byteLen.
+// One SSH mpint of r or s, as its magnitude left-padded to byteLen. Only the minimal encoding is taken
+// (a zero byte in front only where the top bit is set), so that one signature has one SSH form.
 bool appendPaddedMpint(const ecckey::DataBuffer &mpint, unsigned byteLen, ecckey::DataBuffer &raw) {
-    unsigned skip = 0;
-    while (skip < mpint.getSize() && mpint[skip] == 0)
-        ++skip;
-    const unsigned len = mpint.getSize() - skip;
-    if (len > byteLen || (mpint.getSize() > 0 && (mpint[0] & 0x80)))
+    const unsigned size = mpint.getSize();
+    const bool negative = size > 0 && (mpint[0] & 0x80);
+    const bool paddedNeedlessly = size > 0 && mpint[0] == 0 && (size == 1 || !(mpint[1] & 0x80));
+    const unsigned skip = size > 0 && mpint[0] == 0 ? 1 : 0;
+    const unsigned len = size - skip;
+    if (negative || paddedNeedlessly || len > byteLen)
         return false;
     for (unsigned i = len; i < byteLen; ++i)
         raw.appendChar(0);
@@ -55,9 +59,27 @@ bool sshSignatureToRaw(const ecckey::DataBuffer &sig, unsigned byteLen, ecckey::
            appendPaddedMpint(r, byteLen, raw) && appendPaddedMpint(s, byteLen, raw);
 }
 
+// True when the library reads sig as DER: its structural test, which it reports as "isAsnSig" when
+// verbose. Anything else is read as raw r||s.
+bool readAsDer(const ecckey::DataBuffer &sig) {
+    ecckey::LogRecorder probe;
+    probe.m_verbose = true;
+    ecckey::mp_int r;
+    ecckey::mp_int s;
+    (void)ecckey::unpackDsaSig(sig.getData2(), sig.getSize(), false, r, s, probe, 0);  // only the test counts
+    std::string isDer;
+    return probe.dataValue("isAsnSig", isDer) && isDer == "true";
+}
+
 int printVerdict(Session &session, bool valid) {
     std::printf("%s\n", valid ? "valid" : "invalid");
     return session.finish(valid ? kExitOk : kExitInvalid);
+}
+
+// A signature that does not parse is not valid (exit 1, as for a wrong one); the note says why.
+int notParsed(Session &session, const std::string &why) {
+    std::fprintf(stderr, "ecckey: %s\n", why.c_str());
+    return printVerdict(session, false);
 }
 
 }  // namespace
@@ -72,35 +94,41 @@ int cmdVerify(int argc, char **argv) {
 
     Session session(args.verbose());
     ecckey::EccKey key;
-    if (!readKeyFile(args.positionals()[0].c_str(), key, session.log(), error))
+    KeyFileInfo keyInfo(args.value("--kid"));
+    if (!readKeyFile(args.positionals()[0].c_str(), key, session.log(), error, &keyInfo))
         return session.fail(error);
     ecckey::DataBuffer hash;
-    if (!messageHash(args, hash, error))
+    if (!messageHash(args, key.m_curve, hash, error))
         return session.fail(error);
     ecckey::DataBuffer content;
     ecckey::DataBuffer sig;
     if (!readInput(args.value("--sig"), content, error))
         return session.fail(error);
     if (!decodeSignatureFile(content, sig) || sig.isEmpty())
-        return session.fail("the signature file is empty or not valid hexadecimal");
+        return notParsed(session, "the signature file is empty or not valid hexadecimal");
 
     const unsigned byteLen = (unsigned)key.m_curve.m_byteLen;
     ecckey::DataBuffer raw;
     if (sshSignatureToRaw(sig, byteLen, raw))
         sig = raw;
-    // Raw r||s is split at the curve's length: the reader only knows some raw sizes by heart, and the
-    // 40-, 56- and 80-byte forms of brainpoolP160r1, P-224, brainpoolP224r1 and brainpoolP320r1 are not
-    // among them. DER is recognised before the split applies.
+    // Raw r||s is exactly twice the curve's byte length, split in the middle: the library would take any
+    // longer input as r and "all the rest" for s, so zeros put in front of s would still verify. The
+    // split is given explicitly because the library knows only some raw sizes by heart (not the 40-, 56-
+    // and 80-byte forms of brainpoolP160r1, P-224, brainpoolP224r1 and brainpoolP320r1).
+    if (sig.getSize() != 2 * byteLen && !readAsDer(sig))
+        return notParsed(session, "the signature is not DER, raw r||s of " + std::to_string(2 * byteLen) +
+                                      " bytes or the SSH form");
     bool valid = false;
     if (key.eccVerifyHash(sig.getData2(), sig.getSize(), true, hash.getData2(), hash.getSize(), valid,
                           session.log(), byteLen))
         return printVerdict(session, valid);
     // The generic verifier reports r or s outside [1, n) as a failure with code 1; such a signature is
-    // simply not valid (the secp256k1 verifier says so itself).
+    // simply not valid (the secp256k1 verifier says so itself). Any other failure is a signature the
+    // library could not read.
     std::string code;
     if (session.log().dataValue("EccVerifyError", code) && code == "1")
         return printVerdict(session, false);
-    return session.fail("cannot verify the signature");
+    return notParsed(session, "the signature does not parse");
 }
 
 }  // namespace ecckey_cli

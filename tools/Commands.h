@@ -1,8 +1,8 @@
 // The ecckey command: one function per subcommand, dispatched by name from main.cpp.
 //
-// A subcommand receives the arguments after its own name. It returns the process exit code: 0 on
-// success, 2 on any error (bad arguments included); `verify` returns 1 for a signature that is not
-// valid. Errors go to stderr, results to stdout.
+// A subcommand receives the arguments after its own name ("--help" and "-h" among them are answered by
+// main.cpp before it runs). It returns the process exit code: 0 on success, 2 on any error (bad arguments
+// included); `verify` returns 1 for a signature that is not valid. Errors go to stderr, results to stdout.
 #pragma once
 
 #include <cstdio>
@@ -16,18 +16,16 @@ struct Command {
     const char *synopsis;  // arguments, as shown in the usage text
     const char *summary;   // one line
     CommandFn run;
+    const char *options;  // the options its --help describes, separated by spaces
+    const char *notes;    // further lines for its --help, each ending in a newline; may be empty
 };
 
 const int kExitOk = 0;
 const int kExitInvalid = 1;  // verify: the signature is not valid
 const int kExitError = 2;
 
-// Every subcommand, in the order the usage text lists them.
-const Command *commands(int &numCommands);
-
-// Writes the usage text.
-void printUsage(std::FILE *out);
-// Reports a bad invocation: the message and the usage text on stderr. Returns kExitError.
+// Reports a bad invocation: one line on stderr naming the mistake and pointing to the running command's
+// --help ("ecckey: unknown option --frob; see 'ecckey pub --help'"). Returns kExitError.
 int usageError(const char *message);
 
 // One line per catalogue curve: canonical name, OID, byte length times eight, accepted names. Returns

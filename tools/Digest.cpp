@@ -1,9 +1,11 @@
 #include "Digest.h"
 
-#include <cstring>
+#include <strings.h>
 
 #include "ArgList.h"
 #include "FileIo.h"
+#include "ecc/EccCurve.h"
+#include "ecc/EcdsaSig.h"
 #include "support/DataBuffer.h"
 #include "support/Hash.h"
 
@@ -23,12 +25,14 @@ const DigestName s_digests[] = {
 
 // The longest digest the command makes; --hash takes no more either.
 const unsigned kMaxHashLen = 64;
+// The hash length of the secp256k1 engine.
+const unsigned kSecp256k1HashLen = 32;
 
 }  // namespace
 
 bool digestByName(const char *name, int &hashAlg) {
     for (const DigestName &digest : s_digests) {
-        if (std::strcmp(digest.name, name) == 0) {
+        if (::strcasecmp(digest.name, name) == 0) {
             hashAlg = digest.hashAlg;
             return true;
         }
@@ -36,7 +40,10 @@ bool digestByName(const char *name, int &hashAlg) {
     return false;
 }
 
-bool messageHash(const ArgList &args, ecckey::DataBuffer &hash, std::string &error) {
+namespace {
+
+// The hash as the arguments give it: a digest of --in, or --hash.
+bool readHash(const ArgList &args, ecckey::DataBuffer &hash, std::string &error) {
     const char *in = args.value("--in");
     const char *hex = args.value("--hash");
     if ((in == nullptr) == (hex == nullptr)) {
@@ -65,6 +72,30 @@ bool messageHash(const ArgList &args, ecckey::DataBuffer &hash, std::string &err
         return false;
     if (!ecckey::_tvHash::doHash(message.getData2(), message.getSize(), hashAlg, hash)) {
         error = "cannot hash the input";
+        return false;
+    }
+    return true;
+}
+
+// See messageHash: the cut every signer and verifier of the library makes (ecdsaHashLen), then on
+// secp256k1 zeros in front up to 32 bytes.
+bool fitHashToCurve(const ecckey::EccCurve &curve, ecckey::DataBuffer &hash) {
+    if (!hash.truncate(ecckey::ecdsaHashLen(curve.m_byteLen, hash.getSize())))
+        return false;
+    if (!curve.m_name.equals("secp256k1") || hash.getSize() >= kSecp256k1HashLen)
+        return true;
+    const unsigned char zeros[kSecp256k1HashLen] = {};
+    return hash.prepend(zeros, kSecp256k1HashLen - hash.getSize());
+}
+
+}  // namespace
+
+bool messageHash(const ArgList &args, const ecckey::EccCurve &curve, ecckey::DataBuffer &hash,
+                 std::string &error) {
+    if (!readHash(args, hash, error))
+        return false;
+    if (!fitHashToCurve(curve, hash)) {
+        error = "out of memory";
         return false;
     }
     return true;

@@ -1,4 +1,8 @@
 // Reading the command's inputs and writing its outputs.
+//
+// One run of the command reads its inputs, then writes its outputs. The functions below remember, for the
+// run, every file read and whether standard input was: an output never replaces an input, and standard
+// input, which can be read once only, is refused the second time it is named.
 #pragma once
 
 #include <string>
@@ -18,12 +22,24 @@ bool isStdio(const char *path);
 
 // Appends the whole content of path ("-" for standard input) to out, which is marked sensitive first:
 // key files hold secrets. False, with a message naming the file in error, when it cannot be opened or
-// read or is larger than kMaxInputLen; out may then hold part of the content (wiped with it).
+// read, is larger than kMaxInputLen, or is standard input named a second time; out may then hold part of
+// the content (wiped with it).
 bool readInput(const char *path, ecckey::DataBuffer &out, std::string &error);
 
-// Writes bytes to path, or to standard output when path is null or "-". A secret output goes to a file
-// of mode 0600 (also when the file existed with a wider mode: the mode is set before anything is
-// written). False, with a message in error, on any failure.
-bool writeOutput(const char *path, const ecckey::DataBuffer &bytes, bool secret, std::string &error);
+// Where an output goes: -o FILE (standard output when null or "-") and whether --force was given.
+struct OutputTarget {
+    const char *path;
+    bool force;
+};
+
+// Writes bytes to the target. A file is written whole under a temporary name in its folder, then renamed
+// over the target, so that no reader ever sees a half-written or truncated file and a reader holding the
+// old file keeps the old content. The temporary file of a secret output is created with mode 0600, so a
+// private key or secret never lies in a file others can read; a public output gets 0666 less the umask.
+// An existing file is replaced only with force, and a file this run has read never (a symbolic link is
+// followed: the file it names is replaced). A device or pipe (-o /dev/null) is written as it is, its mode
+// untouched. False, with a message in error, on any failure; the target is then as it was.
+bool writeOutput(const OutputTarget &target, const ecckey::DataBuffer &bytes, bool secret,
+                 std::string &error);
 
 }  // namespace ecckey_cli

@@ -1,5 +1,7 @@
 #include "KeyFormats.h"
 
+#include <strings.h>
+
 #include <cstring>
 
 #include "ecc/EccKey.h"
@@ -146,7 +148,7 @@ const FormatInfo *keyFormats(int &numFormats) {
 
 const FormatInfo *formatByName(const char *name) {
     for (const FormatInfo &info : s_formats) {
-        if (name != nullptr && std::strcmp(info.name, name) == 0)
+        if (name != nullptr && ::strcasecmp(info.name, name) == 0)
             return &info;
     }
     return nullptr;

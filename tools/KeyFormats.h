@@ -24,7 +24,7 @@ struct FormatInfo {
 
 // Every format, in the order the usage text lists them.
 const FormatInfo *keyFormats(int &numFormats);
-// The format named name, or null.
+// The format named name, in any case ("JWK" is "jwk"), or null.
 const FormatInfo *formatByName(const char *name);
 
 // Writes the key in the given format into out: its private form when writePrivate is set (the key must

@@ -1,5 +1,6 @@
 #include "KeyReader.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "FileIo.h"
@@ -60,18 +61,39 @@ bool loadDer(const DataBuffer &content, EccKey &key, LogBase &log, std::string &
     return true;
 }
 
+// A name read from a key file (a PEM label, an SSH key type, a JWK kty), as a message may quote it: a
+// space and the name in quotes when it is at most 40 letters, digits, spaces and "-._@", as such names
+// are; otherwise nothing, since a longer or stranger text could be key material.
+std::string quotedName(const std::string &name) {
+    const auto isNameChar = [](char c) {
+        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+               (c != '\0' && std::strchr(" -._@", c) != nullptr);
+    };
+    if (name.empty() || name.size() > 40 || !std::all_of(name.begin(), name.end(), isNameChar))
+        return std::string();
+    return " \"" + name + "\"";
+}
+
 // The first PEM block that holds a key; an "EC PARAMETERS" block ahead of it (as `openssl ecparam
-// -genkey` writes) is passed over. The label must agree with what the block holds.
+// -genkey` writes) is passed over. The label ends on its BEGIN line, and must agree with what the block
+// holds.
 bool loadPem(const char *text, EccKey &key, LogBase &log, std::string &error) {
+    static const char kDashes[] = "-----";
     const char *search = text;
     for (;;) {
         const char *begin = std::strstr(search, "-----BEGIN ");
-        const char *labelEnd = begin ? std::strstr(begin + 11, "-----") : nullptr;
-        if (labelEnd == nullptr) {
+        if (begin == nullptr) {
             error = "no PEM key block found";
             return false;
         }
-        const std::string label(begin + 11, labelEnd);
+        const char *labelStart = begin + 11;
+        const char *lineEnd = labelStart + std::strcspn(labelStart, "\r\n");
+        const char *labelEnd = std::search(labelStart, lineEnd, kDashes, kDashes + 5);
+        if (labelEnd == lineEnd) {
+            error = "the PEM BEGIN line does not end in -----";
+            return false;
+        }
+        const std::string label(labelStart, labelEnd);
         if (label == "EC PARAMETERS") {
             search = labelEnd;
             continue;
@@ -82,7 +104,7 @@ bool loadPem(const char *text, EccKey &key, LogBase &log, std::string &error) {
         }
         const bool privateLabel = label == "PRIVATE KEY" || label == "EC PRIVATE KEY";
         if (!privateLabel && label != "PUBLIC KEY") {
-            error = "the PEM block \"" + label + "\" is not an EC key";
+            error = "the PEM block" + quotedName(label) + " is not an EC key";
             return false;
         }
         StringBuffer pemLabel;
@@ -104,24 +126,82 @@ bool loadPem(const char *text, EccKey &key, LogBase &log, std::string &error) {
     }
 }
 
-bool loadJwk(const char *text, EccKey &key, LogBase &log, std::string &error) {
+bool isEcJwk(const ecckey::ClsJsonObject &jwk) {
+    StringBuffer kty;
+    ecckey::LogNull quiet;
+    return jwk.isStringAt("kty") && jwk.sbOfPathUtf8("kty", kty, quiet) && kty.equals("EC");
+}
+
+bool hasKid(const ecckey::ClsJsonObject &jwk, const char *kid) {
+    StringBuffer value;
+    ecckey::LogNull quiet;
+    return jwk.isStringAt("kid") && jwk.sbOfPathUtf8("kid", value, quiet) && value.equals(kid);
+}
+
+// One JWK. The loader reads "crv", "x", "y" and "d" only, and reads a member that is not a string (null,
+// true, a number) from its JSON spelling: such a key is refused, as is an RSA or OKP key that would
+// otherwise pass for an EC one.
+bool loadJwkObject(ecckey::ClsJsonObject &jwk, EccKey &key, LogBase &log, std::string &error) {
+    ecckey::LogNull quiet;
+    if (!isEcJwk(jwk)) {
+        StringBuffer kty;
+        jwk.sbOfPathUtf8("kty", kty, quiet);
+        const std::string name = quotedName(kty.getString());
+        error = "the JWK is not an EC key" + (name.empty() ? std::string() : " (kty" + name + ")");
+        return false;
+    }
+    for (const char *member : {"crv", "x", "y", "d"}) {
+        if (jwk.hasMember(member, quiet) && !jwk.isStringAt(member)) {
+            error = std::string("the JWK member \"") + member + "\" is not a string";
+            return false;
+        }
+    }
+    if (!key.loadAnyJwk(jwk, log)) {
+        error = "cannot load the JWK";
+        return false;
+    }
+    return true;
+}
+
+// From a JWK Set ({"keys": [...]}), its one EC key, or the EC key whose "kid" is kid.
+bool selectFromJwkSet(const ecckey::ClsJsonObject &set, const char *kid, ecckey::ClsJsonObject &jwk,
+                      LogBase &log, std::string &error) {
+    const int numKeys = set.sizeOfArrayAt("keys");
+    int numEcKeys = 0;
+    int chosen = -1;
+    ecckey::ClsJsonObject element;
+    ecckey::LogNull quiet;
+    for (int i = 0; i < numKeys; ++i) {
+        if (!element.loadArrayElement(set, "keys", i, quiet) || !isEcJwk(element))
+            continue;
+        ++numEcKeys;
+        if (chosen < 0 && (kid == nullptr || hasKid(element, kid)))
+            chosen = i;
+    }
+    if (numKeys < 0)
+        error = "the \"keys\" member of the JWK Set is not an array";
+    else if (kid != nullptr && chosen < 0)
+        error = std::string("the JWK Set has no EC key whose kid is '") + kid + "'";
+    else if (numEcKeys == 0)
+        error = "the JWK Set holds no EC key";
+    else if (kid == nullptr && numEcKeys > 1)
+        error = "the JWK Set holds " + std::to_string(numEcKeys) + " EC keys; choose one with --kid";
+    else
+        return jwk.loadArrayElement(set, "keys", chosen, log);
+    return false;
+}
+
+bool loadJwk(const char *text, const char *kid, EccKey &key, LogBase &log, std::string &error) {
     ecckey::ClsJsonObject json;
     if (!json.load(text, log)) {
         error = "cannot parse the JSON key";
         return false;
     }
-    // The loader reads "crv", "x", "y" and "d" only; an RSA or OKP key must not pass for an EC one.
-    StringBuffer kty;
     ecckey::LogNull quiet;
-    if (!json.sbOfPathUtf8("kty", kty, quiet) || !kty.equals("EC")) {
-        error = std::string("the JWK is not an EC key (kty \"") + kty.getString() + "\")";
-        return false;
-    }
-    if (!key.loadAnyJwk(json, log)) {
-        error = "cannot load the JWK";
-        return false;
-    }
-    return true;
+    if (!json.hasMember("keys", quiet))
+        return loadJwkObject(json, key, log, error);
+    ecckey::ClsJsonObject jwk;
+    return selectFromJwkSet(json, kid, jwk, log, error) && loadJwkObject(jwk, key, log, error);
 }
 
 bool loadXml(const char *text, EccKey &key, LogBase &log, std::string &error) {
@@ -133,9 +213,17 @@ bool loadXml(const char *text, EccKey &key, LogBase &log, std::string &error) {
     return true;
 }
 
+// The comment after the key of an OpenSSH public-key line, as OpenSSH takes it: the rest of the line
+// after spaces and tabs, unless it starts with '#'.
+std::string sshComment(const char *afterKey) {
+    const char *start = afterKey + std::strspn(afterKey, " \t");
+    const std::string comment(start, std::strcspn(start, "\n"));
+    return comment.empty() || comment[0] == '#' ? std::string() : comment;
+}
+
 // "ecdsa-sha2-ID BASE64 [comment]": the blob holds the key type again, the curve identifier and the
 // X9.63 point, and nothing after them.
-bool loadSshLine(const char *text, EccKey &key, LogBase &log, std::string &error) {
+bool loadSshLine(const char *text, EccKey &key, LogBase &log, std::string &error, std::string &comment) {
     const char *p = text;
     const char *typeEnd = p;
     while (*typeEnd != '\0' && !isSpace(*typeEnd))
@@ -146,7 +234,7 @@ bool loadSshLine(const char *text, EccKey &key, LogBase &log, std::string &error
     while (*b64End != '\0' && !isSpace(*b64End))
         ++b64End;
     if (lineType.compare(0, 11, "ecdsa-sha2-") != 0) {
-        error = "the SSH key \"" + lineType + "\" is not an ECDSA key";
+        error = "the SSH key" + quotedName(lineType) + " is not an ECDSA key";
         return false;
     }
     DataBuffer blob;
@@ -162,8 +250,7 @@ bool loadSshLine(const char *text, EccKey &key, LogBase &log, std::string &error
         return false;
     }
     if (!blobType.equals(lineType.c_str()) || lineType != std::string("ecdsa-sha2-") + curveId.getString()) {
-        error = "the SSH key type \"" + lineType + "\" does not match its blob (\"" + blobType.getString() +
-                "\", curve \"" + curveId.getString() + "\")";
+        error = "the SSH key type" + quotedName(lineType) + " does not match the type and curve in its blob";
         return false;
     }
     // "nistk256" is the identifier the library writes for secp256k1; the catalogue knows the others.
@@ -172,6 +259,7 @@ bool loadSshLine(const char *text, EccKey &key, LogBase &log, std::string &error
         error = "cannot load the SSH public key";
         return false;
     }
+    comment = sshComment(b64End);
     return true;
 }
 
@@ -285,16 +373,16 @@ bool onlyHex(const char *text) {
     return any;
 }
 
-bool loadText(const char *text, EccKey &key, LogBase &log, std::string &error) {
+bool loadText(const char *text, EccKey &key, LogBase &log, std::string &error, KeyFileInfo &info) {
     const char *start = skipSpace(text);
     if (std::strstr(start, "-----BEGIN ") != nullptr)
         return loadPem(start, key, log, error);
     if (*start == '{')
-        return loadJwk(start, key, log, error);
+        return loadJwk(start, info.kid, key, log, error);
     if (*start == '<')
         return loadXml(start, key, log, error);
     if (std::strncmp(start, "ecdsa-sha2-", 11) == 0 || std::strncmp(start, "ssh-", 4) == 0)
-        return loadSshLine(start, key, log, error);
+        return loadSshLine(start, key, log, error, info.comment);
     if (std::strncmp(start, "curve", 5) == 0)
         return loadRawHex(start, key, log, error);
     if (onlyHex(start))
@@ -305,11 +393,14 @@ bool loadText(const char *text, EccKey &key, LogBase &log, std::string &error) {
 
 }  // namespace
 
-bool loadKey(const DataBuffer &content, EccKey &key, LogBase &log, std::string &error) {
+bool loadKey(const DataBuffer &content, EccKey &key, LogBase &log, std::string &error, KeyFileInfo *info) {
+    KeyFileInfo defaults;
+    KeyFileInfo &used = info != nullptr ? *info : defaults;
+    used.comment.clear();
     StringBuffer text;
     bool loaded;
     if (contentAsText(content, text))
-        loaded = loadText(text.getString(), key, log, error);
+        loaded = loadText(text.getString(), key, log, error, used);
     else if (content.getSize() > 0 && content[0] == 0x30)
         loaded = loadDer(content, key, log, error);
     else {
@@ -319,12 +410,12 @@ bool loadKey(const DataBuffer &content, EccKey &key, LogBase &log, std::string &
     return loaded && checkKey(key, log, error);
 }
 
-bool readKeyFile(const char *path, EccKey &key, LogBase &log, std::string &error) {
+bool readKeyFile(const char *path, EccKey &key, LogBase &log, std::string &error, KeyFileInfo *info) {
     DataBuffer content;
     const std::string name = isStdio(path) ? "standard input" : std::string("'") + path + "'";
     if (!readInput(path, content, error))
         return false;
-    if (loadKey(content, key, log, error))
+    if (loadKey(content, key, log, error, info))
         return true;
     error = name + ": " + error;
     return false;

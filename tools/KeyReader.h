@@ -11,17 +11,29 @@ class LogBase;
 
 namespace ecckey_cli {
 
+// Which key to take from a key file, and what the file says beside the key.
+struct KeyFileInfo {
+    explicit KeyFileInfo(const char *kidOption = nullptr) : kid(kidOption) {}
+
+    const char *kid;      // in: from a JWK Set of several EC keys, the one with this "kid" (--kid)
+    std::string comment;  // out: the comment of an OpenSSH public-key line; empty for other forms
+};
+
 // Loads a key from the content of a key file and checks it (checkKey). The form is read from the
 // content: PEM ("PRIVATE KEY", "EC PRIVATE KEY" or "PUBLIC KEY"; an "EC PARAMETERS" block before it is
 // skipped), DER (PKCS #8, SEC 1, SubjectPublicKeyInfo), JWK, the three XML forms, an OpenSSH public-key
 // line, the command's raw-hex text, or a bare hexadecimal X9.63 point or scalar (65, 97, 133 bytes and
-// 32, 48, 66 bytes: P-256, P-384, P-521). False with a message in error (the module's reasons in log);
-// the key is then unusable.
-bool loadKey(const ecckey::DataBuffer &content, ecckey::EccKey &key, ecckey::LogBase &log,
-             std::string &error);
+// 32, 48, 66 bytes: P-256, P-384, P-521). A JWK Set ({"keys": [...]}) gives its one EC key, or the one
+// whose "kid" is info->kid; with several and no kid it is refused, naming how many it holds. A JWK member
+// the loader reads (crv, x, y, d) must be a JSON string. False with a message in error (the module's
+// reasons in log); the key is then unusable. Messages quote no part of the content but a short name (a
+// PEM label, an SSH key type), since anything longer could be key material.
+bool loadKey(const ecckey::DataBuffer &content, ecckey::EccKey &key, ecckey::LogBase &log, std::string &error,
+             KeyFileInfo *info = nullptr);
 
 // Reads path ("-" for standard input) and loads it with loadKey. Messages name the file.
-bool readKeyFile(const char *path, ecckey::EccKey &key, ecckey::LogBase &log, std::string &error);
+bool readKeyFile(const char *path, ecckey::EccKey &key, ecckey::LogBase &log, std::string &error,
+                 KeyFileInfo *info = nullptr);
 
 // Checks a loaded key: its public point lies on its curve and, for a private key, equals d·G. The
 // loaders trust the point a file carries; a point off the curve handed to ECDH or verification gives

@@ -1,8 +1,10 @@
 // Session: the logger of one subcommand run and the way its outcome reaches the user.
 //
 // Every library call of a subcommand logs into the session's recorder. On failure the user sees one
-// line of the command's own ("ecckey: ...") followed by the module's error lines, each with its context
-// path; with -v the whole log tree is printed instead, on failure and on success alike (standard error).
+// line of the command's own ("ecckey: ..."), which says what went wrong in the user's terms and, when the
+// library's failure is the cause, that -v shows its log: the library's lines name its internal call paths,
+// useful in a bug report rather than to a user. With -v the whole log tree follows the line, and is printed
+// on success too (standard error).
 #pragma once
 
 #include <string>
@@ -18,8 +20,7 @@ class Session {
     ecckey::LogRecorder &log() { return m_log; }
     bool verbose() const { return m_verbose; }
 
-    // Prints "ecckey: message" and the log (error lines, or everything with -v) on standard error.
-    // Returns kExitError.
+    // Prints "ecckey: message" on standard error, and with -v the whole log. Returns kExitError.
     int fail(const std::string &message);
     // With -v, prints the log tree on standard error. Returns exitCode.
     int finish(int exitCode);

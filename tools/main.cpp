@@ -1,4 +1,5 @@
-// ecckey: command-line front end to the library. `ecckey help` lists the subcommands.
+// ecckey: command-line front end to the library. `ecckey --help` lists the subcommands, `ecckey CMD --help`
+// describes one.
 #include <cstring>
 #include <string>
 
@@ -10,50 +11,132 @@ namespace ecckey_cli {
 namespace {
 
 const Command s_commands[] = {
-    {"curves", "", "list the named curves: name, OID, bits (byte length x 8), accepted names", cmdCurves},
-    {"gen", "CURVE [--format F] [-o FILE]", "generate a private key (CURVE: a name, alias or OID)", cmdGen},
-    {"pub", "KEYFILE [--format F] [-o FILE]", "write the public key", cmdPub},
-    {"convert", "KEYFILE --format F [-o FILE]", "write the key in another format", cmdConvert},
-    {"sign", "KEYFILE (--in FILE [--digest ALG] | --hash HEX) [--sig-format der|raw|ssh] [-o FILE]",
-     "sign a file's digest or a hash; without -o the signature is printed in hexadecimal", cmdSign},
-    {"verify", "KEYFILE --sig FILE (--in FILE [--digest ALG] | --hash HEX)",
-     "check a signature (bytes or hexadecimal; der, raw or ssh): prints valid (exit 0) or invalid (exit 1)",
-     cmdVerify},
-    {"ecdh", "KEYFILE PEERFILE [-o FILE]", "the ECDH shared secret, in hexadecimal (bytes with -o)", cmdEcdh},
-    {"fingerprint", "KEYFILE [--sha256]", "the SSH fingerprint (MD5 line, or OpenSSH's SHA256: form)",
-     cmdFingerprint},
-    {"demo", "", "every curve: keys, signatures, ECDH, format round trips and timings", cmdDemo},
+    {"curves", "", "list the named curves: name, OID, bits (byte length x 8), accepted names", cmdCurves, "",
+     ""},
+    {"gen", "CURVE [--format F] [-o FILE [--force]]",
+     "generate a private key (CURVE: a name, alias or OID, as 'ecckey curves' lists them)", cmdGen,
+     "--format -o --force", ""},
+    {"pub", "KEYFILE [--format F] [--kid ID] [-o FILE [--force]]", "write the public key", cmdPub,
+     "--format --kid -o --force", ""},
+    {"convert", "KEYFILE --format F [--kid ID] [-o FILE [--force]]", "write the key in another format",
+     cmdConvert, "--format --kid -o --force", ""},
+    {"sign",
+     "KEYFILE (--in FILE [--digest ALG] | --hash HEX) [--sig-format F] [--kid ID] [-o FILE [--force]]",
+     "sign a file's digest or a hash; without -o the signature is printed in hexadecimal", cmdSign,
+     "--in --digest --hash --sig-format --kid -o --force",
+     "The hash is cut to the curve's byte length when longer (P-521 and brainpoolP512r1 take up to 64\n"
+     "bytes whole), in every signature form. On secp256k1, whose signer takes 32 bytes, a shorter hash\n"
+     "(sha1, sha224) is left-padded with zeros, which leaves its ECDSA value unchanged: the signature is\n"
+     "the one openssl makes and checks with that digest.\n"},
+    {"verify", "KEYFILE --sig FILE (--in FILE [--digest ALG] | --hash HEX) [--kid ID]",
+     "check a signature: prints valid (exit 0) or invalid (exit 1)", cmdVerify,
+     "--sig --in --digest --hash --kid",
+     "The hash is fitted to the curve as 'ecckey sign' fits it (secp256k1: left-padded to 32 bytes).\n"
+     "Exit status: 0 valid; 1 not valid, also for a signature that does not parse; 2 could not check\n"
+     "(a key or file that cannot be read, a bad invocation).\n"},
+    {"ecdh", "KEYFILE PEERFILE [--kid ID] [-o FILE [--force]]",
+     "the ECDH shared secret, in hexadecimal (its bytes with -o)", cmdEcdh, "--kid -o --force", ""},
+    {"fingerprint", "KEYFILE [--sha256 | --md5] [--kid ID]",
+     "the SSH fingerprint line, as 'ssh-keygen -l' prints it (curves with an SSH name)", cmdFingerprint,
+     "--sha256 --md5 --kid",
+     "The line is bits, fingerprint, the comment of an OpenSSH public-key line read (else \"no comment\")\n"
+     "and (ECDSA), as 'ssh-keygen -l -f' and 'ssh-keygen -l -E md5 -f' print it.\n"},
+    {"demo", "", "every curve: keys, signatures, ECDH, format round trips and timings", cmdDemo, "", ""},
 };
 
-}  // namespace
+struct OptionHelp {
+    const char *name;
+    const char *argument;
+    const char *text;
+};
 
-const Command *commands(int &numCommands) {
-    numCommands = static_cast<int>(sizeof(s_commands) / sizeof(s_commands[0]));
-    return s_commands;
+const OptionHelp s_optionHelp[] = {
+    {"--format", "F", "the key format (see below; pem by default), in any case"},
+    {"--kid", "ID", "from a JWK Set of several EC keys, the one whose \"kid\" is ID"},
+    {"--in", "FILE", "the file whose digest is signed or checked"},
+    {"--digest", "ALG", "sha1, sha224, sha256 (the default), sha384 or sha512, in any case"},
+    {"--hash", "HEX", "a hash made elsewhere (1 to 64 bytes in hexadecimal), instead of --in"},
+    {"--sig-format", "F", "der (the default), raw (r||s, twice the curve's byte length) or ssh"},
+    {"--sig", "FILE", "the signature: bytes or hexadecimal, in DER, raw r||s or the SSH form"},
+    {"--sha256", "", "OpenSSH's SHA256 fingerprint (the default)"},
+    {"--md5", "", "the MD5 fingerprint, as 'ssh-keygen -E md5' prints it"},
+    {"-o", "FILE", "write to FILE, not standard output; a private key or secret gets mode 0600"},
+    {"--force", "", "replace FILE if it exists (a file the command reads is never replaced)"},
+};
+
+// The subcommand being run, for the pointer to its help in usage errors.
+const char *s_commandName = nullptr;
+
+const Command *commandByName(const char *name) {
+    for (const Command &command : s_commands) {
+        if (std::strcmp(command.name, name) == 0)
+            return &command;
+    }
+    return nullptr;
 }
 
-void printUsage(std::FILE *out) {
-    std::fprintf(out, "usage: ecckey <command> [arguments] [-v]\n\ncommands:\n");
-    int numCommands = 0;
-    const Command *all = commands(numCommands);
-    for (int i = 0; i < numCommands; ++i)
-        std::fprintf(out, "  %s%s%s\n      %s\n", all[i].name, *all[i].synopsis ? " " : "", all[i].synopsis,
-                     all[i].summary);
-    std::fprintf(out, "  help\n      show this text\n\nformats F (pem is the default):\n");
+void printFormats(std::FILE *out) {
+    std::fprintf(out, "\nformats F:\n");
     int numFormats = 0;
     const FormatInfo *formats = keyFormats(numFormats);
     for (int i = 0; i < numFormats; ++i)
         std::fprintf(out, "  %-14s %s\n", formats[i].name, formats[i].summary);
-    std::fprintf(out,
-                 "\nKEYFILE and PEERFILE may be in any of these formats, detected from the content; - reads\n"
-                 "standard input. ALG: sha1, sha224, sha256 (the default), sha384, sha512.\n"
-                 "-v prints the library's whole log on standard error. Exit status: 0 success, 1 invalid\n"
-                 "signature, 2 error.\n");
 }
 
+void printInputsAndExit(std::FILE *out) {
+    std::fprintf(
+        out,
+        "\nKEYFILE and PEERFILE may be in any of the key formats, detected from the content. A file named\n"
+        "- is standard input, which one argument at most may name.\n"
+        "Exit status: 0 success (verify: valid), 1 verify: not valid, 2 could not run.\n");
+}
+
+void printUsage(std::FILE *out) {
+    std::fprintf(out,
+                 "usage: ecckey COMMAND [ARGUMENTS] [-v]\n"
+                 "       ecckey COMMAND --help    the command's arguments\n"
+                 "       ecckey --version\n\ncommands:\n");
+    for (const Command &command : s_commands)
+        std::fprintf(out, "  %s%s%s\n      %s\n", command.name, *command.synopsis ? " " : "",
+                     command.synopsis, command.summary);
+    printFormats(out);
+    printInputsAndExit(out);
+    std::fprintf(out, "-v prints the library's whole log on standard error.\n");
+}
+
+void printCommandHelp(const Command &command, std::FILE *out) {
+    std::fprintf(out, "usage: ecckey %s%s%s [-v]\n\n%s.\n\n", command.name, *command.synopsis ? " " : "",
+                 command.synopsis, command.summary);
+    const std::string options = std::string(" ") + command.options + " ";
+    for (const OptionHelp &option : s_optionHelp) {
+        if (options.find(std::string(" ") + option.name + " ") != std::string::npos)
+            std::fprintf(out, "  %-18s %s\n", (std::string(option.name) + " " + option.argument).c_str(),
+                         option.text);
+    }
+    std::fprintf(out, "  %-18s %s\n", "-v", "print the library's whole log on standard error");
+    if (*command.notes != '\0')
+        std::fprintf(out, "\n%s", command.notes);
+    if (std::strstr(command.options, "--format") != nullptr)
+        printFormats(out);
+    if (std::strstr(command.synopsis, "KEYFILE") != nullptr)
+        printInputsAndExit(out);
+}
+
+// "--help" or "-h" among the arguments, before any "--".
+bool asksForHelp(int argc, char **argv) {
+    for (int i = 0; i < argc && std::strcmp(argv[i], "--") != 0; ++i) {
+        if (std::strcmp(argv[i], "--help") == 0 || std::strcmp(argv[i], "-h") == 0)
+            return true;
+    }
+    return false;
+}
+
+}  // namespace
+
 int usageError(const char *message) {
-    std::fprintf(stderr, "ecckey: %s\n\n", message);
-    printUsage(stderr);
+    const std::string help =
+        s_commandName ? std::string("ecckey ") + s_commandName + " --help" : "ecckey --help";
+    std::fprintf(stderr, "ecckey: %s; see '%s'\n", message, help.c_str());
     return kExitError;
 }
 
@@ -64,16 +147,25 @@ int main(int argc, char **argv) {
     if (argc < 2)
         return usageError("no command given");
     const char *name = argv[1];
-    if (std::strcmp(name, "help") == 0 || std::strcmp(name, "--help") == 0 || std::strcmp(name, "-h") == 0) {
-        printUsage(stdout);
+    if (std::strcmp(name, "--help") == 0 || std::strcmp(name, "-h") == 0 || std::strcmp(name, "help") == 0) {
+        const Command *command = argc > 2 ? commandByName(argv[2]) : nullptr;
+        if (command != nullptr)
+            printCommandHelp(*command, stdout);
+        else
+            printUsage(stdout);
         return kExitOk;
     }
-    int numCommands = 0;
-    const Command *all = commands(numCommands);
-    for (int i = 0; i < numCommands; ++i) {
-        if (std::strcmp(name, all[i].name) == 0)
-            return all[i].run(argc - 2, argv + 2);
+    if (std::strcmp(name, "--version") == 0) {
+        std::printf("ecckey %s\n", ECCKEY_VERSION);
+        return kExitOk;
     }
-    std::string message = std::string("unknown command '") + name + "'";
-    return usageError(message.c_str());
+    const Command *command = commandByName(name);
+    if (command == nullptr)
+        return usageError((std::string("unknown command '") + name + "'").c_str());
+    if (asksForHelp(argc - 2, argv + 2)) {
+        printCommandHelp(*command, stdout);
+        return kExitOk;
+    }
+    s_commandName = command->name;
+    return command->run(argc - 2, argv + 2);
 }

@@ -1,6 +1,7 @@
 #!/bin/bash
-# `ecckey curves` line by line (blanks folded, so column widths do not matter), `help`, and the usage text
-# with exit 2 for bad invocations.
+# `ecckey curves` line by line (blanks folded, so column widths do not matter), --version, --help for the
+# command and each subcommand, and the one line of a bad invocation with exit 2.
+# usage: curves_and_usage_test.sh ECCKEY WORKDIR VERSION
 . "$(dirname "$0")/lib.sh"
 ok curves
 expect_eq "$(tr -s ' ' <<<"$OUT")" "$(cat <<'LIST'
@@ -19,8 +20,21 @@ brainpoolp384r1 1.3.36.3.3.2.8.1.1.11 384 brainpoolp384r1, bp-384, *bp384r1*
 brainpoolp512r1 1.3.36.3.3.2.8.1.1.13 512 brainpoolp512r1, bp-512, *bp512r1*
 LIST
 )" "ecckey curves"
-for args in "" frob "curves extra" "demo extra"; do
-    fails_with 2 "usage: ecckey <command>" $args
-done
+while IFS='|' read -r text args; do
+    fails_with 2 "$text" $args
+done <<'TABLE'
+ecckey: no command given; see 'ecckey --help'|
+ecckey: unknown command 'frob'; see 'ecckey --help'|frob
+ecckey: curves takes no arguments; see 'ecckey curves --help'|curves extra
+ecckey: demo takes no arguments; see 'ecckey demo --help'|demo extra
+TABLE
+ok --version
+expect_eq "$OUT" "ecckey $3" "ecckey --version"
 ok help
-[[ $OUT == "usage: ecckey <command>"*curves*demo* ]] || fail "ecckey help: $OUT"
+[[ $OUT == "usage: ecckey COMMAND"*curves*demo* ]] || fail "ecckey help: $OUT"
+for c in curves gen pub convert sign verify ecdh fingerprint demo; do
+    for h in --help -h; do
+        ok "$c" extra "$h"
+        [[ $OUT == "usage: ecckey $c"*"-v "* ]] || fail "ecckey $c $h: $OUT"
+    done
+done

@@ -1,14 +1,23 @@
 #!/bin/bash
-# Installs the build tree into a scratch prefix and builds examples/ against it, as a user's project would;
-# the example signs with a key openssl made, and the installed ecckey command checks the signature.
+# Installs the build tree into a scratch prefix, moves it (the package files must find it from where they
+# lie), and builds examples/ against it as a user's project would, through find_package and through
+# pkg-config; the example signs with a key openssl made, and the installed ecckey command checks the
+# signature.
 # usage: install_test.sh ECCKEY WORKDIR SOURCE_DIR BINARY_DIR
 . "$(dirname "$0")/lib.sh"
 cmake --install "$4" --prefix prefix >/dev/null || fail "cmake --install $4"
-cmake -S "$3/examples" -B build -DCMAKE_PREFIX_PATH="$PWD/prefix" >/dev/null || fail "configuring the example"
+mv prefix moved
+cmake -S "$3/examples" -B build -DCMAKE_PREFIX_PATH="$PWD/moved" >/dev/null || fail "configuring the example"
 cmake --build build >/dev/null || fail "building the example"
+PC_DIR=$(dirname "$(find moved -name ecckey.pc)")
+# shellcheck disable=SC2046 # pkg-config's flags are separate words
+c++ -std=c++17 -o sign_file_pc "$3/examples/sign_file.cpp" $(PKG_CONFIG_PATH=$PC_DIR pkg-config --static \
+    --cflags --libs ecckey) || fail "building the example through pkg-config"
 openssl ecparam -name prime256v1 -genkey -noout -out key.pem || fail "openssl ecparam"
 echo 'a file to sign' >message.txt
-build/sign_file key.pem message.txt >signed || fail "sign_file: $(cat signed)" # exit 1: invalid
 # shellcheck disable=SC2034 # lib.sh's ok runs ECCKEY: from here on the installed command
-ECCKEY=prefix/bin/ecckey
-ok verify key.pem --sig <(head -n 1 signed) --in message.txt # the example's signature, in hexadecimal
+ECCKEY=moved/bin/ecckey
+for example in build/sign_file ./sign_file_pc; do
+    $example key.pem message.txt >signed || fail "$example: $(cat signed)" # exit 1: invalid
+    ok verify key.pem --sig <(head -n 1 signed) --in message.txt # the signature, in hexadecimal
+done

@@ -21,14 +21,15 @@ ok() {
     [ "$RC" = 0 ] || fail "ecckey $*: exit $RC: $ERR"
     [ -z "$ERR" ] || [[ " $* " == *" -v "* ]] || fail "ecckey $*: standard error: $ERR"
 }
-# Exit status $1 and the pattern $2 (a glob: * joins lines) on standard error; standard output holds
-# "invalid" for an invalid signature (exit 1) and nothing on an error.
+# Exit status $1 and the pattern $2 (a glob: * joins lines) on standard error, one line unless -v asks
+# for the log; standard output holds "invalid" for an invalid signature (exit 1) and nothing on an error.
 fails_with() {
     local want=$1 text=$2
     shift 2
     run "$@"
     [ "$RC" = "$want" ] || fail "ecckey $*: exit $RC, expected $want: $ERR"
     [[ $ERR == *$text* ]] || fail "ecckey $*: standard error lacks '$text': $ERR"
+    [[ $ERR != *$'\n'* ]] || [[ " $* " == *" -v "* ]] || fail "ecckey $*: more than one line: $ERR"
     expect_eq "$OUT" "$([ "$want" = 1 ] && echo invalid)" "ecckey $*: standard output"
 }
 expect_eq() { [ "$1" = "$2" ] || fail "$3: '$1' != '$2'"; }

@@ -1,15 +1,17 @@
 # The ecckey command as a user runs it (tests/cli/): the curve listing and usage, the demo, every subcommand
-# and format on four curves against openssl, ssh-keygen and node, the error paths, and an installed copy.
+# and format on five curves against openssl, ssh-keygen and node, the error paths, and an installed copy.
 find_program(ECCKEY_BASH bash REQUIRED)
 function(ecckey_cli_test name script)
   add_test(NAME ${name} COMMAND ${ECCKEY_BASH} ${CMAKE_SOURCE_DIR}/tests/cli/${script}
     $<TARGET_FILE:ecckey_cli> ${CMAKE_CURRENT_BINARY_DIR}/cli-work/${name} ${ARGN})
   set_tests_properties(${name} PROPERTIES TIMEOUT 300)
 endfunction()
-foreach(name curves_and_usage demo errors)
+foreach(name demo errors)
   ecckey_cli_test(cli_${name} ${name}_test.sh)
 endforeach()
-foreach(curve P-256 P-521 secp256k1 brainpoolP256r1)
+ecckey_cli_test(cli_curves_and_usage curves_and_usage_test.sh ${PROJECT_VERSION})
+# The three curves OpenSSH knows, whose fingerprints ssh-keygen checks, and two it does not.
+foreach(curve P-256 P-384 P-521 secp256k1 brainpoolP256r1)
   ecckey_cli_test(cli_${curve} curve_test.sh ${curve})
 endforeach()
 # A sanitizer build has no install check: the installed library would need the sanitizer runtimes in the

@@ -3,4 +3,4 @@
 add_executable(ecckey-threads-tests ${CMAKE_CURRENT_SOURCE_DIR}/threads/threads_test.cpp)
 target_link_libraries(ecckey-threads-tests PRIVATE ecckey_testsupport GTest::gtest_main Threads::Threads)
 ecckey_warnings(ecckey-threads-tests)
-gtest_discover_tests(ecckey-threads-tests TEST_PREFIX "threads." DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 600)
+gtest_discover_tests(ecckey-threads-tests NO_PRETTY_VALUES TEST_PREFIX "threads." DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 600)
