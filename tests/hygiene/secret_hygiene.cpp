@@ -110,11 +110,13 @@ class Hygiene : public ::testing::TestWithParam<std::tuple<CurveInfo, Row>> {
         return form == 2 ? key->eccSignHash_forSsh(hash, 32, prng, sig, log)
                          : key->eccSignHash(hash, 32, prng, form == 0, sig, log);
     }
-    // loadEccDer marks its input sensitive itself: the copy here is left unmarked on purpose.
+    // Both loaders mark their input sensitive themselves: the copies here are left unmarked on purpose.
     bool loadsDer(const DataBuffer &der) {
-        DataBuffer input;
+        DataBuffer input, copy;
         input.append(der);
-        return EccKey().loadEccDer(input, log);
+        copy.append(der);
+        const bool checked = EccKey().loadEccDerChecked(copy, log);
+        return EccKey().loadEccDer(input, log) && checked;
     }
     bool der(bool (EccKey::*write)(DataBuffer &, LogBase &), bool readBack) {
         DataBuffer out;
@@ -183,8 +185,9 @@ const Row kRows[] = {
     {"Ecdh", kScalar,
      [](Hygiene &t) {
          EccKey peer;  // the same scalar: only its point is used
-         DataBuffer shared;
-         return t.load(peer) && t.key->sharedSecret(peer, shared, t.log);
+         DataBuffer shared, checked;
+         return t.load(peer) && t.key->sharedSecret(peer, shared, t.log) && t.key->checkPrivateKey(t.log) &&
+                t.key->sharedSecretChecked(peer, checked, t.log);
      }},
     {"Sec1Der", kScalar, [](Hygiene &t) { return t.der(&EccKey::toEccPkcs1PrivateKeyDer, true); }},
     {"Pkcs8Der", kScalar, [](Hygiene &t) { return t.der(&EccKey::toEccPkcs8PrivateKeyDer, true); }},
