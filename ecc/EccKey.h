@@ -84,6 +84,15 @@ class EccKey : public KeyBase {
     bool eccSignHash_forSsh(const unsigned char *hash, unsigned hashLen, _tvPrng &prng, DataBuffer &out,
                             LogBase &log);
     static bool eccWrapSigAsn_forTls(const DataBuffer &sig, unsigned unused, DataBuffer &out, LogBase &log);
+    // Deterministic ECDSA (RFC 6979): the nonce comes from an HMAC-DRBG over d and the hash, with the HMAC
+    // of hashAlg (a HashAlg of support/Hash.h; hashLen must be its digest length), so the same key and hash
+    // always give the same signature and no random source is involved. Output as eccSignHash (DER, or r||s
+    // padded to 2·m_byteLen), over the hash cut by the same rule, but without the leading-byte rule: the
+    // result is RFC 6979's signature. On secp256k1 the fixed-width signer makes it, with low S (n − s for
+    // s above n/2). Refuses a public key, an unknown hashAlg, a hash of another length and a scalar outside
+    // [1, n - 1], each with its message.
+    [[nodiscard]] bool eccSignHashDeterministic(const unsigned char *hash, unsigned hashLen, int hashAlg,
+                                                bool bAsn, DataBuffer &out, LogBase &log);
 
     // ---- ECDSA verification (EccVerify.cpp) ----
     // Returns true when the check could be carried out; the verdict is in valid (cleared on entry).

@@ -1,7 +1,10 @@
-// The opt-in safe entry points: key checks and checked ECDH on every curve against OpenSSL, and the checked
-// DER loader on explicit parameters (keys_test.cpp has it read everything OpenSSL writes).
+// The opt-in safe entry points: key checks and checked ECDH on every curve against OpenSSL, the checked DER
+// loader on explicit parameters (keys_test.cpp has it read everything OpenSSL writes), and deterministic
+// signatures against RFC 6979's published vectors.
 #include <algorithm>
+#include <fstream>
 #include <functional>
+#include <nlohmann/json.hpp>
 
 #include "support/Oracle.h"
 
@@ -69,6 +72,32 @@ TEST_P(Safe, ChecksRefuseEachSpoiledKeyWithItsReason) {
     }
 }
 
+// Deterministic signatures: the same bytes for the same key and hash, valid for OpenSSL; each refusal with
+// its message.
+TEST_P(Safe, DeterministicSignaturesRepeatAndVerify) {
+    Ossl o = Ossl::random(c(), prng);
+    EccKey key, pub;
+    loadInto(o, c(), key, true);
+    loadInto(o, c(), pub, false);
+    for (int alg : {HASH_SHA1, HASH_SHA256, HASH_SHA512}) {
+        Bytes h = prng.bytes(_tvHash::hashLen(alg));
+        DataBuffer der, again;
+        LogRecorder log;
+        ASSERT_TRUE(key.eccSignHashDeterministic(h.data(), (unsigned)h.size(), alg, true, der, log) &&
+                    key.eccSignHashDeterministic(h.data(), (unsigned)h.size(), alg, true, again, log))
+            << log.errorText();
+        EXPECT_TRUE(der.equals(again) && o.verify(h, toBytes(der)));
+    }
+    const Bytes h(32, 0xA5);
+    DataBuffer out;
+    LogRecorder log;
+    EXPECT_FALSE(pub.eccSignHashDeterministic(h.data(), 32, HASH_SHA256, true, out, log) ||
+                 key.eccSignHashDeterministic(h.data(), 32, 4, true, out, log) ||
+                 key.eccSignHashDeterministic(h.data(), 31, HASH_SHA256, true, out, log));
+    EXPECT_EQ(log.errors(), (std::vector<std::string>{"Must be a private key.", "Unsupported hash algorithm.",
+                                                      "The hash length does not match the hash algorithm."}));
+}
+
 INSTANTIATE_TEST_SUITE_P(AllCurves, Safe, ::testing::ValuesIn(allCurves()), curveParamName);
 
 // On the four curves whose explicit form the loader reads, a change in any one field of OpenSSL's explicit
@@ -108,6 +137,39 @@ TEST(CheckedDer, RefusesExplicitParametersThatDifferInAnyField) {
                 << log.errorText();
         }
     }
+}
+
+// RFC 6979's signatures, appendix A.2.5's among them, on nine curves under five hashes. The file's s is not
+// normalised; the secp256k1 signer gives min(s, n - s).
+TEST(Deterministic, ReproducesEveryRfc6979Signature) {
+    std::ifstream in(ECCKEY_VECTORS_DIR "/rfc6979/ecdsa_rfc6979.json");
+    if (!in)
+        GTEST_SKIP() << "RFC 6979 vectors not found at " ECCKEY_VECTORS_DIR "/rfc6979: skipped";
+    const nlohmann::json doc = nlohmann::json::parse(in);
+    int count = 0;
+    for (const nlohmann::json &t : doc.at("tests")) {
+        const std::string curve = t.at("curve"), d = t.at("d"),
+                          what = curve + " " + t.at("hash").get<std::string>();
+        EccKey key;
+        LogRecorder log;
+        ASSERT_TRUE(key.generateNewKey2(StringBuffer(curve.c_str()), d.c_str(), "hex", log)) << what;
+        EXPECT_EQ(BN_cmp(bnOf(key.m_pubPoint.m_x).get(), bnOfHex(t.at("Qx")).get()), 0) << what;
+        const Bytes h = unhex(t.at("digest"));
+        int alg = HASH_SHA1;  // the file's hash, known by its length
+        for (int each : {HASH_SHA224, HASH_SHA256, HASH_SHA384, HASH_SHA512})
+            alg = _tvHash::hashLen(each) == h.size() ? each : alg;
+        DataBuffer raw;
+        ASSERT_TRUE(key.eccSignHashDeterministic(h.data(), (unsigned)h.size(), alg, false, raw, log))
+            << what << log.errorText();
+        const unsigned char *half = raw.getData2() + raw.getSize() / 2;
+        BnPtr s = bnOfHex(t.at("s")), n = bnOfHex(key.m_curve.m_order.getString()), negS(BN_new());
+        ASSERT_TRUE(BN_sub(negS.get(), n.get(), s.get()));
+        const BIGNUM *want = curve == "secp256k1" && BN_cmp(negS.get(), s.get()) < 0 ? negS.get() : s.get();
+        EXPECT_EQ(BN_cmp(bnOf(Bytes(raw.getData2(), half)).get(), bnOfHex(t.at("r")).get()), 0) << what;
+        EXPECT_EQ(BN_cmp(bnOf(Bytes(half, raw.getData2() + raw.getSize())).get(), want), 0) << what;
+        ++count;
+    }
+    EXPECT_EQ(count, 90);
 }
 
 }  // namespace

@@ -107,8 +107,9 @@ class Hygiene : public ::testing::TestWithParam<std::tuple<CurveInfo, Row>> {
     bool sign(int form) {
         const unsigned char hash[32] = {0x5C};
         DataBuffer sig;
-        return form == 2 ? key->eccSignHash_forSsh(hash, 32, prng, sig, log)
-                         : key->eccSignHash(hash, 32, prng, form == 0, sig, log);
+        return form == 3   ? key->eccSignHashDeterministic(hash, 32, HASH_SHA256, true, sig, log)
+               : form == 2 ? key->eccSignHash_forSsh(hash, 32, prng, sig, log)
+                           : key->eccSignHash(hash, 32, prng, form == 0, sig, log);
     }
     // Both loaders mark their input sensitive themselves: the copies here are left unmarked on purpose.
     bool loadsDer(const DataBuffer &der) {
@@ -182,6 +183,7 @@ const Row kRows[] = {
     {"SignDer", kScalar | kNonce, [](Hygiene &t) { return t.sign(0); }},
     {"SignRaw", kScalar | kNonce, [](Hygiene &t) { return t.sign(1); }},
     {"SignSsh", kScalar | kNonce, [](Hygiene &t) { return t.sign(2); }},
+    {"SignDeterministic", kScalar, [](Hygiene &t) { return t.sign(3); }},
     {"Ecdh", kScalar,
      [](Hygiene &t) {
          EccKey peer;  // the same scalar: only its point is used
