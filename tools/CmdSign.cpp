@@ -9,6 +9,7 @@
 #include "KeyReader.h"
 #include "Session.h"
 #include "ecc/EccKey.h"
+#include "support/Hash.h"
 #include "support/Prng.h"
 
 namespace ecckey_cli {
@@ -39,18 +40,33 @@ bool writeSignature(const char *path, const ecckey::DataBuffer &sig, std::string
     return line.append(hex) && line.appendChar('\n') && writeOutput(nullptr, line, false, error);
 }
 
+// The HMAC hash of a deterministic signature: --digest for a file, else the digest of --hash's length.
+bool deterministicHashAlg(const ArgList &args, unsigned hashLen, int &hashAlg) {
+    if (args.has("--in"))
+        return digestByName(args.has("--digest") ? args.value("--digest") : "sha256", hashAlg);
+    for (const char *name : {"sha1", "sha224", "sha256", "sha384", "sha512"}) {
+        if (digestByName(name, hashAlg) && ecckey::_tvHash::hashLen(hashAlg) == hashLen)
+            return true;
+    }
+    return false;
+}
+
 }  // namespace
 
 int cmdSign(int argc, char **argv) {
     ArgList args;
     std::string error;
-    if (!args.parse(argc, argv, {"--in", "--digest", "--hash", "--sig-format", "-o"}, {}, error))
+    if (!args.parse(argc, argv, {"--in", "--digest", "--hash", "--sig-format", "-o"}, {"--deterministic"},
+                    error))
         return usageError(error.c_str());
     if (args.positionals().size() != 1)
         return usageError("sign takes one key file");
     SigFormat sigFormat = SigFormat::Der;
     if (args.has("--sig-format") && !sigFormatByName(args.value("--sig-format"), sigFormat))
         return usageError("--sig-format is der, raw or ssh");
+    const bool deterministic = args.has("--deterministic");
+    if (deterministic && sigFormat == SigFormat::Ssh)
+        return usageError("--deterministic makes der or raw signatures");
 
     Session session(args.verbose());
     const char *keyPath = args.positionals()[0].c_str();
@@ -68,7 +84,13 @@ int cmdSign(int argc, char **argv) {
     ecckey::SystemPrng prng;
     ecckey::DataBuffer sig;
     bool signedOk;
-    if (sigFormat == SigFormat::Ssh) {
+    if (deterministic) {
+        int hashAlg = 0;
+        if (!deterministicHashAlg(args, hash.getSize(), hashAlg))
+            return session.fail("--deterministic needs a hash of 20, 28, 32, 48 or 64 bytes");
+        signedOk = key.eccSignHashDeterministic(hash.getData2(), hash.getSize(), hashAlg,
+                                                sigFormat == SigFormat::Der, sig, session.log());
+    } else if (sigFormat == SigFormat::Ssh) {
         // The SSH signer uses the whole digest where every verifier (this one included) cuts it to the
         // curve's length, so a longer digest would give a signature nobody can check.
         const unsigned byteLen = (unsigned)key.m_curve.m_byteLen;

@@ -53,7 +53,7 @@ bool contentAsText(const DataBuffer &content, StringBuffer &text) {
 bool loadDer(const DataBuffer &content, EccKey &key, LogBase &log, std::string &error) {
     DataBuffer der;
     der.setSensitive();
-    if (!der.append(content) || !key.loadEccDer(der, log)) {
+    if (!der.append(content) || !key.loadEccDerChecked(der, log)) {
         error = "cannot load the DER key";
         return false;
     }
@@ -62,7 +62,7 @@ bool loadDer(const DataBuffer &content, EccKey &key, LogBase &log, std::string &
 
 // The first PEM block that holds a key; an "EC PARAMETERS" block ahead of it (as `openssl ecparam
 // -genkey` writes) is passed over. The label must agree with what the block holds.
-bool loadPem(const char *text, EccKey &key, LogBase &log, std::string &error) {
+bool loadPem(const char *text, EccKey &key, LogBase &log, std::string &error, std::string &format) {
     const char *search = text;
     for (;;) {
         const char *begin = std::strstr(search, "-----BEGIN ");
@@ -80,6 +80,7 @@ bool loadPem(const char *text, EccKey &key, LogBase &log, std::string &error) {
             error = "encrypted private keys are not read (decrypt with 'openssl pkey' first)";
             return false;
         }
+        format = "PEM \"" + label + "\"";
         const bool privateLabel = label == "PRIVATE KEY" || label == "EC PRIVATE KEY";
         if (!privateLabel && label != "PUBLIC KEY") {
             error = "the PEM block \"" + label + "\" is not an EC key";
@@ -92,7 +93,7 @@ bool loadPem(const char *text, EccKey &key, LogBase &log, std::string &error) {
             error = "cannot read the PEM block";
             return false;
         }
-        if (!key.loadEccDer(der, log)) {
+        if (!key.loadEccDerChecked(der, log)) {
             error = "cannot load the key in the PEM block";
             return false;
         }
@@ -285,10 +286,16 @@ bool onlyHex(const char *text) {
     return any;
 }
 
-bool loadText(const char *text, EccKey &key, LogBase &log, std::string &error) {
+bool loadText(const char *text, EccKey &key, LogBase &log, std::string &error, std::string &format) {
     const char *start = skipSpace(text);
     if (std::strstr(start, "-----BEGIN ") != nullptr)
-        return loadPem(start, key, log, error);
+        return loadPem(start, key, log, error, format);
+    format = *start == '{'   ? "JWK"
+             : *start == '<' ? "XML"
+             : std::strncmp(start, "ecdsa-sha2-", 11) == 0 || std::strncmp(start, "ssh-", 4) == 0
+                 ? "OpenSSH public key"
+             : std::strncmp(start, "curve", 5) == 0 ? "raw-hex"
+                                                    : "hexadecimal";
     if (*start == '{')
         return loadJwk(start, key, log, error);
     if (*start == '<')
@@ -305,29 +312,45 @@ bool loadText(const char *text, EccKey &key, LogBase &log, std::string &error) {
 
 }  // namespace
 
-bool loadKey(const DataBuffer &content, EccKey &key, LogBase &log, std::string &error) {
+bool loadKey(const DataBuffer &content, EccKey &key, LogBase &log, std::string &error, std::string *format) {
     StringBuffer text;
+    std::string formatRead = "DER";
     bool loaded;
     if (contentAsText(content, text))
-        loaded = loadText(text.getString(), key, log, error);
+        loaded = loadText(text.getString(), key, log, error, formatRead);
     else if (content.getSize() > 0 && content[0] == 0x30)
         loaded = loadDer(content, key, log, error);
     else {
         error = "unrecognised key format";
         loaded = false;
     }
+    if (format)
+        *format = formatRead;
     return loaded && checkKey(key, log, error);
 }
 
-bool readKeyFile(const char *path, EccKey &key, LogBase &log, std::string &error) {
+bool readKeyFile(const char *path, EccKey &key, LogBase &log, std::string &error, std::string *format) {
     DataBuffer content;
     const std::string name = isStdio(path) ? "standard input" : std::string("'") + path + "'";
     if (!readInput(path, content, error))
         return false;
-    if (loadKey(content, key, log, error))
+    if (loadKey(content, key, log, error, format))
         return true;
     error = name + ": " + error;
     return false;
+}
+
+bool checkKey(EccKey &key, LogBase &log, std::string &error) {
+    ecckey::LogContextExitor context(log, "checkKey");
+    if (!key.checkPublicKey(log)) {
+        error = std::string("the public point is not on the curve ") + key.m_curve.m_name.getString();
+        return false;
+    }
+    if (key.isPrivate() && !key.checkPrivateKey(log)) {
+        error = "the private scalar is out of range or does not give the public point";
+        return false;
+    }
+    return true;
 }
 
 }  // namespace ecckey_cli

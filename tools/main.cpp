@@ -14,14 +14,21 @@ const Command s_commands[] = {
     {"gen", "CURVE [--format F] [-o FILE]", "generate a private key (CURVE: a name, alias or OID)", cmdGen},
     {"pub", "KEYFILE [--format F] [-o FILE]", "write the public key", cmdPub},
     {"convert", "KEYFILE --format F [-o FILE]", "write the key in another format", cmdConvert},
-    {"sign", "KEYFILE (--in FILE [--digest ALG] | --hash HEX) [--sig-format der|raw|ssh] [-o FILE]",
-     "sign a file's digest or a hash; without -o the signature is printed in hexadecimal", cmdSign},
+    {"sign",
+     "KEYFILE (--in FILE [--digest ALG] | --hash HEX) [--sig-format der|raw|ssh] [--deterministic] [-o FILE]",
+     "sign a file's digest or a hash (--deterministic: RFC 6979, the same signature for the same key and "
+     "hash); without -o the signature is printed in hexadecimal",
+     cmdSign},
     {"verify", "KEYFILE --sig FILE (--in FILE [--digest ALG] | --hash HEX)",
      "check a signature (bytes or hexadecimal; der, raw or ssh): prints valid (exit 0) or invalid (exit 1)",
      cmdVerify},
     {"ecdh", "KEYFILE PEERFILE [-o FILE]", "the ECDH shared secret, in hexadecimal (bytes with -o)", cmdEcdh},
     {"fingerprint", "KEYFILE [--sha256]", "the SSH fingerprint (MD5 line, or OpenSSH's SHA256: form)",
      cmdFingerprint},
+    {"check", "KEYFILE",
+     "validate a key: prints its format, curve and parameters and each check passed (exit 0), or why not "
+     "(exit 2)",
+     cmdCheck},
     {"demo", "", "every curve: keys, signatures, ECDH, format round trips and timings", cmdDemo},
 };
 
