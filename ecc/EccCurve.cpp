@@ -1,6 +1,7 @@
 #include "ecc/EccCurve.h"
 
 #include "support/LogBase.h"
+#include "support/TovarMp.h"
 
 namespace ecckey {
 
@@ -297,6 +298,20 @@ void EccCurve::copyFromEccCurve(const EccCurve &other) {
     m_order.setString(other.m_order);
     m_Gx.setString(other.m_Gx);
     m_Gy.setString(other.m_Gy);
+}
+
+bool EccCurve::getCoefficientA(mp_int &a) const {
+    if (m_byteLen == 0)
+        return false;
+    if (m_hasA)
+        return TovarMp::mpint_from_radix(a, m_a.getString(), 16);
+    if (m_name.equals("secp256k1")) {
+        TovarMp::mp_zero(a);
+        return true;
+    }
+    mp_int three;
+    return TovarMp::mpint_from_radix(a, m_p.getString(), 16) && TovarMp::mp_set(three, 3) == 0 &&
+           TovarMp::mp_sub(a, three, a) == 0;
 }
 
 int EccCurve::numCatalogCurves() {

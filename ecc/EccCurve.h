@@ -11,6 +11,7 @@
 namespace ecckey {
 
 class LogBase;
+class mp_int;
 
 // One row of the compiled-in catalogue as callers outside the loader see it (the command-line tool lists
 // them). The domain parameters are reached by loading the curve.
@@ -43,6 +44,10 @@ class EccCurve {
     // The catalogue rows in the order names are tested. catalogEntry is null for an index out of range.
     static int numCatalogCurves();
     static const EccCatalogEntry *catalogEntry(int index);
+
+    // The coefficient a of y² = x³ + a·x + b: the catalogue's for the Brainpool curves, p − 3 for the NIST
+    // curves, 0 for secp256k1. False when the record is empty or a parameter does not parse.
+    bool getCoefficientA(mp_int &a) const;
 
     // SSH key-type name for the curve's OID ("ecdsa-sha2-nistp256", ...). Logs "Unsupported ecdsa curve."
     // for a record without a catalogue OID.

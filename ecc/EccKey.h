@@ -49,6 +49,16 @@ class EccKey : public KeyBase {
     // Tests y² = x³ − 3x + b: meaningful for a = −3 curves only (false for Brainpool and secp256k1 points).
     bool isPoint(LogBase &log);
 
+    // ---- Key validation (EccKeyCheck.cpp) ----
+    // The loaders trust the point a key carries; these checks are for keys from elsewhere. Each logs the
+    // first check that fails and returns false; the key is not changed.
+    // The public point: not the point at infinity, affine, both coordinates in [0, p), on the curve
+    // y² = x³ + a·x + b with the curve's own a, and for a hybrid point (06, 07) a form byte whose parity is
+    // y's. Every catalogue curve has cofactor 1, so such a point lies in the group of order n.
+    [[nodiscard]] bool checkPublicKey(LogBase &log) const;
+    // A private key: checkPublicKey, then 1 <= d < n and Q = d·G.
+    [[nodiscard]] bool checkPrivateKey(LogBase &log) const;
+
     // ---- Double-scalar multiplication (arith/Mul2Add.cpp) ----
     // R = kA·A + kB·B (affine, normal form). a is null for a = −3 curves. Scalars up to 256 bytes.
     static bool mul2add(EccPoint &A, mp_int &kA, EccPoint &B, mp_int &kB, EccPoint &R, mp_int *a, mp_int &p,
@@ -62,6 +72,11 @@ class EccKey : public KeyBase {
     // ---- ECDH (EccEcdh.cpp) ----
     // The x-coordinate of d·Q_peer, big-endian, left-padded to the curve's byte length.
     bool sharedSecret(EccKey &peer, DataBuffer &out, LogBase &log);
+    // sharedSecret for a peer key from an untrusted source (EccKeyCheck.cpp): refuses a public key as this
+    // key, a peer on another curve, a peer point that fails checkPublicKey and a private scalar outside [1, n
+    // - 1] (whose secret is the point at infinity), then computes exactly what sharedSecret computes. out is
+    // empty after a refusal.
+    [[nodiscard]] bool sharedSecretChecked(EccKey &peer, DataBuffer &out, LogBase &log);
 
     // ---- ECDSA signing (EccSign.cpp) ----
     bool eccSignHash(const unsigned char *hash, unsigned hashLen, _tvPrng &prng, bool bAsn, DataBuffer &out,
@@ -69,6 +84,15 @@ class EccKey : public KeyBase {
     bool eccSignHash_forSsh(const unsigned char *hash, unsigned hashLen, _tvPrng &prng, DataBuffer &out,
                             LogBase &log);
     static bool eccWrapSigAsn_forTls(const DataBuffer &sig, unsigned unused, DataBuffer &out, LogBase &log);
+    // Deterministic ECDSA (RFC 6979): the nonce comes from an HMAC-DRBG over d and the hash, with the HMAC
+    // of hashAlg (a HashAlg of support/Hash.h; hashLen must be its digest length), so the same key and hash
+    // always give the same signature and no random source is involved. Output as eccSignHash (DER, or r||s
+    // padded to 2·m_byteLen), over the hash cut by the same rule, but without the leading-byte rule: the
+    // result is RFC 6979's signature. On secp256k1 the fixed-width signer makes it, with low S (n − s for
+    // s above n/2). Refuses a public key, an unknown hashAlg, a hash of another length and a scalar outside
+    // [1, n - 1], each with its message.
+    [[nodiscard]] bool eccSignHashDeterministic(const unsigned char *hash, unsigned hashLen, int hashAlg,
+                                                bool bAsn, DataBuffer &out, LogBase &log);
 
     // ---- ECDSA verification (EccVerify.cpp) ----
     // Returns true when the check could be carried out; the verdict is in valid (cleared on entry).
@@ -90,6 +114,11 @@ class EccKey : public KeyBase {
 
     // ---- ASN.1 import (EccAsnImport.cpp) ----
     bool loadEccDer(DataBuffer &der, LogBase &log);
+    // loadEccDer for keys from untrusted sources (EccDerChecked.cpp). Also refuses explicit parameters that
+    // differ in any field from the catalogue curve they are read as (field, a, b, base point, order,
+    // cofactor), two different curves in one key, a point encoding of another length than the curve's,
+    // and a key that fails checkPublicKey or checkPrivateKey. Logs why; the key is cleared after a refusal.
+    [[nodiscard]] bool loadEccDerChecked(DataBuffer &der, LogBase &log);
     bool loadAnyEccAsn(_tvAsn1 *root, LogBase &log);
     bool parseAldId(_tvAsn1 *algId, StringBuffer &algOid, StringBuffer &curveOid, LogBase &log);
     bool loadEccPublicAsn(_tvAsn1 *bitString, const StringBuffer &curveOid, LogBase &log);

@@ -1,11 +1,19 @@
-// ECDSA signing on the generic arithmetic, the SSH signature blob and the TLS re-wrapping of signatures.
+// ECDSA signing on the generic arithmetic, deterministic signing, the SSH signature blob and the TLS
+// re-wrapping of signatures.
 //
 // Each signature draws a fresh ephemeral key pair (k, k·G) with generateNewKey: r = x(k·G) mod n and
 // s = k^-1·(e + d·r) mod n. Keys on secp256k1 are handed to the fixed-width signer, except by the SSH
-// variant, which always signs here.
+// variant, which always signs here. The deterministic signer hands the same loops an RFC 6979 nonce
+// generator in place of the random source, so r and s come from k in one place for every entry point.
+#include <openssl/crypto.h>
+
+#include <cstring>
+
+#include "ecc/DeterministicNonce.h"
 #include "ecc/EccKey.h"
 #include "ecc/EcdsaSig.h"
 #include "support/AsnItem.h"
+#include "support/Hash.h"
 #include "support/LogBase.h"
 #include "support/Owners.h"
 #include "support/Prng.h"
@@ -117,6 +125,49 @@ bool signIsNegative(const mp_int &r, const mp_int &s, LogBase &log) {
     return true;
 }
 
+// The generic signer from e onwards, shared by the random and the deterministic entry points: e = the first
+// eLen hash bytes, then (r, s) from nonces drawn from prng, written into out as DER when bAsn, else as r||s
+// padded to 2·m_byteLen. Messages as eccSignHash.
+bool signGeneric(const EccKey &key, const unsigned char *hash, unsigned eLen, _tvPrng &prng,
+                 bool rejectHighLeadingByte, bool bAsn, DataBuffer &out, LogBase &log) {
+    mp_int n, e, r, s;
+    if (!prepareSigning(key, n, log))
+        return false;
+    if (!readUnsigned(e, hash, eLen)) {  // e is not reduced modulo n
+        log.logError("Failed to get e");
+        return false;
+    }
+    if (!computeSignature(key, n, e, prng, rejectHighLeadingByte, r, s, log))
+        return false;
+    if (signIsNegative(r, s, log))
+        return false;
+
+    if (bAsn)
+        return encodeDerSig(r, s, false, out, log);
+    return appendSigHalf(r, key.m_curve.m_byteLen, out) && appendSigHalf(s, key.m_curve.m_byteLen, out);
+}
+
+// Seeds nonce with n, d and the hash. d is written out from its digits (no LibTomMath temporary) into a
+// buffer wiped on return. Logs "Failed to get p" or what the generator refuses.
+bool seedDeterministicNonce(const EccKey &key, const unsigned char *hash, unsigned hashLen,
+                            DeterministicNonce &nonce, LogBase &log) {
+    mp_int n;
+    DataBuffer order;
+    if (!TovarMp::mpint_from_radix(n, key.m_curve.m_order.getString(), 16) ||
+        !TovarMp::mpint_to_db(n, order) || order.isEmpty() ||
+        order.getSize() > DeterministicNonce::kMaxOrderLen) {
+        log.logError("Failed to get p");
+        return false;
+    }
+    // A scalar longer than n is refused by the range test as all ones would be.
+    unsigned char d[DeterministicNonce::kMaxOrderLen];
+    if (!TovarMp::mpint_to_fixed_bytes(key.m_privKey, d, order.getSize()))
+        std::memset(d, 0xFF, sizeof d);
+    const bool seeded = nonce.seed(order.getData2(), order.getSize(), d, hash, hashLen, log);
+    OPENSSL_cleanse(d, sizeof d);
+    return seeded;
+}
+
 }  // namespace
 
 // Signs the first eLen bytes of hash (ecdsaHashLen) into out, cleared first: DER when bAsn, else r||s
@@ -136,22 +187,40 @@ bool EccKey::eccSignHash(const unsigned char *hash, unsigned hashLen, _tvPrng &p
     // A longer hash reaches the fixed-width signer already cut to 32 bytes; a shorter one is refused there.
     if (m_curve.m_name.equals("secp256k1"))
         return eccSignHashK(hash, eLen, prng, bAsn, out, log);
+    return signGeneric(*this, hash, eLen, prng, true, bAsn, out, log);
+}
 
-    mp_int n, e, r, s;
-    if (!prepareSigning(*this, n, log))
-        return false;
-    if (!readUnsigned(e, hash, eLen)) {  // e is not reduced modulo n
-        log.logError("Failed to get e");
+bool EccKey::eccSignHashDeterministic(const unsigned char *hash, unsigned hashLen, int hashAlg, bool bAsn,
+                                      DataBuffer &out, LogBase &log) {
+    LogContextExitor ctx(log, "eccSignHashDeterministic");
+    out.clear();
+    if (m_keyType != 1) {
+        log.logError("Must be a private key.");
         return false;
     }
-    if (!computeSignature(*this, n, e, prng, true, r, s, log))
+    const unsigned digestLen = _tvHash::hashLen(hashAlg);
+    if (digestLen == 0) {
+        log.LogDataLong("hashAlg", hashAlg);
+        log.logError("Unsupported hash algorithm.");
         return false;
-    if (signIsNegative(r, s, log))
+    }
+    if (!hash || hashLen != digestLen) {
+        log.LogDataLong("hashLen", (long)hashLen);
+        log.logError("The hash length does not match the hash algorithm.");
         return false;
+    }
 
-    if (bAsn)
-        return encodeDerSig(r, s, false, out, log);
-    return appendSigHalf(r, m_curve.m_byteLen, out) && appendSigHalf(s, m_curve.m_byteLen, out);
+    const bool k1 = m_curve.m_name.equals("secp256k1");
+    DeterministicNonce nonce(hashAlg, k1);
+    if (!seedDeterministicNonce(*this, hash, hashLen, nonce, log))
+        return false;
+    const unsigned eLen = ecdsaHashLen(m_curve.m_byteLen, hashLen);
+    if (!k1)
+        return signGeneric(*this, hash, eLen, nonce, false, bAsn, out, log);
+    // The fixed-width signer takes 32 bytes: a shorter hash, zero-extended, is the same integer e.
+    unsigned char e32[32] = {0};
+    std::memcpy(e32 + (32 - eLen), hash, eLen);
+    return eccSignHashK(e32, 32, nonce, bAsn, out, log);
 }
 
 // Signs the whole hash on the generic arithmetic, whatever the curve (secp256k1 included), and appends r

@@ -7,6 +7,7 @@
 #include "ecc/EccKey.h"
 #include "ecc/EccPoint.h"
 #include "support/DataBuffer.h"
+#include "support/Hash.h"
 #include "support/JsonObject.h"
 #include "support/LogBase.h"
 #include "support/MpInt.h"

@@ -3,6 +3,7 @@
 
 #include <openssl/crypto.h>
 #include <openssl/evp.h>
+#include <openssl/hmac.h>
 
 #include "support/DataBuffer.h"
 
@@ -46,6 +47,22 @@ bool _tvHash::doHash(const void *data, unsigned size, int hashAlg, DataBuffer &o
 unsigned _tvHash::hashLen(int hashAlg) {
     const EVP_MD *md = digestFor(hashAlg);
     return md ? (unsigned)EVP_MD_get_size(md) : 0;
+}
+
+bool _tvHash::hmac(int hashAlg, const unsigned char *key, unsigned keyLen, const unsigned char *data,
+                   unsigned dataLen, unsigned char *out) {
+    const EVP_MD *md = digestFor(hashAlg);
+    if (!md || !key || (!data && dataLen != 0) || !out)
+        return false;
+    static const unsigned char kEmpty = 0;
+    unsigned outLen = 0;
+    const unsigned expected = (unsigned)EVP_MD_get_size(md);
+    if (HMAC(md, key, (int)keyLen, dataLen ? data : &kEmpty, dataLen, out, &outLen) != nullptr &&
+        outLen == expected)
+        return true;
+    // Key-derived bytes must not be left half-written.
+    OPENSSL_cleanse(out, expected);
+    return false;
 }
 
 FingerprintDigest::FingerprintDigest() = default;

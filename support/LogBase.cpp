@@ -76,6 +76,13 @@ std::vector<std::string> LogRecorder::errors() const {
     return out;
 }
 
+bool LogRecorder::hasError(const char *text) const {
+    for (const Entry &e : m_entries)
+        if (e.kind == Kind::Error && e.text == text)
+            return true;
+    return false;
+}
+
 bool LogRecorder::hasInfo(const char *text) const {
     for (const Entry &e : m_entries)
         if (e.kind == Kind::Info && e.text == text)
@@ -91,6 +98,11 @@ bool LogRecorder::dataValue(const char *name, std::string &value) const {
             found = true;
         }
     return found;
+}
+
+void LogRecorder::reset() {
+    m_entries.clear();
+    m_contexts.clear();
 }
 
 std::string LogRecorder::toText() const {

@@ -343,6 +343,22 @@ bool TovarMp::mpint_to_bytes(const mp_int &a, unsigned char *out) {
     return ::mp_to_ubin(L(a), out, len, &written) == MP_OKAY;
 }
 
+bool TovarMp::mpint_to_fixed_bytes(const mp_int &a, unsigned char *out, unsigned len) {
+    if (!usable(a) || !out || ::mp_count_bits(L(a)) > (int)(8 * len))
+        return false;
+    const unsigned bitsPerDigit = MP_DIGIT_BIT;
+    for (unsigned i = 0; i < len; ++i) {  // byte i from the least significant end
+        const unsigned bit = 8 * i;
+        const int digit = (int)(bit / bitsPerDigit);
+        const unsigned shift = bit % bitsPerDigit;
+        MpDigit v = a.get_digit(digit) >> shift;
+        if (shift + 8 > bitsPerDigit)  // the byte straddles two digits
+            v |= a.get_digit(digit + 1) << (bitsPerDigit - shift);
+        out[len - 1 - i] = (unsigned char)(v & 0xFF);
+    }
+    return true;
+}
+
 bool TovarMp::mpint_to_base64url(const mp_int &a, StringBuffer &out, LogBase &) {
     MagnitudeBytes mag(a);
     if (!mag.ok())

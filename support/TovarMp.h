@@ -63,6 +63,9 @@ class TovarMp {
     static bool mpint_to_db(const mp_int &a, DataBuffer &out);           // minimal big-endian |a|
     static bool unsigned_mpint_to_db(const mp_int &a, DataBuffer &out);  // SSH mpint content
     static bool mpint_to_bytes(const mp_int &a, unsigned char *out);     // mp_unsigned_bin_size bytes
+    // |a| as exactly len big-endian bytes, zero-extended; false when it needs more. Read from the digits
+    // directly: no LibTomMath temporary is made, so a secret leaves no copy behind in freed memory.
+    static bool mpint_to_fixed_bytes(const mp_int &a, unsigned char *out, unsigned len);
     // Unpadded base64url of the minimal big-endian |a|; zero is written as one 0x00 byte ("AA"), since a
     // JWK member is never empty and readers refuse one that is.
     static bool mpint_to_base64url(const mp_int &a, StringBuffer &out, LogBase &log);

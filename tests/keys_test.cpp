@@ -61,8 +61,12 @@ TEST_P(Curve, ReadsEveryKeyOpenSslWrites) {
                         // inside SEC 1.
                         bool sec1 = std::string(structure) == "type-specific";
                         bool known = std::string(c().name).rfind("secp", 0) == 0 && c().byteLen >= 32;
+                        DataBuffer copy = der;
                         if (key.loadEccDer(der, log)) {
                             EXPECT_TRUE(!explicitParams || (!sec1 && known)) << structure;
+                            LogRecorder checkedLog;
+                            EXPECT_TRUE(EccKey().loadEccDerChecked(copy, checkedLog))
+                                << checkedLog.errorText();
                             EXPECT_TRUE(sameKey(key, priv ? o : pub, c()))
                                 << structure << output << explicitParams;
                             EXPECT_EQ(log.hasInfo("ECC parsing success."), priv);

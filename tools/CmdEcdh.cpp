@@ -29,7 +29,8 @@ int cmdEcdh(int argc, char **argv) {
 
     ecckey::DataBuffer secret;
     secret.setSensitive();
-    if (!key.sharedSecret(peer, secret, session.log())) {
+    // The checked path: a peer point off the curve would make the secret one on another, weaker curve.
+    if (!key.sharedSecretChecked(peer, secret, session.log())) {
         if (!key.isPrivate())
             return session.fail("'" + keyPath + "' holds a public key; ecdh needs a private key first");
         if (!key.m_curve.m_name.equals(peer.m_curve.m_name))

@@ -1,6 +1,8 @@
 // ecckey sign: an ECDSA signature over a file's digest or a given hash.
 #include <strings.h>
 
+#include <cstring>
+
 #include <string>
 
 #include "ArgList.h"
@@ -10,6 +12,7 @@
 #include "KeyReader.h"
 #include "Session.h"
 #include "ecc/EccKey.h"
+#include "support/Hash.h"
 #include "support/Prng.h"
 
 namespace ecckey_cli {
@@ -40,19 +43,35 @@ bool writeSignature(const OutputTarget &target, const ecckey::DataBuffer &sig, s
     return line.append(hex) && line.appendChar('\n') && writeOutput(target, line, false, error);
 }
 
+// The HMAC hash of a deterministic signature: --digest for a file, else the digest of --hash's length as
+// given (before the hash is fitted to the curve).
+bool deterministicHashAlg(const ArgList &args, int &hashAlg) {
+    const unsigned hashLen = args.has("--hash") ? (unsigned)std::strlen(args.value("--hash")) / 2 : 0;
+    if (args.has("--in"))
+        return digestByName(args.has("--digest") ? args.value("--digest") : "sha256", hashAlg);
+    for (const char *name : {"sha1", "sha224", "sha256", "sha384", "sha512"}) {
+        if (digestByName(name, hashAlg) && ecckey::_tvHash::hashLen(hashAlg) == hashLen)
+            return true;
+    }
+    return false;
+}
+
 }  // namespace
 
 int cmdSign(int argc, char **argv) {
     ArgList args;
     std::string error;
-    if (!args.parse(argc, argv, {"--in", "--digest", "--hash", "--sig-format", "--kid", "-o"}, {"--force"},
-                    error))
+    if (!args.parse(argc, argv, {"--in", "--digest", "--hash", "--sig-format", "--kid", "-o"},
+                    {"--force", "--deterministic"}, error))
         return usageError(error.c_str());
     if (args.positionals().size() != 1)
         return usageError("sign takes one key file");
     SigFormat sigFormat = SigFormat::Der;
     if (args.has("--sig-format") && !sigFormatByName(args.value("--sig-format"), sigFormat))
         return usageError("--sig-format is der, raw or ssh");
+    const bool deterministic = args.has("--deterministic");
+    if (deterministic && sigFormat == SigFormat::Ssh)
+        return usageError("--deterministic makes der or raw signatures");
 
     Session session(args.verbose());
     const char *keyPath = args.positionals()[0].c_str();
@@ -71,7 +90,13 @@ int cmdSign(int argc, char **argv) {
     ecckey::SystemPrng prng;
     ecckey::DataBuffer sig;
     bool signedOk;
-    if (sigFormat == SigFormat::Ssh) {
+    if (deterministic) {
+        int hashAlg = 0;
+        if (!deterministicHashAlg(args, hashAlg))
+            return session.fail("--deterministic needs a hash of 20, 28, 32, 48 or 64 bytes");
+        signedOk = key.eccSignHashDeterministic(hash.getData2(), hash.getSize(), hashAlg,
+                                                sigFormat == SigFormat::Der, sig, session.log());
+    } else if (sigFormat == SigFormat::Ssh) {
         signedOk = key.eccSignHash_forSsh(hash.getData2(), hash.getSize(), prng, sig, session.log());
     } else {
         signedOk = key.eccSignHash(hash.getData2(), hash.getSize(), prng, sigFormat == SigFormat::Der, sig,

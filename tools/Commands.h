@@ -40,6 +40,7 @@ int cmdSign(int argc, char **argv);
 int cmdVerify(int argc, char **argv);
 int cmdEcdh(int argc, char **argv);
 int cmdFingerprint(int argc, char **argv);
+int cmdCheck(int argc, char **argv);
 int cmdDemo(int argc, char **argv);
 
 }  // namespace ecckey_cli

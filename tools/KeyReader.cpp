@@ -54,7 +54,7 @@ bool contentAsText(const DataBuffer &content, StringBuffer &text) {
 bool loadDer(const DataBuffer &content, EccKey &key, LogBase &log, std::string &error) {
     DataBuffer der;
     der.setSensitive();
-    if (!der.append(content) || !key.loadEccDer(der, log)) {
+    if (!der.append(content) || !key.loadEccDerChecked(der, log)) {
         error = "cannot load the DER key";
         return false;
     }
@@ -77,7 +77,7 @@ std::string quotedName(const std::string &name) {
 // The first PEM block that holds a key; an "EC PARAMETERS" block ahead of it (as `openssl ecparam
 // -genkey` writes) is passed over. The label ends on its BEGIN line, and must agree with what the block
 // holds.
-bool loadPem(const char *text, EccKey &key, LogBase &log, std::string &error) {
+bool loadPem(const char *text, EccKey &key, LogBase &log, std::string &error, std::string &format) {
     static const char kDashes[] = "-----";
     const char *search = text;
     for (;;) {
@@ -102,6 +102,7 @@ bool loadPem(const char *text, EccKey &key, LogBase &log, std::string &error) {
             error = "encrypted private keys are not read (decrypt with 'openssl pkey' first)";
             return false;
         }
+        format = "PEM \"" + label + "\"";
         const bool privateLabel = label == "PRIVATE KEY" || label == "EC PRIVATE KEY";
         if (!privateLabel && label != "PUBLIC KEY") {
             error = "the PEM block" + quotedName(label) + " is not an EC key";
@@ -114,7 +115,7 @@ bool loadPem(const char *text, EccKey &key, LogBase &log, std::string &error) {
             error = "cannot read the PEM block";
             return false;
         }
-        if (!key.loadEccDer(der, log)) {
+        if (!key.loadEccDerChecked(der, log)) {
             error = "cannot load the key in the PEM block";
             return false;
         }
@@ -374,9 +375,16 @@ bool onlyHex(const char *text) {
 }
 
 bool loadText(const char *text, EccKey &key, LogBase &log, std::string &error, KeyFileInfo &info) {
+    std::string &format = info.format;
     const char *start = skipSpace(text);
     if (std::strstr(start, "-----BEGIN ") != nullptr)
-        return loadPem(start, key, log, error);
+        return loadPem(start, key, log, error, format);
+    format = *start == '{'   ? "JWK"
+             : *start == '<' ? "XML"
+             : std::strncmp(start, "ecdsa-sha2-", 11) == 0 || std::strncmp(start, "ssh-", 4) == 0
+                 ? "OpenSSH public key"
+             : std::strncmp(start, "curve", 5) == 0 ? "raw-hex"
+                                                    : "hexadecimal";
     if (*start == '{')
         return loadJwk(start, info.kid, key, log, error);
     if (*start == '<')
@@ -397,6 +405,7 @@ bool loadKey(const DataBuffer &content, EccKey &key, LogBase &log, std::string &
     KeyFileInfo defaults;
     KeyFileInfo &used = info != nullptr ? *info : defaults;
     used.comment.clear();
+    used.format = "DER";
     StringBuffer text;
     bool loaded;
     if (contentAsText(content, text))
@@ -419,6 +428,19 @@ bool readKeyFile(const char *path, EccKey &key, LogBase &log, std::string &error
         return true;
     error = name + ": " + error;
     return false;
+}
+
+bool checkKey(EccKey &key, LogBase &log, std::string &error) {
+    ecckey::LogContextExitor context(log, "checkKey");
+    if (!key.checkPublicKey(log)) {
+        error = std::string("the public point is not on the curve ") + key.m_curve.m_name.getString();
+        return false;
+    }
+    if (key.isPrivate() && !key.checkPrivateKey(log)) {
+        error = "the private scalar is out of range or does not give the public point";
+        return false;
+    }
+    return true;
 }
 
 }  // namespace ecckey_cli

@@ -17,11 +17,13 @@ struct KeyFileInfo {
 
     const char *kid;      // in: from a JWK Set of several EC keys, the one with this "kid" (--kid)
     std::string comment;  // out: the comment of an OpenSSH public-key line; empty for other forms
+    std::string format;   // out: the form read ("PEM \"PRIVATE KEY\"", "DER", "JWK", ...)
 };
 
-// Loads a key from the content of a key file and checks it (checkKey). The form is read from the
-// content: PEM ("PRIVATE KEY", "EC PRIVATE KEY" or "PUBLIC KEY"; an "EC PARAMETERS" block before it is
-// skipped), DER (PKCS #8, SEC 1, SubjectPublicKeyInfo), JWK, the three XML forms, an OpenSSH public-key
+// Loads a key from the content of a key file and checks it (checkKey); DER and PEM keys go through the
+// library's checked loader, which also compares explicit parameters with the named curve. The form is read
+// from the content: PEM ("PRIVATE KEY", "EC PRIVATE KEY" or "PUBLIC KEY"; an "EC PARAMETERS" block before it
+// is skipped), DER (PKCS #8, SEC 1, SubjectPublicKeyInfo), JWK, the three XML forms, an OpenSSH public-key
 // line, the command's raw-hex text, or a bare hexadecimal X9.63 point or scalar (65, 97, 133 bytes and
 // 32, 48, 66 bytes: P-256, P-384, P-521). A JWK Set ({"keys": [...]}) gives its one EC key, or the one
 // whose "kid" is info->kid; with several and no kid it is refused, naming how many it holds. A JWK member
@@ -35,9 +37,9 @@ bool loadKey(const ecckey::DataBuffer &content, ecckey::EccKey &key, ecckey::Log
 bool readKeyFile(const char *path, ecckey::EccKey &key, ecckey::LogBase &log, std::string &error,
                  KeyFileInfo *info = nullptr);
 
-// Checks a loaded key: its public point lies on its curve and, for a private key, equals d·G. The
+// Checks a loaded key with the library's checkPublicKey and, for a private key, checkPrivateKey. The
 // loaders trust the point a file carries; a point off the curve handed to ECDH or verification gives
-// answers about another curve. False with a message in error.
+// answers about another curve. False with a message in error (the reason in log).
 bool checkKey(ecckey::EccKey &key, ecckey::LogBase &log, std::string &error);
 
 }  // namespace ecckey_cli

@@ -21,9 +21,10 @@ const Command s_commands[] = {
     {"convert", "KEYFILE --format F [--kid ID] [-o FILE [--force]]", "write the key in another format",
      cmdConvert, "--format --kid -o --force", ""},
     {"sign",
-     "KEYFILE (--in FILE [--digest ALG] | --hash HEX) [--sig-format F] [--kid ID] [-o FILE [--force]]",
+     "KEYFILE (--in FILE [--digest ALG] | --hash HEX) [--sig-format F] [--deterministic] [--kid ID]\n"
+     "      [-o FILE [--force]]",
      "sign a file's digest or a hash; without -o the signature is printed in hexadecimal", cmdSign,
-     "--in --digest --hash --sig-format --kid -o --force",
+     "--in --digest --hash --sig-format --deterministic --kid -o --force",
      "The hash is cut to the curve's byte length when longer (P-521 and brainpoolP512r1 take up to 64\n"
      "bytes whole), in every signature form. On secp256k1, whose signer takes 32 bytes, a shorter hash\n"
      "(sha1, sha224) is left-padded with zeros, which leaves its ECDSA value unchanged: the signature is\n"
@@ -41,6 +42,10 @@ const Command s_commands[] = {
      "--sha256 --md5 --kid",
      "The line is bits, fingerprint, the comment of an OpenSSH public-key line read (else \"no comment\")\n"
      "and (ECDSA), as 'ssh-keygen -l -f' and 'ssh-keygen -l -E md5 -f' print it.\n"},
+    {"check", "KEYFILE [--kid ID]",
+     "validate a key: prints its format, curve and parameters and each check passed (exit 0), or why not "
+     "(exit 2)",
+     cmdCheck, "--kid", ""},
     {"demo", "", "every curve: keys, signatures, ECDH, format round trips and timings", cmdDemo, "", ""},
 };
 
@@ -57,6 +62,7 @@ const OptionHelp s_optionHelp[] = {
     {"--digest", "ALG", "sha1, sha224, sha256 (the default), sha384 or sha512, in any case"},
     {"--hash", "HEX", "a hash made elsewhere (1 to 64 bytes in hexadecimal), instead of --in"},
     {"--sig-format", "F", "der (the default), raw (r||s, twice the curve's byte length) or ssh"},
+    {"--deterministic", "", "RFC 6979: the nonce from the key and the hash, the same signature each time"},
     {"--sig", "FILE", "the signature: bytes or hexadecimal, in DER, raw r||s or the SSH form"},
     {"--sha256", "", "OpenSSH's SHA256 fingerprint (the default)"},
     {"--md5", "", "the MD5 fingerprint, as 'ssh-keygen -E md5' prints it"},

@@ -61,6 +61,16 @@ for d in sha1 sha224 sha256 sha384 sha512; do
     ok sign k.pem --in msg --digest "$d" --sig-format ssh -o "ss.$d"
     ok verify p.pem --sig "ss.$d" --in msg --digest "$d"
 done
+# --deterministic: the same signature from two forms of the key, and openssl accepts it.
+ok sign k.pem --in msg --deterministic -o det.1
+ok sign k.sec1-der --in msg --deterministic -o det.2
+cmp -s det.1 det.2 || fail "deterministic signatures differ"
+openssl dgst -sha256 -verify p.pem -signature det.1 msg >/dev/null || fail "openssl rejects det.1"
+# check: the form read, the key and its checks; explicit parameters are compared with the named curve.
+ok check k.pem
+[[ $OUT == 'format: PEM "PRIVATE KEY"'*'named curve'*'passed: the public point is d*G' ]] || fail "check: $OUT"
+ok check p.spki-explicit
+[[ $OUT == *'key: public'*"parameters: $([[ $CURVE == b* ]] && echo named || echo explicit)"* ]] || fail "$OUT"
 # The raw and SSH forms (invalid over another file), and a hexadecimal signature (sign without -o) over a
 # given hash.
 for form in raw ssh; do

@@ -21,6 +21,9 @@ ok pub k.pem --format jwk
 sed -E 's/"y":"[^"]*"/"y":"'"$(sed -E 's/.*"x":"([^"]*)".*/\1/' <<<"$OUT")"'"/' <<<"$OUT" >offcurve.jwk
 { grep -v '^public' k.hex; grep '^public' k2.hex; } >mismatch.hex
 printf 'curve: P-256\nprivate 00112233445566778899\n' >badline.hex
+# Explicit parameters with cofactor 2, which the library's default loader would read as P-256.
+printf '%b' "$("$ECCKEY" pub k.pem --format spki-explicit | sed '1d;$d' | base64 -d | hex_of |
+    sed 's/020101034200/020102034200/; s/../\\x&/g')" >cofactor2.der
 printf '\001\002\003\004\005\006\007\010\011\012' >junk.sig
 # r = n (the P-256 order), s = 1: out of range, so invalid on P-256 and on secp256k1 alike.
 echo 3026022100FFFFFFFF00000000FFFFFFFFFFFFFFFFBCE6FAADA7179E84F3B9CAC2FC632551020101 >r-is-n.sig
@@ -54,6 +57,10 @@ done <<'TABLE'
 2|the JWK is not an EC key|pub rsa.jwk
 2|the PEM label "PRIVATE KEY" does not match the key it holds|pub mislabelled.pem
 2|the public point is not on the curve secp256r1|pub offcurve.jwk
+2|the public point is not on the curve secp256r1*checkPublicKey:*The public point is not on the curve.|check offcurve.jwk -v
+2|loadEccDerChecked:*The explicit parameters have another cofactor than the curve.|check cofactor2.der -v
+2|--deterministic makes der or raw signatures; see 'ecckey sign --help'|sign k.pem --hash 00 --deterministic --sig-format ssh
+2|--deterministic needs a hash of 20, 28, 32, 48 or 64 bytes|sign k.pem --hash 0011 --deterministic
 2|does not belong to its private line|pub mismatch.hex
 2|the keys are on different curves (secp256r1 and brainpoolp256r1)*error: ECC curves are different|ecdh k.pem b.pem -v
 2|'p.pem' holds a public key; ecdh needs a private key first*error: Must be a private key.|ecdh p.pem k2.hex -v

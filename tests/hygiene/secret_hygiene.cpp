@@ -107,14 +107,17 @@ class Hygiene : public ::testing::TestWithParam<std::tuple<CurveInfo, Row>> {
     bool sign(int form) {
         const unsigned char hash[32] = {0x5C};
         DataBuffer sig;
-        return form == 2 ? key->eccSignHash_forSsh(hash, 32, prng, sig, log)
-                         : key->eccSignHash(hash, 32, prng, form == 0, sig, log);
+        return form == 3   ? key->eccSignHashDeterministic(hash, 32, HASH_SHA256, true, sig, log)
+               : form == 2 ? key->eccSignHash_forSsh(hash, 32, prng, sig, log)
+                           : key->eccSignHash(hash, 32, prng, form == 0, sig, log);
     }
-    // loadEccDer marks its input sensitive itself: the copy here is left unmarked on purpose.
+    // Both loaders mark their input sensitive themselves: the copies here are left unmarked on purpose.
     bool loadsDer(const DataBuffer &der) {
-        DataBuffer input;
+        DataBuffer input, copy;
         input.append(der);
-        return EccKey().loadEccDer(input, log);
+        copy.append(der);
+        const bool checked = EccKey().loadEccDerChecked(copy, log);
+        return EccKey().loadEccDer(input, log) && checked;
     }
     bool der(bool (EccKey::*write)(DataBuffer &, LogBase &), bool readBack) {
         DataBuffer out;
@@ -180,11 +183,13 @@ const Row kRows[] = {
     {"SignDer", kScalar | kNonce, [](Hygiene &t) { return t.sign(0); }},
     {"SignRaw", kScalar | kNonce, [](Hygiene &t) { return t.sign(1); }},
     {"SignSsh", kScalar | kNonce, [](Hygiene &t) { return t.sign(2); }},
+    {"SignDeterministic", kScalar, [](Hygiene &t) { return t.sign(3); }},
     {"Ecdh", kScalar,
      [](Hygiene &t) {
          EccKey peer;  // the same scalar: only its point is used
-         DataBuffer shared;
-         return t.load(peer) && t.key->sharedSecret(peer, shared, t.log);
+         DataBuffer shared, checked;
+         return t.load(peer) && t.key->sharedSecret(peer, shared, t.log) && t.key->checkPrivateKey(t.log) &&
+                t.key->sharedSecretChecked(peer, checked, t.log);
      }},
     {"Sec1Der", kScalar, [](Hygiene &t) { return t.der(&EccKey::toEccPkcs1PrivateKeyDer, true); }},
     {"Pkcs8Der", kScalar, [](Hygiene &t) { return t.der(&EccKey::toEccPkcs8PrivateKeyDer, true); }},

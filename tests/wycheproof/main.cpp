@@ -1,6 +1,9 @@
 // ecckey-wycheproof: runs the Project Wycheproof files of a folder through the module.
 //
-//   ecckey-wycheproof [FOLDER [KNOWN_DIVERGENCES]]     (FOLDER: ../shared/vectors/wycheproof by default)
+//   ecckey-wycheproof [--checked] [FOLDER [KNOWN_DIVERGENCES]]   (FOLDER: ../shared/vectors/wycheproof)
+//
+// --checked runs the ECDH files only, through loadEccDerChecked and sharedSecretChecked, with no known
+// divergence at all: every invalid case must be refused and every valid one must agree.
 //
 // Each file's "schema" picks a row of the handler table; the walk over groups and tests is shared. A
 // handler turns one test into the module's outcome: "valid", "invalid", or "wrong-secret" for an agreed
@@ -39,6 +42,8 @@ using ecckey_test::Bytes;
 using ecckey_test::toDb;
 using nlohmann::json;
 
+bool s_checked = false;  // --checked: set once, before any file is read
+
 // Hex text to bytes; false on odd length or a non-hex character (the test then counts as refused).
 bool unhex(const std::string &hex, Bytes &out) {
     bool ok = hex.size() % 2 == 0 && hex.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
@@ -69,7 +74,7 @@ bool loadKey(Form form, const json &test, const char *field, const std::string &
                                   : unhex(text, bytes);
     if (form == Form::Der)
         der = toDb(bytes);
-    return read && key.loadEccDer(der, log);
+    return read && (s_checked ? key.loadEccDerChecked(der, log) : key.loadEccDer(der, log));
 }
 
 // An ECDSA group's public key ("publicKey", "key" in older files); ECDH groups name their curve themselves.
@@ -81,7 +86,8 @@ const json &groupKey(const json &group) {
 using Handler =
     std::function<std::string(const json &, const json &, const std::string &, ecckey::LogRecorder &)>;
 
-// ECDH: our key and the peer's in their forms, then sharedSecret. A refusal anywhere is "invalid".
+// ECDH: our key and the peer's in their forms, then sharedSecret (sharedSecretChecked with --checked). A
+// refusal anywhere is "invalid".
 Handler ecdh(Form mine, Form peer) {
     return [=](const json &, const json &test, const std::string &curve, ecckey::LogRecorder &log) {
         Bytes shared;
@@ -89,7 +95,9 @@ Handler ecdh(Form mine, Form peer) {
         ecckey::DataBuffer secret;
         if (!unhex(test.value("shared", std::string()), shared) ||
             !loadKey(mine, test, "private", curve, ours, log) ||
-            !loadKey(peer, test, "public", curve, theirs, log) || !ours.sharedSecret(theirs, secret, log))
+            !loadKey(peer, test, "public", curve, theirs, log) ||
+            !(s_checked ? ours.sharedSecretChecked(theirs, secret, log)
+                        : ours.sharedSecret(theirs, secret, log)))
             return "invalid";
         return shared.empty() || secret.equals(toDb(shared)) ? "valid" : "wrong-secret";
     };
@@ -227,19 +235,23 @@ void runFile(const std::filesystem::path &path, const Known &known, long &allPas
 }  // namespace
 
 // argv[1], optional: another folder than the shared vectors; argv[2], optional: another list of known
-// divergences.
+// divergences. Either may follow --checked.
 int main(int argc, char **argv) {
+    s_checked = argc > 1 && std::string(argv[1]) == "--checked";
+    argc -= s_checked ? 1 : 0;
+    argv += s_checked ? 1 : 0;
     std::string dir = argc > 1 ? argv[1] : ECCKEY_VECTORS_DIR "/wycheproof";
     if (!std::filesystem::is_directory(dir)) {
         std::printf("Wycheproof vectors not found at %s: skipped\n", dir.c_str());
         return 77;
     }
     Known known;
-    if (!loadKnown(argc > 2 ? argv[2] : ECCKEY_KNOWN_DIVERGENCES, known))
+    if (!s_checked && !loadKnown(argc > 2 ? argv[2] : ECCKEY_KNOWN_DIVERGENCES, known))
         return 1;
     std::set<std::filesystem::path> files;  // sorted, for a stable report
     for (const auto &entry : std::filesystem::directory_iterator(dir))
-        if (entry.path().extension() == ".json")
+        if (entry.path().extension() == ".json" &&
+            (!s_checked || entry.path().filename().string().rfind("ecdh", 0) == 0))
             files.insert(entry.path());
     long passed = 0, failed = 0;
     for (const auto &file : files)

@@ -1,0 +1,195 @@
+#include "ecc/DeterministicNonce.h"
+
+#include <openssl/crypto.h>
+
+#include <cstring>
+
+#include "support/DataBuffer.h"
+#include "support/Hash.h"
+#include "support/LogBase.h"
+
+namespace ecckey {
+
+namespace {
+
+// The longest HMAC input: V || separator || int2octets(d) || bits2octets(h1).
+const unsigned kMaxSeedLen = DeterministicNonce::kMaxHashLen + 1 + 2 * DeterministicNonce::kMaxOrderLen;
+// Refused candidates in a row before giving up. On brainpoolP256r1 (n just above 2^255 · 1.32) about a
+// third of the candidates are refused; 64 refusals in a row happen with a chance below 2^-99.
+const unsigned kMaxCandidates = 64;
+
+unsigned bitLength(unsigned char byte) {
+    unsigned bits = 0;
+    for (; byte != 0; byte >>= 1)
+        ++bits;
+    return bits;
+}
+
+// Zeroes a stack buffer on every way out of the scope that holds it.
+class WipedBytes {
+  public:
+    WipedBytes(unsigned char *bytes, std::size_t len) : m_bytes(bytes), m_len(len) {}
+    ~WipedBytes() { OPENSSL_cleanse(m_bytes, m_len); }
+    WipedBytes(const WipedBytes &) = delete;
+    WipedBytes &operator=(const WipedBytes &) = delete;
+
+  private:
+    unsigned char *m_bytes;
+    std::size_t m_len;
+};
+
+}  // namespace
+
+DeterministicNonce::DeterministicNonce(int hashAlg, bool leastSignificantFirst)
+    : m_hashAlg(hashAlg), m_leastSignificantFirst(leastSignificantFirst) {}
+
+DeterministicNonce::~DeterministicNonce() {
+    OPENSSL_cleanse(m_K, sizeof m_K);
+    OPENSSL_cleanse(m_V, sizeof m_V);
+}
+
+// out = HMAC_K(data); out may be V or K itself.
+bool DeterministicNonce::mac(const unsigned char *data, unsigned len, unsigned char *out) const {
+    unsigned char result[kMaxHashLen];
+    WipedBytes wipeResult(result, sizeof result);
+    if (!_tvHash::hmac(m_hashAlg, m_K, m_hashLen, data, len, result))
+        return false;
+    std::memcpy(out, result, m_hashLen);
+    return true;
+}
+
+// K = HMAC_K(V || separator || int2octets(d) || h), then V = HMAC_K(V): steps d to g of the RFC.
+bool DeterministicNonce::rekey(unsigned char separator, const unsigned char *privKey,
+                               const unsigned char *h) {
+    unsigned char data[kMaxSeedLen];
+    WipedBytes wipeData(data, sizeof data);
+    std::memcpy(data, m_V, m_hashLen);
+    data[m_hashLen] = separator;
+    std::memcpy(data + m_hashLen + 1, privKey, m_orderLen);
+    std::memcpy(data + m_hashLen + 1 + m_orderLen, h, m_orderLen);
+    return mac(data, m_hashLen + 1 + 2 * m_orderLen, m_K) && mac(m_V, m_hashLen, m_V);
+}
+
+// After a refused k: K = HMAC_K(V || 0x00), V = HMAC_K(V).
+bool DeterministicNonce::retry() {
+    unsigned char data[kMaxHashLen + 1];
+    WipedBytes wipeData(data, sizeof data);
+    std::memcpy(data, m_V, m_hashLen);
+    data[m_hashLen] = 0x00;
+    return mac(data, m_hashLen + 1, m_K) && mac(m_V, m_hashLen, m_V);
+}
+
+// bits2int (RFC 6979, 2.3.2) into m_orderLen bytes: the leftmost qlen bits of in, or the whole of a
+// shorter in. A longer in has at least m_orderLen bytes, whose value is shifted right by the surplus bits.
+void DeterministicNonce::bitsToInt(const unsigned char *in, unsigned inLen, unsigned char *out) const {
+    std::memset(out, 0, m_orderLen);
+    if (8 * inLen <= m_orderBits) {
+        std::memcpy(out + (m_orderLen - inLen), in, inLen);
+        return;
+    }
+    const unsigned shift = 8 * m_orderLen - m_orderBits;  // 0 to 7
+    for (unsigned i = 0; i < m_orderLen; ++i) {
+        const unsigned high = i > 0 ? in[i - 1] : 0u;
+        out[i] = (unsigned char)((((high << 8) | in[i]) >> shift) & 0xFF);
+    }
+}
+
+// 1 <= k < n, with no branch on k's bytes: the borrow of k - n and the OR of all bytes.
+bool DeterministicNonce::inRange(const unsigned char *k) const {
+    unsigned borrow = 0;
+    unsigned any = 0;
+    for (unsigned i = m_orderLen; i-- > 0;) {
+        borrow = (((unsigned)k[i] - m_order[i] - borrow) >> 8) & 1u;
+        any |= k[i];
+    }
+    return (borrow & ((any + 0xFFu) >> 8)) != 0;
+}
+
+bool DeterministicNonce::seed(const unsigned char *order, unsigned orderLen, const unsigned char *privKey,
+                              const unsigned char *hash, unsigned hashLen, LogBase &log) {
+    m_seeded = false;
+    m_drawn = false;
+    m_hashLen = _tvHash::hashLen(m_hashAlg);
+    if (m_hashLen == 0 || m_hashLen > kMaxHashLen || !order || orderLen == 0 || orderLen > kMaxOrderLen ||
+        order[0] == 0 || !privKey || (!hash && hashLen != 0)) {
+        log.logError("Failed to seed the nonce generator.");
+        return false;
+    }
+    std::memcpy(m_order, order, orderLen);
+    m_orderLen = orderLen;
+    m_orderBits = 8 * (orderLen - 1) + bitLength(order[0]);
+    if (!inRange(privKey)) {
+        log.logError("The private key is not in [1, n-1].");
+        return false;
+    }
+
+    // bits2octets(h1): bits2int(h1) is below 2^qlen, so below 2n, and one subtraction reduces it modulo n.
+    unsigned char h[kMaxOrderLen];
+    bitsToInt(hash, hashLen, h);
+    unsigned borrow = 0;
+    unsigned char diff[kMaxOrderLen];
+    for (unsigned i = m_orderLen; i-- > 0;) {
+        const unsigned d = (unsigned)h[i] - m_order[i] - borrow;
+        diff[i] = (unsigned char)(d & 0xFF);
+        borrow = (d >> 8) & 1u;
+    }
+    if (borrow == 0)  // h1 is public: this may branch
+        std::memcpy(h, diff, m_orderLen);
+
+    std::memset(m_V, 0x01, m_hashLen);
+    std::memset(m_K, 0x00, m_hashLen);
+    if (!rekey(0x00, privKey, h) || !rekey(0x01, privKey, h)) {
+        log.logError("Failed to seed the nonce generator.");
+        return false;
+    }
+    m_seeded = true;
+    return true;
+}
+
+bool DeterministicNonce::genRandom(unsigned count, DataBuffer &out, LogBase &log) {
+    if (!m_seeded || count != m_orderLen) {
+        log.logError("The nonce generator is not seeded for this curve.");
+        return false;
+    }
+    if (m_drawn && !retry()) {
+        log.logError("Failed to derive a nonce.");
+        return false;
+    }
+    m_drawn = true;
+
+    // T = V || V' || ... until it holds qlen bits; k = bits2int(T), refused unless in [1, n - 1].
+    unsigned char t[kMaxOrderLen + kMaxHashLen];
+    unsigned char k[kMaxOrderLen];
+    WipedBytes wipeT(t, sizeof t);
+    WipedBytes wipeK(k, sizeof k);
+    bool found = false;
+    for (unsigned candidate = 0; candidate < kMaxCandidates && !found; ++candidate) {
+        if (candidate > 0 && !retry())
+            break;
+        unsigned tLen = 0;
+        bool ok = true;
+        while (ok && 8 * tLen < m_orderBits) {
+            ok = mac(m_V, m_hashLen, m_V);
+            std::memcpy(t + tLen, m_V, m_hashLen);
+            tLen += m_hashLen;
+        }
+        if (!ok)
+            break;
+        bitsToInt(t, tLen, k);
+        found = inRange(k);
+    }
+    if (!found) {
+        log.logError("Failed to derive a nonce.");
+        return false;
+    }
+    if (m_leastSignificantFirst) {
+        for (unsigned i = 0; i < m_orderLen / 2; ++i) {
+            const unsigned char b = k[i];
+            k[i] = k[m_orderLen - 1 - i];
+            k[m_orderLen - 1 - i] = b;
+        }
+    }
+    return out.append(k, m_orderLen);
+}
+
+}  // namespace ecckey
