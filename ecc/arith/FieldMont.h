@@ -1,10 +1,10 @@
 // FieldMont<N>: the integers modulo an odd m below 2^(64N), in N 64-bit limbs and Montgomery form.
 //
 // An element v is held as v·R mod m with R = 2^(64N), fully reduced into [0, m), limbs least significant
-// first. A product is a Montgomery product (a·b·R⁻¹ mod m) with its carries in unsigned __int128; a sum, a
-// difference and a halving make one correction by m, chosen with a mask. No branch and no memory index
-// depends on an element: every loop runs a count fixed by N, and every mask comes from a carry or a low
-// bit. (The one exponent, m − 2 in invert, is public.)
+// first. A product is a Montgomery product (a·b·R⁻¹ mod m): 64 × 64 → 128-bit products in unsigned
+// __int128, summed by add-with-carry chains. A sum, a difference and a halving make one correction by m,
+// chosen with a mask. No branch and no memory index depends on an element: every loop runs a count fixed
+// by N, and every mask comes from a carry or a low bit. (The one exponent, m − 2 in invert, is public.)
 //
 // Nothing here is tied to a curve's prime: the generic curves use it modulo p (FixedField.h), and any odd
 // modulus of the same size, the group order included, fits it the same way. N runs from 3 to 9 (P-192 to
@@ -12,6 +12,10 @@
 #pragma once
 
 #include <cstdint>
+
+#if defined(__x86_64__)
+#include <x86intrin.h>
+#endif
 
 #include "ecc/secp256k1/ConstantTime.h"
 
@@ -38,11 +42,12 @@ class FieldMont {
     void mul(const Elem &a, const Elem &b, Elem &c) const;
     // c = a²·R⁻¹ mod m, cheaper than mul(a, a, c): each cross product is formed once.
     void sqr(const Elem &a, Elem &c) const;
-    // c = a + b mod m, c = a − b mod m, c = −a mod m (0 stays 0), c = a/2 mod m. Inputs below m.
-    void add(const Elem &a, const Elem &b, Elem &c) const;
-    void sub(const Elem &a, const Elem &b, Elem &c) const;
-    void neg(const Elem &a, Elem &c) const;
-    void halve(const Elem &a, Elem &c) const;
+    // c = a + b mod m, c = a − b mod m, c = −a mod m (0 stays 0), c = a/2 mod m. Inputs below m. Each is
+    // a few instructions a limb, so each is inlined where it is used.
+    __attribute__((always_inline)) void add(const Elem &a, const Elem &b, Elem &c) const;
+    __attribute__((always_inline)) void sub(const Elem &a, const Elem &b, Elem &c) const;
+    __attribute__((always_inline)) void neg(const Elem &a, Elem &c) const;
+    __attribute__((always_inline)) void halve(const Elem &a, Elem &c) const;
     // c = a·R mod m for a plain value a below m, and back: c = a·R⁻¹ mod m.
     void toMont(const Elem &a, Elem &c) const { mul(a, m_r2, c); }
     void fromMont(const Elem &a, Elem &c) const;
@@ -58,14 +63,59 @@ class FieldMont {
     typedef unsigned __int128 u128;
     typedef std::uint64_t u64;
 
-    // c = t − m when that does not go below zero, else t; t is N limbs plus a top carry (t < 2m).
-    void subtractOnce(const u64 *t, u64 top, Elem &c) const;
+    // out = a + b + carry, returning the carry out (0 or 1); out = a − b − borrow, returning the borrow.
+    // On x86-64 these are the compiler's add-with-carry intrinsics, which it chains into adc and sbb: the
+    // same sums through unsigned __int128 cost GCC three times the instructions (a zeroed high half, a
+    // shift and a mask per limb). Elsewhere they are written through unsigned __int128.
+    static unsigned char addCarry(unsigned char carry, u64 a, u64 b, u64 &out);
+    static unsigned char subBorrow(unsigned char borrow, u64 a, u64 b, u64 &out);
+    // t[0..len] += x·y[0..len − 1] for a fresh limb t[len] (its old value is overwritten) and a partial sum
+    // in t[0..len − 1]: the total then fits, and no carry leaves t[len].
+    __attribute__((always_inline)) static void addProductRow(u64 *t, u64 x, const u64 *y, int len);
+    // t[0..N] += x·m + carryIn·2^(64N); returns the carry out of t[N] (0 or 1), which belongs one limb up.
+    __attribute__((always_inline)) u64 addReductionRow(u64 *t, u64 x, u64 carryIn) const;
+    // lo[j], hi[j] = the halves of x·y[j] for j below len.
+    __attribute__((always_inline)) static void rowProducts(u64 x, const u64 *y, int len, u64 *lo, u64 *hi);
+    // c = t·R⁻¹ mod m for a t of 2N limbs below m·R (a product of two values below m). Inlined into mul
+    // and sqr, which then keep part of t in registers between the product and its reduction.
+    __attribute__((always_inline)) void reduce(u64 *t, Elem &c) const;
+    // c = t − m when that does not go below zero, else t; t is N limbs plus a top carry (t < 2m). Inlined
+    // into every caller: a call would send t through memory.
+    __attribute__((always_inline)) void subtractOnce(const u64 *t, u64 top, Elem &c) const;
 
     Elem m_m{};
     Elem m_one{};  // R mod m
     Elem m_r2{};   // R² mod m
     u64 m_n0 = 0;  // −m⁻¹ mod 2^64
 };
+
+template <int N>
+inline unsigned char FieldMont<N>::addCarry(unsigned char carry, u64 a, u64 b, u64 &out) {
+#if defined(__x86_64__)
+    unsigned long long sum;
+    carry = _addcarry_u64(carry, a, b, &sum);
+    out = sum;
+    return carry;
+#else
+    const u128 sum = (u128)a + b + carry;
+    out = (u64)sum;
+    return (unsigned char)(sum >> 64);
+#endif
+}
+
+template <int N>
+inline unsigned char FieldMont<N>::subBorrow(unsigned char borrow, u64 a, u64 b, u64 &out) {
+#if defined(__x86_64__)
+    unsigned long long difference;
+    borrow = _subborrow_u64(borrow, a, b, &difference);
+    out = difference;
+    return borrow;
+#else
+    const u128 difference = (u128)a - b - borrow;
+    out = (u64)difference;
+    return (unsigned char)(difference >> 127);
+#endif
+}
 
 template <int N>
 bool FieldMont<N>::setUp(const Elem &m) {
@@ -101,155 +151,150 @@ bool FieldMont<N>::setUp(const Elem &m) {
 }
 
 template <int N>
-void FieldMont<N>::subtractOnce(const u64 *t, u64 top, Elem &c) const {
+inline void FieldMont<N>::subtractOnce(const u64 *t, u64 top, Elem &c) const {
     u64 d[N];
-    u64 borrow = 0;
-#pragma GCC unroll 16
-    for (int j = 0; j < N; ++j) {
-        const u128 x = (u128)t[j] - m_m.w[j] - borrow;
-        d[j] = (u64)x;
-        borrow = (u64)(x >> 64) & 1u;
-    }
+    unsigned char borrow = 0;
+#pragma GCC unroll 32
+    for (int j = 0; j < N; ++j)
+        borrow = subBorrow(borrow, t[j], m_m.w[j], d[j]);
     // t − m = (top − borrow)·2^(64N) + d, and t < 2m: all ones when t < m (keep t), zero otherwise.
     const u64 keep = ct::opaque64(top - borrow);
-#pragma GCC unroll 16
+#pragma GCC unroll 32
     for (int j = 0; j < N; ++j)
         c.w[j] = (t[j] & keep) | (d[j] & ~keep);
 }
 
-// Operand-scanning Montgomery product with the reduction folded into each row: row i adds a·b[i] and
-// q·m, where q = (t[0] + a[0]·b[i])·(−m⁻¹) mod 2^64 makes the row's lowest limb zero, and shifts down by
-// one limb. The two products of a row ride separate carries, which lets their multiplications overlap.
-// t stays below 2m, so N limbs and a carry hold it.
 template <int N>
-void FieldMont<N>::mul(const Elem &a, const Elem &b, Elem &c) const {
-    u64 t[N + 1] = {0};
-#pragma GCC unroll 16
-    for (int i = 0; i < N; ++i) {
-        const u64 bi = b.w[i];
-        u128 x = (u128)a.w[0] * bi + t[0];
-        const u64 q = (u64)x * m_n0;
-        u128 y = (u128)q * m_m.w[0] + (u64)x;  // low limb 0 by the choice of q
-        u64 carryAB = (u64)(x >> 64);
-        u64 carryQM = (u64)(y >> 64);
-#pragma GCC unroll 16
-        for (int j = 1; j < N; ++j) {
-            x = (u128)a.w[j] * bi + t[j] + carryAB;  // below 2^128: (2^64 − 1)² + 2(2^64 − 1)
-            carryAB = (u64)(x >> 64);
-            y = (u128)q * m_m.w[j] + (u64)x + carryQM;
-            carryQM = (u64)(y >> 64);
-            t[j - 1] = (u64)y;
-        }
-        const u128 top = (u128)t[N] + carryAB + carryQM;
-        t[N - 1] = (u64)top;
-        t[N] = (u64)(top >> 64);
+inline void FieldMont<N>::rowProducts(u64 x, const u64 *y, int len, u64 *lo, u64 *hi) {
+#pragma GCC unroll 32
+    for (int j = 0; j < len; ++j) {
+        const u128 product = (u128)x * y[j];
+        lo[j] = (u64)product;
+        hi[j] = (u64)(product >> 64);
     }
-    subtractOnce(t, t[N], c);
 }
 
-// The square in full (each cross product once, then doubled, then the squares of the limbs added),
-// followed by a Montgomery reduction of its 2N limbs.
+// The low halves of the products go into one carry chain and the high halves, one limb up, into a second:
+// two runs of plain add-with-carry, where a single chain would have to carry two bits at every limb.
+template <int N>
+inline void FieldMont<N>::addProductRow(u64 *t, u64 x, const u64 *y, int len) {
+    u64 lo[N], hi[N];
+    rowProducts(x, y, len, lo, hi);
+    unsigned char carry = 0;
+#pragma GCC unroll 32
+    for (int j = 0; j < len; ++j)
+        carry = addCarry(carry, t[j], lo[j], t[j]);
+    t[len] = carry;
+    carry = 0;
+#pragma GCC unroll 32
+    for (int j = 0; j < len; ++j)
+        carry = addCarry(carry, t[j + 1], hi[j], t[j + 1]);
+}
+
+template <int N>
+inline typename FieldMont<N>::u64 FieldMont<N>::addReductionRow(u64 *t, u64 x, u64 carryIn) const {
+    u64 lo[N], hi[N];
+    rowProducts(x, m_m.w, N, lo, hi);
+    unsigned char carry = 0;
+#pragma GCC unroll 32
+    for (int j = 0; j < N; ++j)
+        carry = addCarry(carry, t[j], lo[j], t[j]);
+    const unsigned char carryOfLow = addCarry(carry, t[N], carryIn, t[N]);
+    carry = 0;
+#pragma GCC unroll 32
+    for (int j = 0; j < N; ++j)
+        carry = addCarry(carry, t[j + 1], hi[j], t[j + 1]);
+    // The row's sum stays below 2^(64(N + 2)), so at most one of the two carries is set.
+    return (u64)carryOfLow + carry;
+}
+
+// Montgomery reduction by rows: row i adds q·m at limb i, with q = t[i]·(−m⁻¹) mod 2^64 chosen to clear
+// limb i. A row's carry out lands where the next row's top limb is, and is added there. The result,
+// t/R, is below 2m.
+template <int N>
+inline void FieldMont<N>::reduce(u64 *t, Elem &c) const {
+    u64 carry = 0;
+#pragma GCC unroll 32
+    for (int i = 0; i < N; ++i)
+        carry = addReductionRow(t + i, t[i] * m_n0, carry);
+    subtractOnce(t + N, carry, c);
+}
+
+// The full product by rows, row i adding a[i]·b at limb i (its top limb, i + N, is fresh), then the
+// reduction.
+template <int N>
+void FieldMont<N>::mul(const Elem &a, const Elem &b, Elem &c) const {
+    u64 t[2 * N] = {0};
+#pragma GCC unroll 32
+    for (int i = 0; i < N; ++i)
+        addProductRow(t + i, a.w[i], b.w, N);
+    reduce(t, c);
+}
+
+// The full square: the cross products a[i]·a[j], i < j, each once (row i adds a[i]·a[i+1..N−1] at limb
+// 2i + 1; its top limb, i + N, is fresh), doubled, plus the squares of the limbs; then the reduction.
 template <int N>
 void FieldMont<N>::sqr(const Elem &a, Elem &c) const {
     u64 t[2 * N] = {0};
-#pragma GCC unroll 16
-    for (int i = 0; i < N - 1; ++i) {
-        u128 acc = 0;
-#pragma GCC unroll 16
-        for (int j = i + 1; j < N; ++j) {
-            acc += (u128)a.w[i] * a.w[j] + t[i + j];
-            t[i + j] = (u64)acc;
-            acc >>= 64;
-        }
-        t[i + N] = (u64)acc;
-    }
-    // t = 2·t + the squares of the limbs; the doubling's carry moves up one limb at a time.
-    u128 acc = 0;
-    u64 shiftedOut = 0;
-#pragma GCC unroll 16
+#pragma GCC unroll 32
+    for (int i = 0; i < N - 1; ++i)
+        addProductRow(t + 2 * i + 1, a.w[i], a.w + i + 1, N - 1 - i);
+    // The cross sum is below 2^(128N − 1): doubling it loses no bit.
+    unsigned char bit = 0;
+#pragma GCC unroll 32
+    for (int j = 0; j < 2 * N; ++j)
+        bit = addCarry(bit, t[j], t[j], t[j]);
+    unsigned char sumCarry = 0;
+#pragma GCC unroll 32
     for (int i = 0; i < N; ++i) {
         const u128 square = (u128)a.w[i] * a.w[i];
-        const u64 lo = t[2 * i], hi = t[2 * i + 1];
-        acc += (u128)((lo << 1) | shiftedOut) + (u64)square;
-        t[2 * i] = (u64)acc;
-        acc >>= 64;
-        acc += (u128)((hi << 1) | (lo >> 63)) + (u64)(square >> 64);
-        t[2 * i + 1] = (u64)acc;
-        acc >>= 64;
-        shiftedOut = hi >> 63;
+        sumCarry = addCarry(sumCarry, t[2 * i], (u64)square, t[2 * i]);
+        sumCarry = addCarry(sumCarry, t[2 * i + 1], (u64)(square >> 64), t[2 * i + 1]);
     }
-    // Reduction: limb i is cleared by adding q·m·2^(64i); the carry out of the top limb is kept apart.
-    u64 top = 0;
-#pragma GCC unroll 16
-    for (int i = 0; i < N; ++i) {
-        const u64 q = t[i] * m_n0;
-        u128 r = ((u128)q * m_m.w[0] + t[i]) >> 64;
-#pragma GCC unroll 16
-        for (int j = 1; j < N; ++j) {
-            r += (u128)q * m_m.w[j] + t[i + j];
-            t[i + j] = (u64)r;
-            r >>= 64;
-        }
-        r += (u128)t[i + N] + top;
-        t[i + N] = (u64)r;
-        top = (u64)(r >> 64);
-    }
-    subtractOnce(t + N, top, c);
+    reduce(t, c);
 }
 
 template <int N>
-void FieldMont<N>::add(const Elem &a, const Elem &b, Elem &c) const {
+inline void FieldMont<N>::add(const Elem &a, const Elem &b, Elem &c) const {
     u64 s[N];
-    u128 carry = 0;
-#pragma GCC unroll 16
-    for (int j = 0; j < N; ++j) {
-        carry += (u128)a.w[j] + b.w[j];
-        s[j] = (u64)carry;
-        carry >>= 64;
-    }
-    subtractOnce(s, (u64)carry, c);
+    unsigned char carry = 0;
+#pragma GCC unroll 32
+    for (int j = 0; j < N; ++j)
+        carry = addCarry(carry, a.w[j], b.w[j], s[j]);
+    subtractOnce(s, carry, c);
 }
 
 template <int N>
-void FieldMont<N>::sub(const Elem &a, const Elem &b, Elem &c) const {
+inline void FieldMont<N>::sub(const Elem &a, const Elem &b, Elem &c) const {
     u64 d[N];
-    u64 borrow = 0;
-#pragma GCC unroll 16
-    for (int j = 0; j < N; ++j) {
-        const u128 x = (u128)a.w[j] - b.w[j] - borrow;
-        d[j] = (u64)x;
-        borrow = (u64)(x >> 64) & 1u;
-    }
+    unsigned char borrow = 0;
+#pragma GCC unroll 32
+    for (int j = 0; j < N; ++j)
+        borrow = subBorrow(borrow, a.w[j], b.w[j], d[j]);
     // Went below zero: add m back (mask all ones), else add nothing.
-    const u64 addMask = ct::opaque64(0 - borrow);
-    u128 carry = 0;
-#pragma GCC unroll 16
-    for (int j = 0; j < N; ++j) {
-        carry += (u128)d[j] + (m_m.w[j] & addMask);
-        c.w[j] = (u64)carry;
-        carry >>= 64;
-    }
+    const u64 addMask = ct::opaque64(0 - (u64)borrow);
+    unsigned char carry = 0;
+#pragma GCC unroll 32
+    for (int j = 0; j < N; ++j)
+        carry = addCarry(carry, d[j], m_m.w[j] & addMask, c.w[j]);
 }
 
 template <int N>
-void FieldMont<N>::neg(const Elem &a, Elem &c) const {
+inline void FieldMont<N>::neg(const Elem &a, Elem &c) const {
     const Elem zero{};
     sub(zero, a, c);
 }
 
 // An odd a is made even by adding m (odd); the sum, below 2m, is shifted right with its carry on top.
 template <int N>
-void FieldMont<N>::halve(const Elem &a, Elem &c) const {
+inline void FieldMont<N>::halve(const Elem &a, Elem &c) const {
     const u64 addMask = ct::opaque64(0 - (a.w[0] & 1u));
     u64 s[N];
-    u128 carry = 0;
-#pragma GCC unroll 16
-    for (int j = 0; j < N; ++j) {
-        carry += (u128)a.w[j] + (m_m.w[j] & addMask);
-        s[j] = (u64)carry;
-        carry >>= 64;
-    }
-#pragma GCC unroll 16
+    unsigned char carry = 0;
+#pragma GCC unroll 32
+    for (int j = 0; j < N; ++j)
+        carry = addCarry(carry, a.w[j], m_m.w[j] & addMask, s[j]);
+#pragma GCC unroll 32
     for (int j = 0; j < N - 1; ++j)
         c.w[j] = (s[j] >> 1) | (s[j + 1] << 63);
     c.w[N - 1] = (s[N - 1] >> 1) | ((u64)carry << 63);
