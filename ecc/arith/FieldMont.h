@@ -7,8 +7,8 @@
 // by N, and every mask comes from a carry or a low bit. (The one exponent, m − 2 in invert, is public.)
 //
 // Nothing here is tied to a curve's prime: the generic curves use it modulo p (FixedField.h), and any odd
-// modulus of the same size, the group order included, fits it the same way. N runs from 3 to 9 (P-192 to
-// P-521); each size is its own instantiation, so every loop count is a compile-time constant.
+// modulus of the same size, the group order included, fits it the same way. The curves use N from 3 to 9
+// (P-192 to P-521); each size is its own instantiation, so every loop count is a compile-time constant.
 #pragma once
 
 #include <cstdint>
@@ -55,7 +55,8 @@ class FieldMont {
     // form. 0 gives 0. A fixed 4-bit window over the public exponent; the table is wiped afterwards.
     void invert(const Elem &a, Elem &c) const;
 
-    // 1 when a = b (a = 0), else 0; every limb is compared, whatever the earlier ones held.
+    // True when a = b (isZero: when a = 0). Every limb is compared, whatever the earlier ones held, and the
+    // answer is formed without a branch; only the caller's use of it may branch.
     static bool isEqual(const Elem &a, const Elem &b);
     static bool isZero(const Elem &a);
 

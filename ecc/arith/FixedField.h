@@ -19,9 +19,9 @@
 
 namespace ecckey {
 
-// The limb count of the fixed-width field for modulus p: 3 to 9 for an odd p of 129 to 576 bits, and only
-// the sizes the catalogue uses (3, 4, 5, 6, 8 and 9); 0 when p is none of these, and the big-integer path
-// serves it.
+// The limb count of the fixed-width field for modulus p: the number of 64-bit limbs an odd p needs, for
+// the sizes the catalogue uses (3, 4, 5, 6, 8 and 9 limbs: 129 to 576 bits but 385 to 448); 0 for an even
+// p or another size, which the big-integer path then serves.
 int fixedFieldLimbs(const mp_int &p);
 
 // Runs run(std::integral_constant<int, N>()) for p's limb count, or fallback() when it has none.

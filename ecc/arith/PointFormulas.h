@@ -14,7 +14,8 @@
 //   add(a, b, c), sub(a, b, c)       sum and difference, brought back below p by one correction
 //   halve(t)                         t = t/2 mod p
 //   hasA(), mulByA(v, c)             whether the curve has a general a (else a = −3), and c = a·v
-//   negate(a, c)                     a value that compares equal to b exactly when b = −a
+//   negate(a, c)                     c = −a mod p, or p itself for a = 0 (the fallback's test, which
+//                                    uses it, compares with Q.Y first)
 //   isEqual(a, b)                    the two hold the same value
 //   isPlainOne(z)                    z is the value the big-integer path stores as the plain integer 1
 //   copy(a, c), copyPoint(P, R)      R's X9.63 form byte too, where the point has one
