@@ -200,8 +200,8 @@ void TableReporter::printComparisonTable(std::ostream &out) const {
            "ecckey's sign row gives the nonces its signer drew per signature (one per attempt). The floor of "
            "a "
            "multiplication is its count of field products times the cost of one (the field multiplication "
-           "row: mp_mul + mp_montgomery_reduce on the generic curves, FieldInt256::multiply on "
-           "secp256k1).\n\n"
+           "row: the fixed-width Montgomery product FieldMont<N>::mul on the generic curves, "
+           "FieldInt256::multiply on secp256k1).\n\n"
         << table;
 
     // Failures are listed under the table, so that an "error" cell can be traced.

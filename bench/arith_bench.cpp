@@ -1,6 +1,7 @@
 // The generic arithmetic's hot path on each of the twelve curves it serves: k·G through the ladder,
-// u1·G + u2·Q through the joint table (an ECDSA verification's cost), and one ladder step alone. Each
-// reports "allocs/op", the heap allocations per call counted by bench/AllocCounter.cpp.
+// u1·G + u2·Q through the joint table (an ECDSA verification's cost), and one ladder step alone on the
+// fixed-width field. Each reports "allocs/op", the heap allocations per call counted by
+// bench/AllocCounter.cpp.
 #include <benchmark/benchmark.h>
 #include <openssl/obj_mac.h>
 
@@ -11,6 +12,8 @@
 #include "bench/AllocCounter.h"
 #include "ecc/EccKey.h"
 #include "ecc/arith/EccArith.h"
+#include "ecc/arith/FixedField.h"
+#include "ecc/arith/PointFormulas.h"
 #include "support/LogBase.h"
 #include "tests/support/ArithCurve.h"
 
@@ -104,40 +107,36 @@ void BM_Mul2Add(benchmark::State &state, ArithBenchCurve bc) {
     reportAllocations(state, allocations);
 }
 
-// One ladder step (an addition and a doubling) on temporaries set up once: what the loop of both
-// multiplications costs per bit, and what it allocates (nothing).
-void BM_LadderStep(benchmark::State &state, ArithBenchCurve bc) {
-    ArithCurve c;
-    if (!c.load(bc.nid)) {
-        state.SkipWithError("OpenSSL does not know the curve");
-        return;
-    }
-    MpDigit digit = 0;
-    mp_int mu;
-    EccArithScratch s;
-    EccPoint tG, M0, M1;
-    TovarMp::mp_montgomery_setup(c.p, digit);
-    TovarMp::mp_montgomery_normalization(mu, c.p);
-    s.setUp(c.p, c.aArg(), mu);
-    EccArithScratch::growPoint(M0, c.p);
-    EccArithScratch::growPoint(M1, c.p);
-    TovarMp::mp_mulmod(c.G.m_x, mu, c.p, tG.m_x);
-    TovarMp::mp_mulmod(c.G.m_y, mu, c.p, tG.m_y);
-    TovarMp::mp_mulmod(c.G.m_z, mu, c.p, tG.m_z);
-    M0.copyFromEccPoint(tG);
-    pointDouble(tG, M1, c.aArg(), c.p, digit, s);
-    EccPoint *M[2] = {&M0, &M1};
+// One ladder step (an addition and a doubling) on the fixed-width field, set up once: what the loop of
+// both multiplications costs per bit, and what it allocates (nothing).
+template <int N>
+bool ladderSteps(benchmark::State &state, ArithCurve &c) {
+    FixedField<N> f;
+    typename FixedField<N>::Point tG, M0, M1;
+    typename FixedField<N>::Scratch s;
+    if (!f.setUp(c.p, c.aArg()) || !f.load(c.G, tG) || !jacobianDouble(f, tG, M1, s))
+        return false;
+    M0 = tG;
+    typename FixedField<N>::Point *M[2] = {&M0, &M1};
     int bit = 0;
     std::uint64_t allocations = 0;
     for (auto _ : state) {
         const std::uint64_t before = ecckey_alloc::allocationCount();
-        bool ok = pointAdd(M0, M1, *M[1 - bit], c.aArg(), c.p, digit, s) &&
-                  pointDouble(*M[bit], *M[bit], c.aArg(), c.p, digit, s);
+        bool ok = jacobianAdd(f, M0, M1, *M[1 - bit], s) && jacobianDouble(f, *M[bit], *M[bit], s);
         allocations += ecckey_alloc::allocationCount() - before;
         benchmark::DoNotOptimize(ok);
         bit ^= 1;
     }
     reportAllocations(state, allocations);
+    return true;
+}
+
+void BM_LadderStep(benchmark::State &state, ArithBenchCurve bc) {
+    ArithCurve c;
+    if (!c.load(bc.nid) || !withFixedFieldLimbs(
+                               c.p, [&](auto limbs) { return ladderSteps<decltype(limbs)::value>(state, c); },
+                               [] { return false; }))
+        state.SkipWithError("set-up failed");
 }
 
 const bool s_registered = [] {

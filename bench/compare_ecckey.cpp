@@ -1,6 +1,6 @@
 // ecckey's column of the comparison table: the four key operations through EccKey's public interface,
-// the two multiplications under them, and one field multiplication (the Montgomery product mp_mul +
-// mp_montgomery_reduce on the generic curves, FieldInt256::multiply on secp256k1).
+// the two multiplications under them, and one field multiplication (the fixed-width Montgomery product
+// FieldMont<N>::mul on the generic curves, FieldInt256::multiply on secp256k1).
 //
 // Every case counts the heap allocations of its operation, and the two multiplications report how many
 // field products they perform, so that the table can print each one's floor (products × the cost of one).
@@ -14,6 +14,7 @@
 #include "bench/EcckeyBench.h"
 #include "ecc/EccKey.h"
 #include "ecc/arith/EccArith.h"
+#include "ecc/arith/FixedField.h"
 #include "ecc/secp256k1/CurvePt.h"
 #include "support/LogBase.h"
 #include "support/StringBuffer.h"
@@ -26,24 +27,37 @@ using namespace ecckey;
 namespace {
 
 // Field products of the generic formulas: a doubling costs 8 (a = −3) or 10 (with a, whose product is a
-// Montgomery product with a·β); an addition whose Q has Z ≠ 1, the only kind the multiplications make,
-// costs 16; mapPointBack ends with 2.
+// Montgomery product with a in Montgomery form); an addition whose Q has Z ≠ 1, the only kind the
+// multiplications make, costs 16.
 const int kAddProducts = 16;
-const int kMapProducts = 2;
 int doubleProducts(bool hasA) {
     return hasA ? 10 : 8;
 }
 
-// The ladder: M1 = 2G, then an addition and a doubling for every bit after the leading one.
-int ladderProducts(const mp_int &k, bool hasA) {
+// The affine map on the fixed-width field: Z out of Montgomery form (1), its inverse (1 into the form, a
+// table of 14 powers, then for p − 2 one product at its top non-zero nibble and four squarings and, for a
+// non-zero nibble, a product per nibble below it; 1 back out), two plain products of 2 each, X and Y (2).
+int mapProducts(const mp_int &p) {
+    mp_int e;
+    StringBuffer hex;
+    if (TovarMp::mp_set(e, 2) != 0 || TovarMp::mp_sub(p, e, e) != 0 || !TovarMp::mpint_to_hex(e, hex))
+        return 0;
+    int power = 1;
+    for (const char *c = hex.getString() + 1; *c; ++c)
+        power += 4 + (*c != '0' ? 1 : 0);
+    return 1 + 1 + 14 + power + 1 + 2 * 2 + 2;
+}
+
+// The ladder: M1 = 2G, then an addition and a doubling for every bit after the leading one, then the map.
+int ladderProducts(const mp_int &k, const mp_int &p, bool hasA) {
     const int bits = TovarMp::mp_count_bits(k);
     const int steps = bits > 1 ? bits - 1 : 0;
-    return doubleProducts(hasA) + steps * (kAddProducts + doubleProducts(hasA)) + kMapProducts;
+    return doubleProducts(hasA) + steps * (kAddProducts + doubleProducts(hasA)) + mapProducts(p);
 }
 
 // The joint table (two doublings, eleven additions), then per bit pair after the first non-zero one two
 // doublings and, for a non-zero pair, an addition.
-int jointProducts(const Bytes &u1, const Bytes &u2, bool hasA) {
+int jointProducts(const Bytes &u1, const Bytes &u2, const mp_int &p, bool hasA) {
     int products = 2 * doubleProducts(hasA) + 11 * kAddProducts;
     bool started = false;
     for (std::size_t i = 0; i < u1.size(); ++i) {
@@ -54,7 +68,7 @@ int jointProducts(const Bytes &u1, const Bytes &u2, bool hasA) {
             started = started || nonZero;
         }
     }
-    return products + kMapProducts;
+    return products + mapProducts(p);
 }
 
 // The secp256k1 engine: a doubling is 11 field multiplications, an addition 15 plus its embedded doubling.
@@ -232,7 +246,7 @@ void scalarMultG(benchmark::State &state, const BenchCurve *curve) {
             return;
         }
     }
-    state.counters[kCounterProducts] = ladderProducts(k, c.hasA);
+    state.counters[kCounterProducts] = ladderProducts(k, c.p, c.hasA);
     allocs.report(state);
 }
 
@@ -283,8 +297,27 @@ void doubleScalarMult(benchmark::State &state, const BenchCurve *curve) {
             return;
         }
     }
-    state.counters[kCounterProducts] = jointProducts(m.u1, m.u2, c.hasA);
+    state.counters[kCounterProducts] = jointProducts(m.u1, m.u2, c.p, c.hasA);
     allocs.report(state);
+}
+
+// The generic curves' product: FieldMont<N>::mul on the public point's coordinates in Montgomery form.
+template <int N>
+bool fixedProducts(benchmark::State &state, GenericCurve &c, const EccKey &key, AllocationTally &allocs) {
+    FixedField<N> f;
+    typename FixedField<N>::Point q;
+    if (!f.setUp(c.p, nullptr) || !f.load(key.m_pubPoint, q))
+        return false;
+    typename FixedField<N>::Elem a = q.m_x;
+    const typename FixedField<N>::Elem b = q.m_y;
+    for (auto _ : state) {
+        allocs.begin();
+        f.field().mul(a, b, a);
+        allocs.end();
+        benchmark::DoNotOptimize(a);
+    }
+    allocs.report(state);
+    return true;
 }
 
 // One multiplication per iteration, each depending on the previous result: the latency of a product, as
@@ -313,24 +346,11 @@ void fieldMultiply(benchmark::State &state, const BenchCurve *curve) {
         return;
     }
     GenericCurve c;
-    MpDigit rho = 0;
-    mp_int a, b;
-    if (!c.load(key) || TovarMp::mp_montgomery_setup(c.p, rho) != 0 ||
-        TovarMp::mp_copy(key.m_pubPoint.m_x, a) != 0 || TovarMp::mp_copy(key.m_pubPoint.m_y, b) != 0 ||
-        TovarMp::mp_grow(a, 2 * c.p.get_digit_count() + 2) != 0) {
+    if (!c.load(key) ||
+        !withFixedFieldLimbs(
+            c.p, [&](auto limbs) { return fixedProducts<decltype(limbs)::value>(state, c, key, allocs); },
+            [] { return false; }))
         state.SkipWithError("set-up failed");
-        return;
-    }
-    for (auto _ : state) {
-        allocs.begin();
-        const bool ok = TovarMp::mp_mul(a, b, a) == 0 && TovarMp::mp_montgomery_reduce(a, c.p, rho) == 0;
-        allocs.end();
-        if (!ok) {
-            state.SkipWithError("Montgomery product failed");
-            return;
-        }
-    }
-    allocs.report(state);
 }
 
 }  // namespace

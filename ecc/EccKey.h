@@ -60,7 +60,8 @@ class EccKey : public KeyBase {
     [[nodiscard]] bool checkPrivateKey(LogBase &log) const;
 
     // ---- Double-scalar multiplication (arith/Mul2Add.cpp) ----
-    // R = kA·A + kB·B (affine, normal form). a is null for a = −3 curves. Scalars up to 256 bytes.
+    // R = kA·A + kB·B (affine, normal form). a is null for a = −3 curves. Scalars up to 256 bytes. Runs on
+    // the fixed-width field for a p of the catalogue's sizes (fixedFieldLimbs), on LibTomMath otherwise.
     static bool mul2add(EccPoint &A, mp_int &kA, EccPoint &B, mp_int &kB, EccPoint &R, mp_int *a, mp_int &p,
                         LogBase &log);
 

@@ -359,6 +359,49 @@ bool TovarMp::mpint_to_fixed_bytes(const mp_int &a, unsigned char *out, unsigned
     return true;
 }
 
+// Limb l holds bits 64l to 64l + 63 and digit i bits D·i to D·i + D − 1 (D = MP_DIGIT_BIT): a digit
+// spans at most two limbs and a limb at most two digits plus part of a third.
+bool TovarMp::mpint_to_limbs(const mp_int &a, std::uint64_t *limbs, int count) {
+    if (!usable(a) || !limbs || isNegative(a) || ::mp_count_bits(L(a)) > 64 * count)
+        return false;
+    for (int l = 0; l < count; ++l)
+        limbs[l] = 0;
+    const ::mp_int *v = L(a);
+    for (int i = 0; i < v->used; ++i) {
+        const int bit = MP_DIGIT_BIT * i;
+        const int l = bit / 64, shift = bit % 64;
+        const std::uint64_t d = v->dp[i];
+        if (l < count)
+            limbs[l] |= d << shift;
+        if (shift + MP_DIGIT_BIT > 64 && l + 1 < count)
+            limbs[l + 1] |= d >> (64 - shift);
+    }
+    return true;
+}
+
+bool TovarMp::mpint_from_limbs(mp_int &a, const std::uint64_t *limbs, int count) {
+    if (!usable(a) || !limbs || count < 0)
+        return false;
+    const int numDigits = (64 * count + MP_DIGIT_BIT - 1) / MP_DIGIT_BIT;
+    ::mp_int *v = L(a);
+    if (v->alloc < numDigits && ::mp_grow(v, numDigits) != MP_OKAY)
+        return false;
+    for (int i = 0; i < numDigits; ++i) {
+        const int bit = MP_DIGIT_BIT * i;
+        const int l = bit / 64, shift = bit % 64;
+        std::uint64_t d = limbs[l] >> shift;
+        if (shift + MP_DIGIT_BIT > 64 && l + 1 < count)
+            d |= limbs[l + 1] << (64 - shift);
+        v->dp[i] = (mp_digit)(d & MP_MASK);
+    }
+    for (int i = numDigits; i < v->used; ++i)
+        v->dp[i] = 0;
+    v->used = numDigits;
+    v->sign = MP_ZPOS;
+    mp_clamp(v);
+    return true;
+}
+
 bool TovarMp::mpint_to_base64url(const mp_int &a, StringBuffer &out, LogBase &) {
     MagnitudeBytes mag(a);
     if (!mag.ok())

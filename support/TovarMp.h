@@ -4,6 +4,8 @@
 // Results may alias inputs, as in LibTomMath.
 #pragma once
 
+#include <cstdint>
+
 #include "support/MpInt.h"
 
 namespace ecckey {
@@ -66,6 +68,11 @@ class TovarMp {
     // |a| as exactly len big-endian bytes, zero-extended; false when it needs more. Read from the digits
     // directly: no LibTomMath temporary is made, so a secret leaves no copy behind in freed memory.
     static bool mpint_to_fixed_bytes(const mp_int &a, unsigned char *out, unsigned len);
+    // a as count 64-bit limbs, least significant first. False when a is negative or needs more limbs.
+    static bool mpint_to_limbs(const mp_int &a, std::uint64_t *limbs, int count);
+    // a = the value of count 64-bit limbs. a is grown to its final size before any digit is written, so
+    // a secret value is never left behind in a block that a reallocation frees.
+    static bool mpint_from_limbs(mp_int &a, const std::uint64_t *limbs, int count);
     // Unpadded base64url of the minimal big-endian |a|; zero is written as one 0x00 byte ("AA"), since a
     // JWK member is never empty and readers refuse one that is.
     static bool mpint_to_base64url(const mp_int &a, StringBuffer &out, LogBase &log);

@@ -1,6 +1,7 @@
 // The generic arithmetic against OpenSSL on the twelve curves it serves, and the corner cases of its
 // formulas that no valid key reaches.
 #include "ecc/arith/EccArith.h"
+#include "ecc/arith/FixedField.h"
 #include "support/ArithCurve.h"
 #include "support/Oracle.h"
 
@@ -99,6 +100,113 @@ TEST_P(Arith, NoPointAtInfinity) {
     EXPECT_TRUE(mul2(nm1.get(), one, G).empty());
     EXPECT_EQ(mul2(one, one, minusG), twoG);
     EXPECT_EQ(mul2(one, one, G), twoG);
+}
+
+// The addition's shortcut for a Q whose Z the big-integer path holds as the plain integer 1 (the value
+// β⁻¹, β its Montgomery radix): the fixed-width path takes it for the same points. B is G with Z = β⁻¹,
+// so the joint table's A + B meets it, and the sum differs from the one without the shortcut.
+TEST_P(Arith, PlainOneShortcutAsOnBigIntegerPath) {
+    MpDigit digit = 0;
+    mp_int mu, z, z2, one;
+    EccPoint B, T1, T4, R, S;
+    ASSERT_TRUE(TovarMp::mp_montgomery_setup(curve.p, digit) == 0 &&
+                TovarMp::mp_montgomery_normalization(mu, curve.p) == 0 &&
+                TovarMp::mp_invmod(mu, curve.p, z) == 0 && TovarMp::mp_mulmod(z, z, curve.p, z2) == 0 &&
+                TovarMp::mp_set(one, 1) == 0);
+    ASSERT_TRUE(TovarMp::mp_mulmod(curve.G.m_x, z2, curve.p, B.m_x) == 0 &&  // B = (x·z², y·z³, z)
+                TovarMp::mp_mulmod(curve.G.m_y, z2, curve.p, B.m_y) == 0 &&
+                TovarMp::mp_mulmod(B.m_y, z, curve.p, B.m_y) == 0 && TovarMp::mp_copy(z, B.m_z) == 0);
+    auto toMontgomery = [&](EccPoint &from, EccPoint &to) {
+        return TovarMp::mp_mulmod(from.m_x, mu, curve.p, to.m_x) == 0 &&
+               TovarMp::mp_mulmod(from.m_y, mu, curve.p, to.m_y) == 0 &&
+               TovarMp::mp_mulmod(from.m_z, mu, curve.p, to.m_z) == 0;
+    };
+    ASSERT_TRUE(toMontgomery(curve.G, T1) && toMontgomery(B, T4));
+    ASSERT_EQ(TovarMp::mp_cmp_d(T4.m_z, 1), 0);
+    ASSERT_TRUE(pointAdd(T1, T4, R, curve.aArg(), curve.p, digit) && mapPointBack(R, curve.p, digit));
+    ASSERT_TRUE(EccKey::mul2add(curve.G, one, B, one, S, curve.aArg(), curve.p, log));
+    EXPECT_EQ(bytesOfPoint(S), bytesOfPoint(R));
+}
+
+// The fixed-width field of p's limb count against LibTomMath: each operation on every pair of boundary
+// values (0, 1, p − 1, limbs all ones below the top one, with a top limb of 0 and of p's less one) and
+// random values below p. Products go in and out of Montgomery form, so a wrong radix shows too.
+template <int N>
+void fieldMatchesLibTomMath(const mp_int &p, TestPrng &prng) {
+    typedef typename FieldMont<N>::Elem Elem;
+    FieldMont<N> f;
+    Elem values[5 + 8] = {}, m, c;
+    ASSERT_TRUE(TovarMp::mpint_to_limbs(p, m.w, N) && f.setUp(m));
+    auto mp = [](const Elem &e) {
+        mp_int v;
+        EXPECT_TRUE(TovarMp::mpint_from_limbs(v, e.w, N));
+        return v;
+    };
+    // The hex of LibTomMath's result reduced mod p, or "failed".
+    auto modP = [&p](int err, mp_int &v) {
+        return err == 0 && TovarMp::mp_mod(v, p, v) == 0 ? hexOf(v) : "failed";
+    };
+    values[1].w[0] = 1;
+    values[2] = m;
+    values[2].w[0] -= 1;
+    for (int j = 0; j < N - 1; ++j)
+        values[3].w[j] = values[4].w[j] = ~0ull;
+    values[4].w[N - 1] = m.w[N - 1] - 1;
+    for (int i = 5; i < 13; ++i) {
+        mp_int r;
+        const Bytes bytes = prng.bytes(8 * N);
+        ASSERT_TRUE(TovarMp::mpint_from_bytes(r, bytes.data(), 8 * N) && TovarMp::mp_mod(r, p, r) == 0 &&
+                    TovarMp::mpint_to_limbs(r, values[i].w, N));
+    }
+    Bytes twoTo64N(8 * N + 1, 0);
+    twoTo64N[0] = 1;
+    mp_int one, half, want;  // half = (p + 1)/2, the inverse of 2
+    ASSERT_TRUE(TovarMp::mp_set(one, 1) == 0 && TovarMp::mp_add(p, one, half) == 0 &&
+                TovarMp::mp_div_2(half, half) == 0 &&
+                TovarMp::mpint_from_bytes(want, twoTo64N.data(), 8 * N + 1));
+    EXPECT_EQ(hexOf(mp(f.one())), modP(0, want)) << "R mod p";
+    for (const Elem &a : values) {
+        const mp_int ma = mp(a);
+        Elem A;
+        f.toMont(a, A);
+        f.sqr(A, c);
+        f.fromMont(c, c);
+        EXPECT_EQ(hexOf(mp(c)), modP(TovarMp::mp_mulmod(ma, ma, p, want), want)) << "square of " << hexOf(ma);
+        f.halve(a, c);
+        EXPECT_EQ(hexOf(mp(c)), modP(TovarMp::mp_mulmod(ma, half, p, want), want)) << "half of " << hexOf(ma);
+        f.neg(a, c);
+        EXPECT_EQ(hexOf(mp(c)), modP(TovarMp::mp_sub(p, ma, want), want)) << "negation of " << hexOf(ma);
+        f.invert(A, c);
+        f.fromMont(c, c);
+        const int noInverse = TovarMp::mp_invmod(ma, p, want);  // 0 has none, and invert gives 0
+        EXPECT_EQ(hexOf(mp(c)), noInverse ? "0" : hexOf(want)) << "inverse of " << hexOf(ma);
+        for (const Elem &b : values) {
+            const mp_int mb = mp(b);
+            Elem B;
+            f.toMont(b, B);
+            f.mul(A, B, c);
+            f.fromMont(c, c);
+            EXPECT_EQ(hexOf(mp(c)), modP(TovarMp::mp_mulmod(ma, mb, p, want), want))
+                << hexOf(ma) << " · " << hexOf(mb);
+            f.add(a, b, c);
+            EXPECT_EQ(hexOf(mp(c)), modP(TovarMp::mp_add(ma, mb, want), want))
+                << hexOf(ma) << " + " << hexOf(mb);
+            f.sub(a, b, c);
+            EXPECT_EQ(hexOf(mp(c)), modP(TovarMp::mp_sub(ma, mb, want), want))
+                << hexOf(ma) << " − " << hexOf(mb);
+        }
+    }
+}
+
+TEST_P(Arith, FixedWidthFieldMatchesLibTomMath) {
+    ASSERT_TRUE(withFixedFieldLimbs(
+        curve.p,
+        [&](auto limbs) {
+            fieldMatchesLibTomMath<decltype(limbs)::value>(curve.p, prng);
+            return true;
+        },
+        [] { return false; }))
+        << "no fixed-width field for this prime";
 }
 
 INSTANTIATE_TEST_SUITE_P(GenericCurves, Arith, ::testing::ValuesIn(genericCurves()), curveParamName);

@@ -7,9 +7,10 @@
 // mapPointBack fails on it. None of these functions logs; false means a big-integer call failed, and the
 // output point is then left part-way modified.
 //
-// Each formula has two forms: one taking the temporaries in an EccArithScratch (the hot path: the
-// scalar multiplications set one scratch up and then run their loops without touching the heap), and
-// one that builds a scratch of its own for the single call.
+// Each formula has two forms: one taking the temporaries in an EccArithScratch (the scalar
+// multiplications' big-integer path sets one scratch up and then runs its loop without touching the
+// heap), and one that builds a scratch of its own for the single call. The steps are those of
+// PointFormulas.h, which the fixed-width field (FixedField.h) runs as well.
 //
 // This arithmetic is not constant time. secp256k1 (a = 0) must never reach it.
 #pragma once
@@ -67,7 +68,9 @@ bool mapPointBack(EccPoint &P, mp_int &p, MpDigit &digit, EccArithScratch &s);
 // in normal form and is not modified; k = 0 gives G. R is written only when the ladder succeeds, and then
 // holds the affine result with m_format 4. False (nothing logged beyond the context "pointMultiply") when
 // an integer operation fails or the product is the point at infinity (k = n, for instance). map has no
-// effect: the result is always affine.
+// effect: the result is always affine. For a p of the catalogue's sizes (fixedFieldLimbs) the ladder runs
+// on the fixed-width field, whose arithmetic is constant time; the bits of k still choose which point
+// each step writes, and k's leading zeros are skipped.
 bool pointMult_tmr(mp_int &k, EccPoint &G, EccPoint &R, mp_int *a, mp_int &p, int map, LogBase &log);
 
 }  // namespace ecckey

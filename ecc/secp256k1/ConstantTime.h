@@ -1,4 +1,5 @@
-// Helpers shared by the secp256k1 engine's sources for masks and wiping. Internal to ecc/secp256k1/.
+// Helpers for masks and wiping, shared by the fixed-width code: the secp256k1 engine and the generic
+// curves' field (ecc/arith/FieldMont.h). Internal to the library.
 #pragma once
 
 #include <cstddef>

@@ -1,6 +1,7 @@
-# Constant-time check of the secp256k1 engine: a plain driver run under valgrind's memcheck, which reports
-# any branch or memory index that depends on data marked secret. Built with the library's own flags (same
-# build type), since the property must hold for the optimised code that ships.
+# Constant-time check of the secp256k1 engine and of the generic curves' fixed-width field: a plain driver
+# run under valgrind's memcheck, which reports any branch or memory index that depends on data marked
+# secret. Built with the library's own flags (same build type), since the property must hold for the
+# optimised code that ships.
 add_executable(ecckey-ctcheck ${CMAKE_CURRENT_SOURCE_DIR}/ctcheck/ctcheck.cpp)
 target_link_libraries(ecckey-ctcheck PRIVATE ecckey)
 ecckey_warnings(ecckey-ctcheck)
@@ -13,16 +14,16 @@ endif()
 
 find_program(ECCKEY_VALGRIND valgrind)
 if(ECCKEY_VALGRIND AND NOT ECCKEY_SANITIZE)
-  add_test(NAME secp256k1_constant_time
+  add_test(NAME constant_time
            COMMAND ${ECCKEY_VALGRIND} --quiet --error-exitcode=42 --track-origins=yes $<TARGET_FILE:ecckey-ctcheck>)
   # The canary branches on a secret: the test passes only when memcheck reports it (exit code 42).
-  add_test(NAME secp256k1_constant_time_canary
+  add_test(NAME constant_time_canary
            COMMAND sh -c "\"$0\" --quiet --error-exitcode=42 \"$1\" --canary; test $? -eq 42"
                    ${ECCKEY_VALGRIND} $<TARGET_FILE:ecckey-ctcheck>)
-  set_tests_properties(secp256k1_constant_time secp256k1_constant_time_canary PROPERTIES TIMEOUT 300)
+  set_tests_properties(constant_time constant_time_canary PROPERTIES TIMEOUT 300)
 else()
   # No valgrind, or a sanitizer build, which valgrind cannot run: the entries say so.
-  foreach(name secp256k1_constant_time secp256k1_constant_time_canary)
+  foreach(name constant_time constant_time_canary)
     add_test(NAME ${name} COMMAND sh -c "echo 'skipped: no valgrind, or a sanitizer build'; exit 77")
     set_tests_properties(${name} PROPERTIES SKIP_RETURN_CODE 77)
   endforeach()

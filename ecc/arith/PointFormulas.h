@@ -1,0 +1,176 @@
+// The Jacobian point formulas of the generic curves, written once over a field type F: doubling, addition
+// and the map to affine coordinates. Two fields instantiate them: BigIntField (EccPoint records with
+// mp_int coordinates, behind pointDouble, pointAdd and mapPointBack) and FixedField<N> (fixed-width limbs,
+// behind the scalar multiplications). Both run these steps in this order, so their special cases agree
+// and their results are the same points.
+//
+// Points are Jacobian (X/Z², Y/Z³) with coordinates in the field's Montgomery form, fully reduced. There
+// is no separate point at infinity: the formulas give Z = 0 for it, and the map fails on it.
+//
+// What F provides. Every operation returns bool: false when a big-integer operation fails; the fixed-width
+// ones cannot fail, except invert on zero.
+//   Elem; Point, with coordinates m_x, m_y, m_z; Scratch, with temporaries t1, t2, x, y, z
+//   mul(a, b, c), sqr(a, c)          Montgomery product and square: c = a·b/β mod p (β: F's radix)
+//   add(a, b, c), sub(a, b, c)       sum and difference, brought back below p by one correction
+//   halve(t)                         t = t/2 mod p
+//   hasA(), mulByA(v, c)             whether the curve has a general a (else a = −3), and c = a·v
+//   negate(a, c)                     c = −a mod p, or p itself for a = 0 (the fallback's test, which
+//                                    uses it, compares with Q.Y first)
+//   isEqual(a, b)                    the two hold the same value
+//   isPlainOne(z)                    z is the value the big-integer path stores as the plain integer 1
+//   copy(a, c), copyPoint(P, R)      R's X9.63 form byte too, where the point has one
+//   leaveMontgomery(a), invert(a, c), sqrPlain(a, c), mulPlain(a, b, c), setOne(a)
+//                                    the map's steps on normal-form values; invert fails on zero
+#pragma once
+
+namespace ecckey {
+
+// R = 2P. R may be P; when it is not, P is copied to R first (unchecked, as the copy cannot fail once
+// the coordinates have room).
+//   M = 3X² + aZ⁴ (= 3(X − Z²)(X + Z²) when a = −3), S = 4XY², T = 8Y⁴,
+//   X' = M² − 2S, Y' = M(S − X') − T, Z' = 2YZ.
+// Degenerate cases: Z = 0 gives Z' = 0 again; Y = 0 (a point of order two) gives Z' = 0. Neither is
+// tested for.
+template <class F>
+bool jacobianDouble(F &f, const typename F::Point &P, typename F::Point &R, typename F::Scratch &s) {
+    if (&P != &R)
+        f.copyPoint(P, R);
+    auto &X = R.m_x;
+    auto &Y = R.m_y;
+    auto &Z = R.m_z;
+    auto &t1 = s.t1;
+    auto &t2 = s.t2;
+
+    bool ok = f.sqr(Z, t1);     // t1 = Z²
+    ok = ok && f.mul(Z, Y, Z);  // Z = Z·Y
+    ok = ok && f.add(Z, Z, Z);  // Z = 2YZ
+    if (!f.hasA()) {
+        ok = ok && f.sub(X, t1, t2);   // t2 = X − Z²
+        ok = ok && f.add(t1, X, t1);   // t1 = X + Z²
+        ok = ok && f.mul(t1, t2, t2);  // t2 = (X − Z²)(X + Z²)
+        ok = ok && f.add(t2, t2, t1);  // t1 = 2·t2
+        ok = ok && f.add(t1, t2, t1);  // t1 = M = 3(X − Z²)(X + Z²)
+    } else {
+        ok = ok && f.sqr(t1, t2);      // t2 = Z⁴
+        ok = ok && f.mulByA(t2, t1);   // t1 = a·Z⁴
+        ok = ok && f.sqr(X, t2);       // t2 = X²
+        ok = ok && f.add(t1, t2, t1);  // t1 = a·Z⁴ + X²
+        ok = ok && f.add(t1, t2, t1);  // t1 = a·Z⁴ + 2X²
+        ok = ok && f.add(t1, t2, t1);  // t1 = M = a·Z⁴ + 3X²
+    }
+    ok = ok && f.add(Y, Y, Y);   // Y = 2Y
+    ok = ok && f.sqr(Y, Y);      // Y = 4Y²
+    ok = ok && f.sqr(Y, t2);     // t2 = 16Y⁴
+    ok = ok && f.halve(t2);      // t2 = T = 8Y⁴
+    ok = ok && f.mul(Y, X, Y);   // Y = S = 4XY²
+    ok = ok && f.sqr(t1, X);     // X = M²
+    ok = ok && f.sub(X, Y, X);   // X = M² − S
+    ok = ok && f.sub(X, Y, X);   // X = X' = M² − 2S
+    ok = ok && f.sub(Y, X, Y);   // Y = S − X'
+    ok = ok && f.mul(Y, t1, Y);  // Y = M(S − X')
+    ok = ok && f.sub(Y, t2, Y);  // Y = Y' = M(S − X') − T
+    return ok;
+}
+
+// The doubling fallback of the addition: same X and Z, and P.Y = Q.Y or P.Y = −Q.Y (negQY). Every
+// comparison is made, so the fixed-width field compares in constant time; only the outcome chooses the
+// path, and it is true only for P = ±Q with equal Z.
+template <class F>
+bool isDoublingCase(F &f, const typename F::Point &P, const typename F::Point &Q,
+                    const typename F::Elem &negQY) {
+    const int sameX = f.isEqual(P.m_x, Q.m_x);
+    const int sameZ = f.isEqual(P.m_z, Q.m_z);
+    const int sameY = f.isEqual(P.m_y, Q.m_y);
+    const int oppositeY = f.isEqual(P.m_y, negQY);
+    return (sameX & sameZ & (sameY | oppositeY)) != 0;
+}
+
+// s.x, s.y, s.z hold P on entry and P + Q on return: the general addition, with U1 = X1·Z2², S1 = Y1·Z2³,
+// U2 = X2·Z1², S2 = Y2·Z1³, H = U1 − U2 and r = S1 − S2:
+//   X3 = r² − (U1 + U2)H², Y3 = (((U1 + U2)H² − 2X3)·r − (S1 + S2)H³)/2, Z3 = Z1·Z2·H.
+// (The sums U1 + U2 and S1 + S2 replace the usual 2U1 and 2S1 at the price of one halving.) With qzIsOne
+// Q is taken as affine and Z2's products are skipped.
+// Degenerate cases: equal or opposite points give H = 0 and so Z3 = 0; an input at infinity (Z = 0) is not
+// recognised and gives Z3 = 0.
+template <class F>
+bool jacobianAddGeneral(F &f, const typename F::Point &Q, bool qzIsOne, typename F::Scratch &s) {
+    auto &x = s.x;
+    auto &y = s.y;
+    auto &z = s.z;
+    auto &t1 = s.t1;
+    auto &t2 = s.t2;
+
+    bool ok = true;
+    if (!qzIsOne) {
+        ok = ok && f.sqr(Q.m_z, t1);      // t1 = Z2²
+        ok = ok && f.mul(t1, x, x);       // x = U1 = X1·Z2²
+        ok = ok && f.mul(Q.m_z, t1, t1);  // t1 = Z2³
+        ok = ok && f.mul(t1, y, y);       // y = S1 = Y1·Z2³
+    }
+    ok = ok && f.sqr(z, t1);          // t1 = Z1²
+    ok = ok && f.mul(Q.m_x, t1, t2);  // t2 = U2 = X2·Z1²
+    ok = ok && f.mul(z, t1, t1);      // t1 = Z1³
+    ok = ok && f.mul(Q.m_y, t1, t1);  // t1 = S2 = Y2·Z1³
+    ok = ok && f.sub(y, t1, y);       // y = r = S1 − S2
+    ok = ok && f.add(t1, t1, t1);     // t1 = 2·S2
+    ok = ok && f.add(t1, y, t1);      // t1 = S1 + S2
+    ok = ok && f.sub(x, t2, x);       // x = H = U1 − U2
+    ok = ok && f.add(t2, t2, t2);     // t2 = 2·U2
+    ok = ok && f.add(t2, x, t2);      // t2 = U1 + U2
+    if (!qzIsOne)
+        ok = ok && f.mul(z, Q.m_z, z);  // z = Z1·Z2
+    ok = ok && f.mul(z, x, z);          // z = Z3 = Z1·Z2·H
+    ok = ok && f.mul(t1, x, t1);        // t1 = (S1 + S2)H
+    ok = ok && f.sqr(x, x);             // x = H²
+    ok = ok && f.mul(t2, x, t2);        // t2 = (U1 + U2)H²
+    ok = ok && f.mul(t1, x, t1);        // t1 = (S1 + S2)H³
+    ok = ok && f.sqr(y, x);             // x = r²
+    ok = ok && f.sub(x, t2, x);         // x = X3 = r² − (U1 + U2)H²
+    ok = ok && f.sub(t2, x, t2);        // t2 = (U1 + U2)H² − X3
+    ok = ok && f.sub(t2, x, t2);        // t2 = (U1 + U2)H² − 2X3
+    ok = ok && f.mul(t2, y, t2);        // t2 = ((U1 + U2)H² − 2X3)·r
+    ok = ok && f.sub(t2, t1, y);        // y = 2·Y3 = t2 − (S1 + S2)H³
+    ok = ok && f.halve(y);              // y = Y3
+    return ok;
+}
+
+// R = P + Q. R may be P or Q. P = ±Q with equal Z goes to doubling (so P + (−P) gives 2P, not infinity);
+// equal points with different Z take the general formula and give Z = 0. A Q whose Z is the big-integer
+// path's plain integer 1 is taken as affine (the Montgomery form of one does not count).
+template <class F>
+bool jacobianAdd(F &f, const typename F::Point &P, const typename F::Point &Q, typename F::Point &R,
+                 typename F::Scratch &s) {
+    // t1 = −Q.Y, first of all: R may be Q.
+    if (!f.negate(Q.m_y, s.t1))
+        return false;
+    if (isDoublingCase(f, P, Q, s.t1))
+        return jacobianDouble(f, P, R, s);
+    if (!f.copy(P.m_x, s.x) || !f.copy(P.m_y, s.y) || !f.copy(P.m_z, s.z))
+        return false;
+    if (!jacobianAddGeneral(f, Q, f.isPlainOne(Q.m_z), s))
+        return false;
+    return f.copy(s.x, R.m_x) && f.copy(s.y, R.m_y) && f.copy(s.z, R.m_z);
+}
+
+// (X, Y, Z) -> (X/Z², Y/Z³, 1), in place, in normal form. The inverse is taken of Z in normal form;
+// multiplying the Montgomery-form X and Y by normal-form Z⁻² and Z⁻³ with a Montgomery product removes
+// their Montgomery factor at the same time. False for Z = 0 (the point at infinity), with Z then already
+// in normal form and X, Y untouched.
+template <class F>
+bool jacobianToAffine(F &f, typename F::Point &P, typename F::Scratch &s) {
+    auto &t1 = s.t1;
+    auto &t2 = s.t2;
+
+    bool ok = f.leaveMontgomery(P.m_z);  // Z in normal form
+    ok = ok && f.invert(P.m_z, t1);      // t1 = Z⁻¹; fails for Z = 0
+    ok = ok && f.sqrPlain(t1, t2);       // t2 = Z⁻²
+    ok = ok && f.mulPlain(t1, t2, t1);   // t1 = Z⁻³
+    ok = ok && f.mul(P.m_x, t2, P.m_x);  // X = X/Z², normal form
+    ok = ok && f.mul(P.m_y, t1, P.m_y);  // Y = Y/Z³, normal form
+    if (!ok)
+        return false;
+    f.setOne(P.m_z);
+    return true;
+}
+
+}  // namespace ecckey
