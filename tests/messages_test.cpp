@@ -3,6 +3,7 @@
 #include <sstream>
 
 #include "support/Asn1.h"
+#include "support/Hash.h"
 #include "support/JsonObject.h"
 #include "support/Oracle.h"
 #include "support/PublicKey.h"
@@ -199,6 +200,13 @@ const Case kCases[] = {
     {"k1",
      [](F &f, L &l) { return f.k1pub.eccSignHash(f.h.data(), 32, f.prng, true, f.o, l); },
      {"Must be a private key."}},
+    {"rfc6979",
+     [](F &f, L &l) {
+         EccKey zero;
+         return zero.generateNewKey2(StringBuffer("P-256"), "00", "hex", l) &&
+                zero.eccSignHashDeterministic(f.h.data(), 32, HASH_SHA256, true, f.o, l);
+     },
+     {"The private key is not in [1, n-1]."}},
     {"nonce",
      [](F &f, L &l) { return f.p256.eccSignHash(f.h.data(), 32, f.failing, true, f.o, l); },
      {"Failed to generate point on curve."}},
