@@ -147,7 +147,8 @@ TEST(Quirks, Secp256k1NonceRetries) {
     Bytes h = prng.bytes(32), kBytes = bytesOf(k.get(), 32);
     std::reverse(kBytes.begin(), kBytes.end());
     ScriptedPrng scripted;
-    scripted.m_queue = Bytes(32, 0xFF);
+    scripted.m_queue = bytesOf(orderOf(k1).get(), 32);  // n itself, the first value refused
+    std::reverse(scripted.m_queue.begin(), scripted.m_queue.end());
     scripted.m_queue.insert(scripted.m_queue.end(), 32, 0);
     scripted.m_queue.insert(scripted.m_queue.end(), kBytes.begin(), kBytes.end());
     DataBuffer sig;
