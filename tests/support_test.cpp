@@ -140,6 +140,19 @@ TEST(Support, OidArcsMatchOpenSsl) {
         EXPECT_EQ(RefCountedObjectOwner(_tvAsn1::newOid(text)).release(), nullptr) << text;
 }
 
+// The DER dump a refused key logs: structure, OIDs, small INTEGERs and lengths, never a key's octets.
+TEST(Support, DerDumpShowsNoKeyOctets) {
+    LogRecorder log;
+    _tvDer::logDerAsXml(toDb(unhex("3011020101040411223344A00606042B810400")), log);
+    _tvDer::logDerAsXml(toDb(Bytes{0x30, 0x05}), log);
+    std::string dump;
+    ASSERT_TRUE(log.dataValue("der", dump));
+    EXPECT_EQ(dump, "<invalidDer len=\"2\"/>\n");
+    EXPECT_EQ(log.entries()[0].text,
+              "<sequence>\n  <int>01</int>\n  <octets len=\"4\"/>\n  <contextSpecific tag=\"0\">\n"
+              "    <oid>1.3.132.0</oid>\n  </contextSpecific>\n</sequence>\n");
+}
+
 // A DER INTEGER for every value is OpenSSL's encoding of it (inside a SEQUENCE of two, as a signature is),
 // and reads back to the value.
 TEST(Support, DerIntegersMatchOpenSsl) {
