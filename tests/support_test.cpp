@@ -107,6 +107,9 @@ TEST(Support, TextCodecEdges) {
     StringBuffer pairs, label;
     LogNull log;
     EXPECT_FALSE(_tvPublicKey::derToPem("EC KEY-----\n", bytes, label, log));  // a label ends at its line
+    EXPECT_TRUE(
+        _tvPublicKey::pemToDer("-----BEGIN X-----\t \r\nMAA=\r\n-----END X----- \r\n", label, bytes, log) &&
+        toBytes(bytes) == (Bytes{0x30, 0}));  // CRLF and trailing blanks on every line
     DataBuffer::toHexString2(unhex("00A1FF").data(), 3, true, pairs);
     EXPECT_STREQ(pairs.getString(), "00:a1:ff");
     // No input at all (an empty file gives none) still has its digest.
