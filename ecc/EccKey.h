@@ -66,6 +66,9 @@ class EccKey : public KeyBase {
                         LogBase &log);
 
     // ---- Key generation (EccKeyGen.cpp) ----
+    // The logger option keyword under which generateNewKey, and so the generic signers' nonces, draw
+    // uniformly from [1, n − 1]. Without it the scalar is m_byteLen random bytes reduced modulo n.
+    static constexpr const char *kOptDrawUniform = "DRAW_ECC_UNIFORM";
     bool generateNewKey(const StringBuffer &curveName, _tvPrng &prng, LogBase &log);
     bool generateNewKey2(const StringBuffer &curveName, const char *kText, const char *encoding,
                          LogBase &log);

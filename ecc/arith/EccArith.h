@@ -73,4 +73,13 @@ bool mapPointBack(EccPoint &P, mp_int &p, MpDigit &digit, EccArithScratch &s);
 // each step writes, and k's leading zeros are skipped.
 bool pointMult_tmr(mp_int &k, EccPoint &G, EccPoint &R, mp_int *a, mp_int &p, int map, LogBase &log);
 
+// R = k·G for a secret scalar, with pointMult_tmr's results, context and failures. For 1 <= k < n (n the
+// group order) on a p of the fixed-width field, the ladder runs bitlen(n) − 1 steps whatever k is, reads
+// the bits of a fixed-length k, computes each step for both values of its bit and keeps one by masks, and
+// replaces the addition's two tests by masks too: no branch and no memory index follows k, and the only
+// values made public are "1 <= k < n", "the product is at infinity" and the affine product itself. Any
+// other k (0, n and above, negative) or p takes pointMult_tmr.
+bool pointMultSecret(mp_int &k, const mp_int &n, EccPoint &G, EccPoint &R, mp_int *a, mp_int &p,
+                     LogBase &log);
+
 }  // namespace ecckey
