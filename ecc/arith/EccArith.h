@@ -12,7 +12,8 @@
 // heap), and one that builds a scratch of its own for the single call. The steps are those of
 // PointFormulas.h, which the fixed-width field (FixedField.h) runs as well.
 //
-// This arithmetic is not constant time. secp256k1 (a = 0) must never reach it.
+// This arithmetic is not constant time, except pointMultSecret (below) on the catalogue's sizes, which
+// secret scalars take. secp256k1 (a = 0) must never reach it.
 #pragma once
 
 #include "support/MpInt.h"
@@ -70,7 +71,8 @@ bool mapPointBack(EccPoint &P, mp_int &p, MpDigit &digit, EccArithScratch &s);
 // an integer operation fails or the product is the point at infinity (k = n, for instance). map has no
 // effect: the result is always affine. For a p of the catalogue's sizes (fixedFieldLimbs) the ladder runs
 // on the fixed-width field, whose arithmetic is constant time; the bits of k still choose which point
-// each step writes, and k's leading zeros are skipped.
+// each step writes, and k's leading zeros are skipped: for public scalars, and for the secret ones that
+// pointMultSecret hands on.
 bool pointMult_tmr(mp_int &k, EccPoint &G, EccPoint &R, mp_int *a, mp_int &p, int map, LogBase &log);
 
 // R = k·G for a secret scalar, with pointMult_tmr's results, context and failures. For 1 <= k < n (n the
