@@ -263,4 +263,37 @@ void TableReporter::printThreadTable(std::ostream &out) const {
         << table;
 }
 
+void TableReporter::printNonceTable(std::ostream &out) const {
+    std::string table =
+        "| Curve | Nonce | µs per nonce | nonces per signature | ratio to full length |\n"
+        "|---|---|--:|--:|--:|\n";
+    auto perNonce = [](const Median &m) {
+        return m.ran && m.error.empty() && m.nonces > 0 ? m.cpuUs / m.nonces : 0;
+    };
+    bool any = false;
+    for (const BenchCurve &curve : benchCurves()) {
+        const double full = hasNonceCases(curve) ? perNonce(median(nonceName(curve, 0))) : 0;
+        for (unsigned bits : hasNonceCases(curve) ? nonceShortenings() : std::vector<unsigned>()) {
+            const Median m = median(nonceName(curve, bits));
+            if (!m.ran)
+                continue;
+            any = true;
+            char ratio[32] = "—";
+            if (perNonce(m) > 0 && full > 0)
+                std::snprintf(ratio, sizeof ratio, "%.3f", perNonce(m) / full);
+            table += std::string("| ") + curve.label + " | " +
+                     (bits ? std::to_string(bits) + " bits shorter" : std::string("full length")) + " | " +
+                     (perNonce(m) > 0 ? formatTime(perNonce(m)) : std::string("error")) + " | " +
+                     (perNonce(m) > 0 ? formatRatio(m.nonces) : std::string(kNone)) + " | " + ratio + " |\n";
+        }
+    }
+    if (!any)
+        return;
+    out << "\n## Signing time per nonce by the nonce's bit length (median CPU time)\n\n"
+           "The generic signer with nonces drawn at full length or with their leading bits zero. A ratio "
+           "away "
+           "from 1.00 means signing time tells how long a nonce is.\n\n"
+        << table;
+}
+
 }  // namespace ecckey_bench

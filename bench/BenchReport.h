@@ -9,6 +9,9 @@
 // Thread table: sign and verify throughput (operations per wall-clock second, all threads together) on
 // one and on two threads, and the speed-up; beside it the CPU time per operation on each thread, whose
 // ratio gives the speed-up free of the machine's other load.
+//
+// Nonce table: the generic signer's CPU time per nonce for full-length and shortened nonces, and its ratio
+// to the full-length time.
 #pragma once
 
 #include <map>
@@ -29,6 +32,7 @@ class TableReporter : public benchmark::ConsoleReporter {
     // Each prints nothing when none of its cases ran.
     void printComparisonTable(std::ostream &out) const;
     void printThreadTable(std::ostream &out) const;
+    void printNonceTable(std::ostream &out) const;
     // True when any case reported an error (the smoke test in CI fails on it).
     bool hadErrors() const;
 

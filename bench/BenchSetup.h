@@ -95,5 +95,12 @@ void registerTomCryptCase(const BenchCurve &curve, BenchOp op);
 void registerSecp256k1Case(const BenchCurve &curve, BenchOp op);
 // The thread table: sign and verify on one and on two threads, each thread with its own key.
 void registerThreadCases(const BenchCurve &curve);
+// The nonce-length table (nonce_bench.cpp): the generic signer's time per nonce on the curves that have
+// cases (P-256, brainpoolP256r1), for nonces shortened by each of nonceShortenings() bits (0: full length),
+// under the names "nonce/<curve label>/-<bits>".
+const std::vector<unsigned> &nonceShortenings();
+bool hasNonceCases(const BenchCurve &curve);
+std::string nonceName(const BenchCurve &curve, unsigned shorterBits);
+void registerNonceCases();
 
 }  // namespace ecckey_bench

@@ -1,9 +1,10 @@
 // ecckey-bench: Google Benchmark's runner with the side-by-side tables of ecckey, OpenSSL, LibTomCrypt and
-// libsecp256k1 printed at the end (Markdown, on standard output; the usual progress lines go to standard
-// error).
+// libsecp256k1, and the table of signing time by nonce length, printed at the end (Markdown, on standard
+// output; the usual progress lines go to standard error).
 //
-// Without a --benchmark_filter of the caller's, only the cases of the two tables run ("cmp/..." and
-// "mt/..."); the other bench files' cases run when a filter names them (--benchmark_filter=. for all).
+// Without a --benchmark_filter of the caller's, only the cases of the three tables run ("cmp/...", "mt/..."
+// and "nonce/..."); the other bench files' cases run when a filter names them (--benchmark_filter=. for
+// all).
 // Defaults, each overridden by the same flag on the command line: five repetitions of at least 0.1 s each,
 // all cases' repetitions in random order, medians only. With BENCH_QUICK=1 in the environment (or --quick):
 // one repetition of 0.01 s, the same tables from a short run. The exit status is 1 when any case reported an
@@ -61,6 +62,7 @@ void registerAll() {
     }
     for (const BenchCurve &curve : benchCurves())
         registerThreadCases(curve);
+    registerNonceCases();
 }
 
 }  // namespace
@@ -78,7 +80,7 @@ int main(int argc, char **argv) {
     if (!quick)
         defaults.push_back("--benchmark_enable_random_interleaving=true");
     if (!hasFlag(argc, argv, "--benchmark_filter"))
-        defaults.push_back("--benchmark_filter=^(cmp|mt)/");
+        defaults.push_back("--benchmark_filter=^(cmp|mt|nonce)/");
     std::vector<char *> args;
     args.push_back(argv[0]);
     for (std::string &d : defaults)
@@ -102,6 +104,7 @@ int main(int argc, char **argv) {
 
     reporter.printComparisonTable(std::cout);
     reporter.printThreadTable(std::cout);
+    reporter.printNonceTable(std::cout);
     std::cout << "\nLoad average before the run: " << loadBefore << "; after: " << loadAfter << "."
               << (quick ? " Quick run: one short repetition per case." : "") << "\n";
     benchmark::Shutdown();

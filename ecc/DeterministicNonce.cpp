@@ -4,6 +4,7 @@
 
 #include <cstring>
 
+#include "support/ConstantTime.h"
 #include "support/DataBuffer.h"
 #include "support/Hash.h"
 #include "support/LogBase.h"
@@ -118,7 +119,7 @@ bool DeterministicNonce::seed(const unsigned char *order, unsigned orderLen, con
     std::memcpy(m_order, order, orderLen);
     m_orderLen = orderLen;
     m_orderBits = 8 * (orderLen - 1) + bitLength(order[0]);
-    if (!inRange(privKey)) {
+    if (!ct::declassified(inRange(privKey))) {  // only a broken key is refused
         log.logError("The private key is not in [1, n-1].");
         return false;
     }
@@ -176,7 +177,7 @@ bool DeterministicNonce::genRandom(unsigned count, DataBuffer &out, LogBase &log
         if (!ok)
             break;
         bitsToInt(t, tLen, k);
-        found = inRange(k);
+        found = ct::declassified(inRange(k));  // a refused candidate tells nothing of the k that is kept
     }
     if (!found) {
         log.logError("Failed to derive a nonce.");

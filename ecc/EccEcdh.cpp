@@ -2,13 +2,15 @@
 //
 // The peer's point is multiplied as given: it is not checked against the curve equation, nor for the
 // point at infinity, and the private scalar is used as stored. secp256k1 goes to the constant-time engine,
-// where a product at infinity yields x = 0 (an all-zero secret); on the generic curves it fails.
+// where a product at infinity yields x = 0 (an all-zero secret); the generic curves take the ladder for
+// secret scalars, where it fails. The x-coordinate is written from the digits straight into the output.
 
 #include <openssl/crypto.h>
 
 #include "ecc/EccKey.h"
 #include "ecc/arith/EccArith.h"
 #include "ecc/secp256k1/CurvePt.h"
+#include "support/ConstantTime.h"
 #include "support/DataBuffer.h"
 #include "support/LogBase.h"
 #include "support/TovarMp.h"
@@ -31,6 +33,7 @@ void sharedXK(const mp_int &d, const EccPoint &Q, EccPoint &S) {
     R.z = _tvCurvePt::m_s_fiOne;
     R.multiplyPt(k);
     R.normalizePt();
+    ct::declassify(&R.x, sizeof R.x);  // the shared secret, handed to the caller
     uint256_to_mp_int(R.x, S.m_x);
 
     // The scalar and the shared point stay on the stack otherwise.
@@ -70,6 +73,9 @@ bool EccKey::sharedSecret(EccKey &peer, DataBuffer &out, LogBase &log) {
     if (m_curve.m_name.equals("secp256k1")) {
         sharedXK(m_privKey, peer.m_pubPoint, S);
     } else {
+        // An order that does not parse stays zero, and the scalar then takes the variable ladder.
+        mp_int n;
+        (void)TovarMp::mpint_from_radix(n, m_curve.m_order.getString(), 16);
         bool ok;
         if (m_curve.m_hasA) {
             mp_int a;
@@ -77,9 +83,9 @@ bool EccKey::sharedSecret(EccKey &peer, DataBuffer &out, LogBase &log) {
                 log.logError("Failed to decode curve A.");
                 return false;
             }
-            ok = pointMult_tmr(m_privKey, peer.m_pubPoint, S, &a, p, 1, log);
+            ok = pointMultSecret(m_privKey, n, peer.m_pubPoint, S, &a, p, log);
         } else {
-            ok = pointMult_tmr(m_privKey, peer.m_pubPoint, S, nullptr, p, 1, log);
+            ok = pointMultSecret(m_privKey, n, peer.m_pubPoint, S, nullptr, p, log);
         }
         if (!ok) {
             log.logError("Point multiply failed.");
@@ -87,17 +93,11 @@ bool EccKey::sharedSecret(EccKey &peer, DataBuffer &out, LogBase &log) {
         }
     }
 
-    bool ok = TovarMp::mpint_to_db(S.m_x, out);
-
-    // Left-pad to the full field length: the secret is a fixed-length string, whatever its leading bytes.
-    static const unsigned char s_zeros[66] = {0};
-    while ((long)out.getSize() < (long)m_curve.m_byteLen) {
-        unsigned missing = (unsigned)((long)m_curve.m_byteLen - (long)out.getSize());
-        if (missing > sizeof s_zeros)
-            missing = sizeof s_zeros;
-        if (!out.prepend(s_zeros, missing))
-            return false;
-    }
+    // The secret is a fixed-length string, whatever its leading bytes: x left-padded to the field length.
+    unsigned char x[66];
+    const unsigned len = (unsigned)m_curve.m_byteLen;
+    const bool ok = len <= sizeof x && TovarMp::mpint_to_fixed_bytes(S.m_x, x, len) && out.append(x, len);
+    ct::wipe(x, sizeof x);
     return ok;
 }
 

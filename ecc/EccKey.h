@@ -3,7 +3,9 @@
 // Every public operation takes a logger, opens a named log context, and reports failure by returning
 // false after logging why. Nothing is thrown. Keys on "secp256k1" are signed, verified, derived and
 // agreed on by the constant-time fixed-width engine (ecc/secp256k1/); every other curve uses the
-// generic Montgomery/Jacobian arithmetic over LibTomMath (ecc/arith/), which is not constant time.
+// generic Montgomery/Jacobian arithmetic (ecc/arith/), whose secret scalars (d, k and what the signer
+// computes from them) are handled on fixed-width limbs in constant time, and its public values over
+// LibTomMath, not in constant time.
 //
 // A key object is used by one thread at a time; distinct keys may be used in parallel.
 #pragma once
@@ -66,6 +68,9 @@ class EccKey : public KeyBase {
                         LogBase &log);
 
     // ---- Key generation (EccKeyGen.cpp) ----
+    // The logger option keyword under which generateNewKey, and so the generic signers' nonces, draw
+    // uniformly from [1, n − 1]. Without it the scalar is m_byteLen random bytes reduced modulo n.
+    static constexpr const char *kOptDrawUniform = "DRAW_ECC_UNIFORM";
     bool generateNewKey(const StringBuffer &curveName, _tvPrng &prng, LogBase &log);
     bool generateNewKey2(const StringBuffer &curveName, const char *kText, const char *encoding,
                          LogBase &log);

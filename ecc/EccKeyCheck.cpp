@@ -3,8 +3,10 @@
 //
 // The loaders trust what they read and sharedSecret multiplies whatever point it is given: a point off the
 // curve turns the secret into one on another, weaker curve (the invalid-curve attack). These checks work
-// on public values with LibTomMath; the scalar only meets comparisons and the derivation every loader runs.
+// on public values with LibTomMath; the scalar only meets a range test on fixed-width limbs and the
+// derivation every loader runs.
 #include "ecc/EccKey.h"
+#include "ecc/arith/ScalarField.h"
 #include "support/LogBase.h"
 #include "support/TovarMp.h"
 
@@ -23,15 +25,15 @@ bool onCurve(const mp_int &x, const mp_int &y, const mp_int &p, const mp_int &a,
            && TovarMp::mp_mod(rhs, p, rhs) == 0 && TovarMp::mp_cmp(lhs, rhs) == 0;
 }
 
-// 1 <= d < n; logs why not. Comparisons only: nothing is allocated from d.
-bool scalarInRange(const EccKey &key, LogBase &log) {
+// 1 <= d < n; logs why not. Decided on fixed-width limbs without a branch on d's digits (only the verdict
+// is known): nothing is allocated from d.
+bool privateScalarInRange(const EccKey &key, LogBase &log) {
     mp_int n;
     if (!TovarMp::mpint_from_radix(n, key.m_curve.m_order.getString(), 16)) {
         log.logError("Failed to decode curve order.");
         return false;
     }
-    const mp_int &d = key.m_privKey;
-    if (TovarMp::isZero(d) || TovarMp::isNegative(d) || TovarMp::mp_cmp(d, n) >= 0) {
+    if (!scalarInRange(n, key.m_privKey)) {
         log.logError("The private scalar is not in [1, n-1].");
         return false;
     }
@@ -78,7 +80,7 @@ bool EccKey::checkPrivateKey(LogBase &log) const {
         log.logError("Must be a private key.");
         return false;
     }
-    if (!checkPublicKey(log) || !scalarInRange(*this, log))
+    if (!checkPublicKey(log) || !privateScalarInRange(*this, log))
         return false;
     // A file may carry the point of another key beside its scalar.
     EccKey derived;
@@ -112,7 +114,7 @@ bool EccKey::sharedSecretChecked(EccKey &peer, DataBuffer &out, LogBase &log) {
         return false;
     }
     // With a valid peer point, d·Q is the point at infinity exactly when d is 0 modulo n.
-    if (!scalarInRange(*this, log))
+    if (!privateScalarInRange(*this, log))
         return false;
     return sharedSecret(peer, out, log);
 }

@@ -2,14 +2,16 @@
 // curve-equation test.
 //
 // secp256k1 goes to the constant-time fixed-width engine; every other curve to the generic Montgomery
-// ladder. The generic branch reduces a scalar that is not below n in place: callers that store the key
-// afterwards (key generation, the loaders) keep the reduced scalar.
+// ladder for secret scalars. The generic branch reduces a scalar that is not below n in place: callers that
+// store the key afterwards (key generation, the loaders) keep the reduced scalar.
 
 #include <openssl/crypto.h>
 
 #include "ecc/EccKey.h"
 #include "ecc/arith/EccArith.h"
+#include "ecc/arith/ScalarField.h"
 #include "ecc/secp256k1/CurvePt.h"
+#include "support/ConstantTime.h"
 #include "support/LogBase.h"
 #include "support/TovarMp.h"
 
@@ -26,6 +28,7 @@ void derivePubKeyK(const mp_int &d, EccPoint &Q) {
     _tvCurvePt R = _tvCurvePt::m_s_G;
     R.multiplyPt(k);
     R.normalizePt();
+    ct::declassify(&R, sizeof R);  // the public key
 
     uint256_to_mp_int(R.x, Q.m_x);
     uint256_to_mp_int(R.y, Q.m_y);
@@ -58,11 +61,11 @@ bool EccKey::genPubKey(LogBase &log) {
         return false;
     }
 
-    // Reduced in place: the stored scalar becomes d mod n.
-    if (TovarMp::mp_cmp(m_privKey, n) >= 0) {
-        if (TovarMp::mp_mod(m_privKey, n, m_privKey) != 0)
-            return false;
-    }
+    // Reduced in place: the stored scalar becomes d mod n. It is reduced on the fixed-width limbs and
+    // written back whatever it was (unchanged when below n), so nothing tells whether it needed reducing.
+    // A negative scalar, which no loader makes, is below n and stays as it is.
+    if (!TovarMp::isNegative(m_privKey) && !reduceScalarModOrder(n, m_privKey))
+        return false;
 
     bool ok;
     if (m_curve.m_hasA) {
@@ -71,9 +74,9 @@ bool EccKey::genPubKey(LogBase &log) {
             log.logError("Failed to decode curve A.");
             return false;
         }
-        ok = pointMult_tmr(m_privKey, G, m_pubPoint, &a, p, 1, log);
+        ok = pointMultSecret(m_privKey, n, G, m_pubPoint, &a, p, log);
     } else {
-        ok = pointMult_tmr(m_privKey, G, m_pubPoint, nullptr, p, 1, log);
+        ok = pointMultSecret(m_privKey, n, G, m_pubPoint, nullptr, p, log);
     }
     if (!ok) {
         log.logError("point multiply failed.");

@@ -1,11 +1,20 @@
 // Key generation: a private scalar drawn from a random source, or decoded from caller-supplied text,
 // followed by public-key derivation.
 //
-// The scalar is used as drawn: no rejection sampling and no zero test. Generic curves reduce it modulo n
-// in genPubKey (P-521 draws 66 bytes, so its stored scalar is usually the reduced value); secp256k1 keeps
-// the 32 drawn bytes as they are.
+// By default the scalar is used as drawn: m_byteLen random bytes, no rejection and no zero test. Generic
+// curves reduce it modulo n (P-521 draws 66 bytes, so its stored scalar is usually the reduced value);
+// secp256k1 keeps the 32 drawn bytes as they are. That draw is biased where n is well below 2^(8·m_byteLen)
+// (on brainpoolP256r1 a reduced scalar falls below n/2 two times in three). With the logger option
+// "DRAW_ECC_UNIFORM", every curve draws uniformly from [1, n - 1] instead: candidates of n's bit length,
+// refused until one is in range.
+//
+// Either way the drawn bytes go to limbs on the stack and are reduced there (ScalarField.h): the unreduced
+// draw never enters a LibTomMath integer, whose division would leave copies of it in freed memory.
+
+#include <cstdint>
 
 #include "ecc/EccKey.h"
+#include "ecc/arith/ScalarField.h"
 #include "support/DataBuffer.h"
 #include "support/LogBase.h"
 #include "support/Prng.h"
@@ -20,6 +29,32 @@ bool scalarFromBytes(const DataBuffer &bytes, mp_int &d) {
     static const unsigned char s_none = 0;
     const unsigned char *data = bytes.getData2() ? bytes.getData2() : &s_none;
     return TovarMp::mpint_from_bytes(d, data, bytes.getSize());
+}
+
+// A uniform draw needs two candidates on average at worst (n above 2^(bits − 1)): 64 refusals in a row
+// come once in 2^64 keys.
+const int kMaxUniformCandidates = 64;
+
+// Clears the bits of the big-endian candidate above n's bit length.
+void keepLowBits(DataBuffer &candidate, int bits) {
+    unsigned char *b = candidate.getDataMutable();
+    const int len = (int)candidate.getSize();
+    for (int i = 0; i < len; ++i) {
+        const int keep = bits - 8 * (len - 1 - i);  // bits of byte i below n's bit length
+        if (keep < 8)
+            b[i] &= keep <= 0 ? 0 : (unsigned char)((1u << keep) - 1);
+    }
+}
+
+// Draws numBytes bytes into k, emptied first. A generator that fails, or reports success without
+// delivering every byte asked for, is logged as "Failed to generate random private key.".
+bool drawBytes(_tvPrng &prng, unsigned numBytes, DataBuffer &k, LogBase &log) {
+    k.clear();
+    if (!prng.genRandom(numBytes, k, log) || k.getSize() != numBytes) {
+        log.logError("Failed to generate random private key.");
+        return false;
+    }
+    return true;
 }
 
 }  // namespace
@@ -37,14 +72,32 @@ bool EccKey::generateNewKey(const StringBuffer &curveName, _tvPrng &prng, LogBas
     // Wiped by the buffer itself on every way out of this function.
     DataBuffer k;
     k.setSensitive();
-    unsigned numBytes = (unsigned)m_curve.m_byteLen;
-    // A generator that reports success without delivering every byte asked for is treated as failing.
-    if (!prng.genRandom(numBytes, k, log) || k.getSize() != numBytes) {
-        log.logError("Failed to generate random private key.");
+    const unsigned numBytes = (unsigned)m_curve.m_byteLen;
+    mp_int n;
+    if (!TovarMp::mpint_from_radix(n, m_curve.m_order.getString(), 16)) {
+        log.logError("Big integer calculations failed.");
         return false;
     }
-    if (!scalarFromBytes(k, m_privKey))
-        return false;
+    const bool k1 = m_curve.m_name.equals("secp256k1");
+    if (log.m_options.containsSubstring(kOptDrawUniform)) {
+        bool drawn = false;
+        for (int i = 0; i < kMaxUniformCandidates && !drawn; ++i) {
+            if (!drawBytes(prng, numBytes, k, log))
+                return false;
+            keepLowBits(k, TovarMp::mp_count_bits(n));
+            drawn = scalarFromBytesInRange(n, k.getData2(), k.getSize(), m_privKey);
+        }
+        if (!drawn) {
+            log.logError("Failed to generate random private key.");
+            return false;
+        }
+    } else {
+        if (!drawBytes(prng, numBytes, k, log))
+            return false;
+        if (!(k1 ? scalarFromBytesUnreduced(k.getData2(), k.getSize(), m_privKey)
+                 : scalarFromBytesModOrder(n, k.getData2(), k.getSize(), m_privKey)))
+            return false;
+    }
     k.secureClear();
 
     return genPubKey(log);

@@ -2,7 +2,8 @@
 // re-wrapping of signatures.
 //
 // Each signature draws a fresh ephemeral key pair (k, k·G) with generateNewKey: r = x(k·G) mod n and
-// s = k^-1·(e + d·r) mod n. Keys on secp256k1 are handed to the fixed-width signer, except by the SSH
+// s = k^-1·(e + d·r) mod n, the latter on fixed-width limbs modulo n (ScalarField.h), so that neither d nor
+// k meets a LibTomMath call. Keys on secp256k1 are handed to the fixed-width signer, except by the SSH
 // variant, which always signs here. The deterministic signer hands the same loops an RFC 6979 nonce
 // generator in place of the random source, so r and s come from k in one place for every entry point.
 #include <openssl/crypto.h>
@@ -12,6 +13,7 @@
 #include "ecc/DeterministicNonce.h"
 #include "ecc/EccKey.h"
 #include "ecc/EcdsaSig.h"
+#include "ecc/arith/ScalarField.h"
 #include "support/AsnItem.h"
 #include "support/Hash.h"
 #include "support/LogBase.h"
@@ -48,12 +50,16 @@ bool leadingByteIsHigh(const mp_int &v, DataBuffer &scratch, bool &failed) {
 // 0x80 (the generic signer's outputs never need a DER sign octet). There is no bound on the attempts: a
 // generator that fails ends the loop through generateNewKey.
 //
+// The ephemeral keys are drawn as the caller's logger asks (its option keywords reach generateNewKey),
+// into a logger that writes nothing.
+//
 // Logs "curveName" and "Failed to generate point on curve." when the generator fails, and "ecc calc
-// error 1" to "5" when the arithmetic does. On failure s is zeroed (a half-built s reveals d).
+// error 1" when k has no inverse (a generator that draws 0 or n). On failure s is zeroed.
 bool computeSignature(const EccKey &key, const mp_int &n, const mp_int &e, _tvPrng &prng,
                       bool rejectHighLeadingByte, mp_int &r, mp_int &s, LogBase &log) {
     EccKey eph;  // k and k·G; its scalar is wiped when it is cleared or destroyed
     LogNull quiet;
+    quiet.m_options.setString(log.m_options);
     DataBuffer scratch;
 
     for (;;) {
@@ -69,19 +75,8 @@ bool computeSignature(const EccKey &key, const mp_int &n, const mp_int &e, _tvPr
             eph.clearEccKey();
             continue;
         }
-        const char *calcError = nullptr;
-        if (TovarMp::mp_invmod(eph.m_privKey, n, eph.m_privKey) != 0)  // k^-1, in place of k
-            calcError = "ecc calc error 1";
-        else if (TovarMp::mp_mulmod(key.m_privKey, r, n, s) != 0)  // s = d·r mod n
-            calcError = "ecc calc error 2";
-        else if (TovarMp::mp_add(e, s, s) != 0)  // s = e + d·r
-            calcError = "ecc calc error 3";
-        else if (TovarMp::mp_mod(s, n, s) != 0)  // s = (e + d·r) mod n
-            calcError = "ecc calc error 4";
-        else if (TovarMp::mp_mulmod(s, eph.m_privKey, n, s) != 0)  // s = k^-1·(e + d·r) mod n
-            calcError = "ecc calc error 5";
-        if (calcError) {
-            log.logError(calcError);
+        if (!signScalars(n, key.m_privKey, eph.m_privKey, e, r, s)) {  // s = k^-1·(e + d·r) mod n
+            log.logError("ecc calc error 1");
             break;
         }
         if (TovarMp::isZero(s))

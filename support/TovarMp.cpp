@@ -3,6 +3,7 @@
 #include <cstring>
 #include <vector>
 
+#include "support/ConstantTime.h"
 #include "support/DataBuffer.h"
 #include "support/LogBase.h"
 #include "support/StringBuffer.h"
@@ -343,8 +344,27 @@ bool TovarMp::mpint_to_bytes(const mp_int &a, unsigned char *out) {
     return ::mp_to_ubin(L(a), out, len, &written) == MP_OKAY;
 }
 
+namespace {
+
+// Whether the digits below bit `bits` hold all of |a|: every digit is read, whatever its value; only the
+// digit count steers the loop. The verdict is made public: a scalar that fits never turns it.
+bool fitsInBits(const mp_int &a, unsigned bits) {
+    const unsigned bitsPerDigit = MP_DIGIT_BIT;
+    MpDigit overflow = 0;
+    for (int i = 0; i < a.get_digit_count(); ++i) {
+        const unsigned low = bitsPerDigit * (unsigned)i;
+        if (low >= bits)
+            overflow |= a.get_digit(i);
+        else if (low + bitsPerDigit > bits)
+            overflow |= a.get_digit(i) >> (bits - low);
+    }
+    return ct::declassified(overflow == 0);
+}
+
+}  // namespace
+
 bool TovarMp::mpint_to_fixed_bytes(const mp_int &a, unsigned char *out, unsigned len) {
-    if (!usable(a) || !out || ::mp_count_bits(L(a)) > (int)(8 * len))
+    if (!usable(a) || !out || !fitsInBits(a, 8 * len))
         return false;
     const unsigned bitsPerDigit = MP_DIGIT_BIT;
     for (unsigned i = 0; i < len; ++i) {  // byte i from the least significant end
@@ -362,7 +382,7 @@ bool TovarMp::mpint_to_fixed_bytes(const mp_int &a, unsigned char *out, unsigned
 // Limb l holds bits 64l to 64l + 63 and digit i bits D·i to D·i + D − 1 (D = MP_DIGIT_BIT): a digit
 // spans at most two limbs and a limb at most two digits plus part of a third.
 bool TovarMp::mpint_to_limbs(const mp_int &a, std::uint64_t *limbs, int count) {
-    if (!usable(a) || !limbs || isNegative(a) || ::mp_count_bits(L(a)) > 64 * count)
+    if (!usable(a) || !limbs || count < 0 || isNegative(a) || !fitsInBits(a, 64 * (unsigned)count))
         return false;
     for (int l = 0; l < count; ++l)
         limbs[l] = 0;
@@ -396,9 +416,16 @@ bool TovarMp::mpint_from_limbs(mp_int &a, const std::uint64_t *limbs, int count)
     }
     for (int i = numDigits; i < v->used; ++i)
         v->dp[i] = 0;
-    v->used = numDigits;
+    // LibTomMath's clamp would branch on each top digit's value. Here the count of significant digits is
+    // found with masks over every digit, and only that count is made public: LibTomMath keeps it in the
+    // open, and the time of every later operation on the value follows it.
+    std::uint64_t used = 0;
+    for (int i = 0; i < numDigits; ++i) {
+        const std::uint64_t nonZero = ct::mask64(v->dp[i] != 0);
+        used = (nonZero & (std::uint64_t)(i + 1)) | (~nonZero & used);
+    }
+    v->used = (int)ct::declassified(used);
     v->sign = MP_ZPOS;
-    mp_clamp(v);
     return true;
 }
 

@@ -65,13 +65,18 @@ class TovarMp {
     static bool mpint_to_db(const mp_int &a, DataBuffer &out);           // minimal big-endian |a|
     static bool unsigned_mpint_to_db(const mp_int &a, DataBuffer &out);  // SSH mpint content
     static bool mpint_to_bytes(const mp_int &a, unsigned char *out);     // mp_unsigned_bin_size bytes
-    // |a| as exactly len big-endian bytes, zero-extended; false when it needs more. Read from the digits
-    // directly: no LibTomMath temporary is made, so a secret leaves no copy behind in freed memory.
+    // The three conversions below serve secrets. They read and write the digits directly, so no
+    // LibTomMath temporary holds a copy that is freed unwiped, and they branch on no digit's value: only
+    // a's digit count, which LibTomMath keeps in the open, and the verdict "fits or not" (which no scalar
+    // of the catalogue's sizes turns) steer them.
+    // |a| as exactly len big-endian bytes, zero-extended; false, out untouched, when it needs more.
     static bool mpint_to_fixed_bytes(const mp_int &a, unsigned char *out, unsigned len);
-    // a as count 64-bit limbs, least significant first. False when a is negative or needs more limbs.
+    // a as count 64-bit limbs, least significant first. False, limbs untouched, when a is negative or
+    // needs more limbs.
     static bool mpint_to_limbs(const mp_int &a, std::uint64_t *limbs, int count);
     // a = the value of count 64-bit limbs. a is grown to its final size before any digit is written, so
-    // a secret value is never left behind in a block that a reallocation frees.
+    // a secret value is never left behind in a block that a reallocation frees; the digit count is found
+    // with masks and only it is made public.
     static bool mpint_from_limbs(mp_int &a, const std::uint64_t *limbs, int count);
     // Unpadded base64url of the minimal big-endian |a|; zero is written as one 0x00 byte ("AA"), since a
     // JWK member is never empty and readers refuse one that is.

@@ -1,5 +1,7 @@
 // The generic arithmetic against OpenSSL on the twelve curves it serves, and the corner cases of its
 // formulas that no valid key reaches.
+#include <map>
+
 #include "ecc/arith/EccArith.h"
 #include "ecc/arith/FixedField.h"
 #include "support/ArithCurve.h"
@@ -18,12 +20,14 @@ class Arith : public ::testing::TestWithParam<CurveInfo> {
         P.exportEccPoint(GetParam().byteLen, out, log);
         return toBytes(out);
     }
-    // k·G by the ladder, as X9.63 bytes; empty when the ladder fails.
-    Bytes ladder(const BIGNUM *k) {
+    // k·P by the variable ladder or the one for secret scalars, as X9.63 bytes; empty when it fails.
+    Bytes ladder(const BIGNUM *k, bool secret = false, EccPoint *P = nullptr) {
         mp_int km;
         mpOf(k, km);
-        EccPoint R;
-        return pointMult_tmr(km, curve.G, R, curve.aArg(), curve.p, 1, log) ? bytesOfPoint(R) : Bytes();
+        EccPoint R, &base = P ? *P : curve.G;
+        const bool ok = secret ? pointMultSecret(km, curve.n, base, R, curve.aArg(), curve.p, log)
+                               : pointMult_tmr(km, base, R, curve.aArg(), curve.p, 1, log);
+        return ok ? bytesOfPoint(R) : Bytes();
     }
     // u1·G + u2·Q, as X9.63 bytes; empty when the method fails.
     Bytes mul2(const BIGNUM *u1, const BIGNUM *u2, const Bytes &q) {
@@ -46,14 +50,17 @@ TEST_P(Arith, LadderAndDoubleScalarMethodMatchOpenSsl) {
     BN_set_word(two.get(), 2);
     BN_sub_word(nm1.get(), 1);
     Bytes G = Ossl(c, one).point();
-    for (const BIGNUM *k : {one, (const BIGNUM *)two.get(), (const BIGNUM *)nm1.get()})
-        EXPECT_EQ(ladder(k), Ossl(c, k).point());
-    EXPECT_EQ(ladder(zero.get()), G);      // k = 0 leaves G as it is
-    EXPECT_TRUE(ladder(n.get()).empty());  // n·G is the point at infinity
+    for (bool secret : {false, true}) {
+        for (const BIGNUM *k : {one, (const BIGNUM *)two.get(), (const BIGNUM *)nm1.get()})
+            EXPECT_EQ(ladder(k, secret), Ossl(c, k).point());
+        EXPECT_EQ(ladder(zero.get(), secret), G);      // k = 0 leaves G as it is
+        EXPECT_TRUE(ladder(n.get(), secret).empty());  // n·G is the point at infinity
+    }
     std::unique_ptr<BN_CTX, void (*)(BN_CTX *)> ctx(BN_CTX_new(), BN_CTX_free);
     for (int i = 0; i < testIterations(12); ++i) {
         BnPtr k = randomScalar(c, prng), u2 = randomScalar(c, prng), d = randomScalar(c, prng), t(BN_new());
         EXPECT_EQ(ladder(k.get()), Ossl(c, k.get()).point());
+        EXPECT_EQ(ladder(k.get(), true), Ossl(c, k.get()).point());
         // u1·G + u2·(d·G) = (u1 + u2·d)·G; a one-byte u1 is right-aligned against the longer u2.
         if (i == 0)
             BN_set_word(k.get(), 5);
@@ -64,6 +71,45 @@ TEST_P(Arith, LadderAndDoubleScalarMethodMatchOpenSsl) {
         EXPECT_EQ(mul2(k.get(), u2.get(), Q), Ossl(c, t.get()).point());
     }
     EXPECT_TRUE(log.errors().empty());
+}
+
+// Points no valid key meets, where the variable ladder's addition takes its shortcuts: y = β⁻¹/2, whose
+// double has for Z the plain one, and points of order 3 with y = 1/2 (where the curve's a admits them; the
+// x-coordinates solve 9x⁴ + 6ax² − 3x + a² = 0), whose double is −Q with an equal Z: the doubling fallback.
+// The ladder for secret scalars gives the variable ladder's results, with either value of the bit after
+// the leading one, where the first step meets them.
+TEST_P(Arith, SecretLadderKeepsTheVariableLaddersShortcuts) {
+    const std::map<std::string, std::vector<const char *>> orderThree = {
+        {"secp192r1", {"B002AFE342BBA6F6370B18A7E3B3018D14E6CFA2E2AF1D1D"}},
+        {"secp224r1", {"194696A051BCDCABFE5479BFD1F52AA917187E9CEEE371277D39C6EE"}},
+        {"brainpoolp192r1",
+         {"81C2C6BD61129D1F34C43A9C1260AFCAAD2556B444CC1D70",
+          "7593DA1DC66B832C31BA23A92FF57FA89780A97B514D2F74"}},
+        {"brainpoolp224r1",
+         {"29C08B8281669AC03F1CB453195FCFC3C3FD9807F2DBF0EA1ED36A30",
+          "AFC440D510C179CB84CC3B95163F54719197E1F4504ECB9ED64427B2"}}};
+    mp_int mu, two, half, plainOneHalf;
+    ASSERT_TRUE(TovarMp::mp_montgomery_normalization(mu, curve.p) == 0 && TovarMp::mp_set(two, 2) == 0 &&
+                TovarMp::mp_invmod(two, curve.p, half) == 0 && TovarMp::mp_invmod(mu, curve.p, mu) == 0 &&
+                TovarMp::mp_mulmod(mu, half, curve.p, plainOneHalf) == 0);
+    std::vector<std::pair<std::string, mp_int *>> points = {
+        {hexOf(prng.bytes(GetParam().byteLen)), &plainOneHalf}};
+    auto found = orderThree.find(GetParam().name);
+    for (const char *x : found == orderThree.end() ? std::vector<const char *>() : found->second)
+        points.push_back({x, &half});
+    const int bits = BN_num_bits(orderOf(GetParam()).get());
+    for (auto &[x, y] : points) {
+        EccPoint Q;
+        ASSERT_TRUE(TovarMp::mpint_from_radix(Q.m_x, x.c_str(), 16) && TovarMp::mp_copy(*y, Q.m_y) == 0 &&
+                    TovarMp::mp_set(Q.m_z, 1) == 0);
+        for (int i = 0; i < 4; ++i) {
+            BnPtr k = randomScalar(GetParam(), prng);  // a leading one below n's top bit, then i's bit
+            BN_mask_bits(k.get(), bits - 4);
+            BN_set_bit(k.get(), bits - 2);
+            (i % 2 ? BN_set_bit : BN_clear_bit)(k.get(), bits - 3);
+            EXPECT_EQ(ladder(k.get(), true, &Q), ladder(k.get(), false, &Q)) << x << " " << i;
+        }
+    }
 }
 
 // The single-call formulas in Montgomery form: G + 2G, 2G + G with P and Q swapped, and 2·(2G) against

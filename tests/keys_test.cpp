@@ -313,14 +313,30 @@ TEST_P(Curve, SharedSecretsMatchOpenSsl) {
     }
 }
 
-// Generated keys draw exactly byteLen bytes into a private key whose Q OpenSSL derives from its d.
+// Generated keys draw exactly byteLen bytes, reduced modulo n but on secp256k1, into a private key whose Q
+// OpenSSL derives from its d. With the uniform draw, candidates cut to n's bit length are refused when
+// they are n or more (all ones) or 0, and the first one in [1, n - 1] is taken as it is.
 TEST_P(Curve, GeneratedKeysAreConsistent) {
-    EccKey key;
+    EccKey key, uniform;
     LogRecorder log;
     log.m_verbose = true;
+    TestPrng copy = prng;
+    BnPtr draw = bnOf(copy.bytes(c().byteLen)), n = orderOf(c()), v = randomScalar(c(), copy);
     ASSERT_TRUE(key.generateNewKey(StringBuffer(c().oid), prng, log)) << log.errorText();
     EXPECT_EQ(prng.m_bytesServed, (unsigned)c().byteLen);
     EXPECT_TRUE(sameKey(key, Ossl(c(), bnOf(key.m_privKey).get()), c()));
+    while (!isK1(c()) && BN_cmp(draw.get(), n.get()) >= 0)
+        BN_sub(draw.get(), draw.get(), n.get());
+    EXPECT_EQ(BN_cmp(bnOf(key.m_privKey).get(), draw.get()), 0);
+    ScriptedPrng candidates;
+    candidates.m_queue = Bytes(c().byteLen, 0xFF);
+    candidates.m_queue.resize(2 * c().byteLen);
+    for (unsigned char b : bytesOf(v.get(), c().byteLen))
+        candidates.m_queue.push_back(b);
+    log.m_options.setString(EccKey::kOptDrawUniform);
+    ASSERT_TRUE(uniform.generateNewKey(StringBuffer(c().oid), candidates, log));
+    EXPECT_EQ(candidates.m_calls, 3);
+    EXPECT_EQ(BN_cmp(bnOf(uniform.m_privKey).get(), v.get()), 0);
     EXPECT_EQ(key.get_ModulusBitLen(), 8u * c().byteLen);
     EXPECT_EQ(key.isPoint(log),
               std::string(c().name).rfind("secp", 0) == 0 && !isK1(c()));  // NIST curves only

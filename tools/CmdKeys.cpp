@@ -76,6 +76,8 @@ int cmdGen(int argc, char **argv) {
         return session.fail("unknown curve '" + curveName + "' ('ecckey curves' lists the names)");
     ecckey::EccKey key;
     ecckey::SystemPrng prng;
+    // A new key is drawn uniformly from [1, n - 1], not as the library's default reduced draw.
+    session.log().m_options.append2(" ", ecckey::EccKey::kOptDrawUniform);
     bool generated = false;
     for (int attempt = 0; attempt < kMaxGenerateAttempts && !generated; ++attempt) {
         if (!key.generateNewKey(ecckey::StringBuffer(curveName.c_str()), prng, session.log()))

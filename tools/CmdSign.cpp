@@ -89,6 +89,8 @@ int cmdSign(int argc, char **argv) {
 
     ecckey::SystemPrng prng;
     ecckey::DataBuffer sig;
+    // The random signers draw their nonces uniformly from [1, n - 1] (RFC 6979's already are).
+    session.log().m_options.append2(" ", ecckey::EccKey::kOptDrawUniform);
     bool signedOk;
     if (deterministic) {
         int hashAlg = 0;

@@ -12,7 +12,8 @@
 // heap), and one that builds a scratch of its own for the single call. The steps are those of
 // PointFormulas.h, which the fixed-width field (FixedField.h) runs as well.
 //
-// This arithmetic is not constant time. secp256k1 (a = 0) must never reach it.
+// This arithmetic is not constant time, except pointMultSecret (below) on the catalogue's sizes, which
+// secret scalars take. secp256k1 (a = 0) must never reach it.
 #pragma once
 
 #include "support/MpInt.h"
@@ -70,7 +71,17 @@ bool mapPointBack(EccPoint &P, mp_int &p, MpDigit &digit, EccArithScratch &s);
 // an integer operation fails or the product is the point at infinity (k = n, for instance). map has no
 // effect: the result is always affine. For a p of the catalogue's sizes (fixedFieldLimbs) the ladder runs
 // on the fixed-width field, whose arithmetic is constant time; the bits of k still choose which point
-// each step writes, and k's leading zeros are skipped.
+// each step writes, and k's leading zeros are skipped: for public scalars, and for the secret ones that
+// pointMultSecret hands on.
 bool pointMult_tmr(mp_int &k, EccPoint &G, EccPoint &R, mp_int *a, mp_int &p, int map, LogBase &log);
+
+// R = k·G for a secret scalar, with pointMult_tmr's results, context and failures. For 1 <= k < n (n the
+// group order) on a p of the fixed-width field, the ladder runs bitlen(n) − 1 steps whatever k is, reads
+// the bits of a fixed-length k, computes each step for both values of its bit and keeps one by masks, and
+// replaces the addition's two tests by masks too: no branch and no memory index follows k, and the only
+// values made public are "1 <= k < n", "the product is at infinity" and the affine product itself. Any
+// other k (0, n and above, negative) or p takes pointMult_tmr.
+bool pointMultSecret(mp_int &k, const mp_int &n, EccPoint &G, EccPoint &R, mp_int *a, mp_int &p,
+                     LogBase &log);
 
 }  // namespace ecckey

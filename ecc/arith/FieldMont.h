@@ -17,7 +17,7 @@
 #include <x86intrin.h>
 #endif
 
-#include "ecc/secp256k1/ConstantTime.h"
+#include "support/ConstantTime.h"
 
 namespace ecckey {
 
@@ -59,6 +59,11 @@ class FieldMont {
     // answer is formed without a branch; only the caller's use of it may branch.
     static bool isEqual(const Elem &a, const Elem &b);
     static bool isZero(const Elem &a);
+    // c = a where mask is all ones, b where it is zero (a mask from ct::mask64). c may be a or b.
+    static void select(std::uint64_t mask, const Elem &a, const Elem &b, Elem &c) {
+        for (int j = 0; j < N; ++j)
+            c.w[j] = (a.w[j] & mask) | (b.w[j] & ~mask);
+    }
 
   private:
     typedef unsigned __int128 u128;

@@ -113,9 +113,11 @@ class FixedField {
         m_f.fromMont(a, a);
         return true;
     }
-    // c = a⁻¹ for a normal-form a: into Montgomery form, inverted there, and back.
+    // c = a⁻¹ for a normal-form a: into Montgomery form, inverted there, and back. The map inverts Z, and
+    // Z = 0 is the point at infinity, which every caller reports as a failure: whether a is zero is made
+    // public, and only it.
     bool invert(const Elem &a, Elem &c) const {
-        if (Field::isZero(a))
+        if (ct::declassified(Field::isZero(a)))
             return false;
         m_f.toMont(a, c);
         m_f.invert(c, c);

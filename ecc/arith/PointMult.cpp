@@ -1,10 +1,13 @@
 // k·G by a Montgomery ladder over the Jacobian Montgomery-form formulas, on the fixed-width field where
-// p fits one and on LibTomMath elsewhere.
+// p fits one and on LibTomMath elsewhere; and the ladder for secret scalars, which runs a fixed count of
+// steps and chooses its points with masks.
 #include "ecc/EccPoint.h"
 #include "ecc/arith/BigIntField.h"
 #include "ecc/arith/EccArith.h"
 #include "ecc/arith/FixedField.h"
 #include "ecc/arith/PointFormulas.h"
+#include "ecc/arith/ScalarField.h"
+#include "support/ConstantTime.h"
 #include "support/LogBase.h"
 #include "support/TovarMp.h"
 
@@ -126,7 +129,112 @@ bool multiplyFixed(mp_int &k, EccPoint &G, EccPoint &R, mp_int *a, mp_int &p) {
     return f.store(st.M0, R);
 }
 
+// The secret ladder's working state, wiped on the way out. k holds the scalar in limbs; the catalogue's
+// orders have at most 9.
+template <int N>
+struct SecretLadderState {
+    typedef typename FixedField<N>::Point Point;
+    Point tG, M0, M1, sum, twice, from, q, kept0, kept1;
+    typename FixedField<N>::Scratch s;
+    typename FixedField<N>::Elem negated;
+    std::uint64_t k[9];
+    ~SecretLadderState() { ct::wipe(this, sizeof *this); }
+};
+
+template <int N>
+void selectPoint(std::uint64_t mask, const typename FixedField<N>::Point &A,
+                 const typename FixedField<N>::Point &B, typename FixedField<N>::Point &R) {
+    FieldMont<N>::select(mask, A.m_x, B.m_x, R.m_x);
+    FieldMont<N>::select(mask, A.m_y, B.m_y, R.m_y);
+    FieldMont<N>::select(mask, A.m_z, B.m_z, R.m_z);
+}
+
+// One step of the variable ladder for the bit whose mask is bit, computed for both values of the bit:
+// sum = M0 + M1 as jacobianAdd gives it, twice = 2·M[bit], then M[1 − bit] = sum and M[bit] = twice.
+// jacobianAdd's two tests become masks. Its doubling fallback (M0 = ±M1 with equal X and Z) gives 2·M0:
+// twice itself, unless twice doubled an M1 = −M0, whose double has the same X and Y and −Z. Its shortcut
+// for an M1 whose Z is the plain one skips the products by Z2; the Montgomery one in Z2's place makes
+// those products leave their operands as they are, so the general formula gives the same values.
+template <int N>
+void secretStep(const FixedField<N> &f, std::uint64_t bit, SecretLadderState<N> &st) {
+    typedef FieldMont<N> F;
+    F::select(ct::mask64(f.isPlainOne(st.M1.m_z)), f.field().one(), st.M1.m_z, st.q.m_z);
+    st.q.m_x = st.M1.m_x;
+    st.q.m_y = st.M1.m_y;
+    f.field().neg(st.M1.m_y, st.negated);
+    const std::uint64_t sameY = ct::mask64(F::isEqual(st.M0.m_y, st.M1.m_y));
+    const std::uint64_t doubling = ct::mask64(isDoublingCase(f, st.M0, st.M1, st.negated));
+
+    st.s.x = st.M0.m_x;
+    st.s.y = st.M0.m_y;
+    st.s.z = st.M0.m_z;
+    (void)jacobianAddGeneral(f, st.q, false, st.s);
+    selectPoint<N>(bit, st.M1, st.M0, st.from);
+    (void)jacobianDouble(f, st.from, st.twice, st.s);
+
+    st.sum.m_x = st.s.x;
+    st.sum.m_y = st.s.y;
+    f.field().neg(st.twice.m_z, st.negated);
+    F::select(bit & ~sameY, st.negated, st.twice.m_z, st.q.m_z);  // the fallback's Z
+    F::select(doubling, st.twice.m_x, st.sum.m_x, st.sum.m_x);
+    F::select(doubling, st.twice.m_y, st.sum.m_y, st.sum.m_y);
+    F::select(doubling, st.q.m_z, st.s.z, st.sum.m_z);
+    selectPoint<N>(bit, st.sum, st.twice, st.from);  // the new M0
+    selectPoint<N>(bit, st.twice, st.sum, st.M1);
+    st.M0 = st.from;
+}
+
+// The variable ladder's M0 and M1 after every bit of k, read as a number of bits bits long: leading zeros
+// and the leading one leave M0 = G and M1 = 2G as they are, so every step is computed and kept only from
+// the bit after the leading one on.
+template <int N>
+void secretLadder(const FixedField<N> &f, int bits, SecretLadderState<N> &st) {
+    auto bitAt = [&st](int i) { return (st.k[i / 64] >> (i % 64)) & 1u; };
+    f.copyPoint(st.tG, st.M0);
+    (void)jacobianDouble(f, st.tG, st.M1, st.s);
+    std::uint64_t started = ct::mask64(bitAt(bits - 1) != 0);
+    for (int i = bits - 2; i >= 0; --i) {
+        const std::uint64_t bit = ct::mask64(bitAt(i) != 0);
+        st.kept0 = st.M0;
+        st.kept1 = st.M1;
+        secretStep(f, bit, st);
+        selectPoint<N>(started, st.M0, st.kept0, st.M0);
+        selectPoint<N>(started, st.M1, st.kept1, st.M1);
+        started |= bit;
+    }
+}
+
+template <int N>
+bool multiplySecret(const mp_int &k, int bits, EccPoint &G, EccPoint &R, mp_int *a, mp_int &p) {
+    FixedField<N> f;
+    SecretLadderState<N> st;
+    if (bits < 2 || bits > 64 * 9 || !f.setUp(p, a) || !f.load(G, st.tG) ||
+        !TovarMp::mpint_to_limbs(k, st.k, (bits + 63) / 64))
+        return false;
+    secretLadder(f, bits, st);
+    R.m_format = 4;
+    st.sum = st.M0;
+    // At infinity the map fails (only that is made public) and R is left as the variable ladder leaves it.
+    if (!jacobianToAffine(f, st.sum, st.s))
+        return f.store(st.M0, R);
+    // The product is the caller's output: a public key, or the point whose x is the shared secret.
+    ct::declassify(&st.sum, sizeof st.sum);
+    return TovarMp::mpint_from_limbs(R.m_x, st.sum.m_x.w, N) &&
+           TovarMp::mpint_from_limbs(R.m_y, st.sum.m_y.w, N) && TovarMp::mp_set(R.m_z, 1) == 0;
+}
+
 }  // namespace
+
+bool pointMultSecret(mp_int &k, const mp_int &n, EccPoint &G, EccPoint &R, mp_int *a, mp_int &p,
+                     LogBase &log) {
+    if (!scalarInRange(n, k))
+        return pointMult_tmr(k, G, R, a, p, 1, log);
+    LogContextExitor ctx(log, "pointMultiply");
+    const int bits = TovarMp::mp_count_bits(n);
+    return withFixedFieldLimbs(
+        p, [&](auto limbs) { return multiplySecret<decltype(limbs)::value>(k, bits, G, R, a, p); },
+        [&] { return multiplyBigInt(k, G, R, a, p); });
+}
 
 // Every temporary of either path is set up before the ladder starts, so the loop allocates nothing. On
 // the generic curves' sizes the fixed-width field runs the ladder; the big-integer path serves any other p.

@@ -1,6 +1,6 @@
 #include "ecc/secp256k1/CurvePt.h"
 
-#include "ecc/secp256k1/ConstantTime.h"
+#include "support/ConstantTime.h"
 
 namespace ecckey {
 

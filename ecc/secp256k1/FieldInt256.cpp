@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "ecc/secp256k1/ConstantTime.h"
+#include "support/ConstantTime.h"
 
 namespace ecckey {
 

@@ -9,6 +9,7 @@
 #include "ecc/EcdsaSig.h"
 #include "ecc/secp256k1/CurvePt.h"
 #include "support/AsnItem.h"
+#include "support/ConstantTime.h"
 #include "support/LogBase.h"
 #include "support/Owners.h"
 #include "support/Prng.h"
@@ -54,15 +55,17 @@ void reduceOnceModOrder(_tvUnsigned256 &v) {
 bool signWithNonce(const _tvUnsigned256 &k, const _tvUnsigned256 &d, const _tvUnsigned256 &e,
                    _tvUnsigned256 &r, _tvUnsigned256 &s) {
     const _tvUnsigned256 &n = _tvCurvePt::m_s_order;
-    // Rejecting a nonce reveals nothing about the one that is finally used.
-    if (k == s_ZERO || k >= n)
+    // Rejecting a nonce reveals nothing about the one that is finally used: the verdict may be known.
+    if (ct::declassified((k == s_ZERO) | (k >= n)))
         return false;
 
     _tvCurvePt R = _tvCurvePt::m_s_G;  // R = k·G, affine
     R.multiplyPt(k);
     R.normalizePt();
     r = _tvUnsigned256(R.x);
-    reduceOnceModOrder(r);  // r = x(R) mod n (x < p < 2n)
+    reduceOnceModOrder(r);         // r = x(R) mod n (x < p < 2n)
+    ct::declassify(&r, sizeof r);  // the signature's first half
+    ct::wipe(&R, sizeof R);
     if (r == s_ZERO)
         return false;
 
@@ -77,12 +80,13 @@ bool signWithNonce(const _tvUnsigned256 &k, const _tvUnsigned256 &d, const _tvUn
     kInv.reciprocal(n);
     s = t;  // s = t·k^-1 mod n
     multiplyModOrder(s, kInv);
-    if (s == s_ZERO)
+    if (ct::declassified(s == s_ZERO))
         return false;
 
     _tvUnsigned256 negS = n;  // low S: s = min(s, n - s)
     negS.subtract(s, 1);
     s.replace(negS, (unsigned)(s > negS));
+    ct::declassify(&s, sizeof s);  // the signature's second half
     return true;
 }
 

@@ -2,9 +2,9 @@
 
 #include <cstring>
 
-#include "ecc/secp256k1/ConstantTime.h"
 #include "ecc/secp256k1/CurvePt.h"
 #include "ecc/secp256k1/FieldInt256.h"
+#include "support/ConstantTime.h"
 #include "support/DataBuffer.h"
 #include "support/MpInt.h"
 #include "support/TovarMp.h"
@@ -204,20 +204,14 @@ void multiplyModOrder(_tvUnsigned256 &x, const _tvUnsigned256 &y) {
     ct::wipe(&r, sizeof r);
 }
 
+// Read from the digits on the stack, with no branch on their values (d reaches the engine this way).
 bool mp_int_to_uint256(const mp_int &in, _tvUnsigned256 &out) {
-    DataBuffer bytes;
-    bytes.setSensitive();
-    if (!TovarMp::mpint_to_db(in, bytes))
-        return false;
-    if (bytes.getSize() > 32)
-        return false;
-    static const unsigned char zeros[32] = {0};
-    unsigned padLen = 32 - bytes.getSize();
-    if (padLen > 0 && !bytes.prepend(zeros, padLen))
-        return false;
-    bytes.reverseBytes();
-    std::memcpy(out.value, bytes.getData2(), 32);
-    return true;
+    unsigned char bytes[32];
+    const bool fits = TovarMp::mpint_to_fixed_bytes(in, bytes, sizeof bytes);
+    if (fits)
+        out = _tvUnsigned256(bytes);
+    ct::wipe(bytes, sizeof bytes);
+    return fits;
 }
 
 void uint256_to_mp_int(const _tvUnsigned256 &in, mp_int &out) {

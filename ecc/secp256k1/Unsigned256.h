@@ -77,7 +77,8 @@ extern const _tvUnsigned256 m_Modulus;  // p = 2^256 - 2^32 - 977
 // x = x·y mod n (the group order); both below n. Constant time: 256 fixed double-and-add steps.
 void multiplyModOrder(_tvUnsigned256 &x, const _tvUnsigned256 &y);
 // True and out set when in fits in 32 bytes; false, out untouched, otherwise. The magnitude of a
-// negative input is taken. The temporary byte buffer is marked sensitive: in may be a private scalar.
+// negative input is taken. in may be a private scalar: its digits are read with no branch on their values
+// (TovarMp::mpint_to_fixed_bytes) into a stack buffer that is wiped.
 bool mp_int_to_uint256(const mp_int &in, _tvUnsigned256 &out);
 // Sets out to the (non-negative) value of in.
 void uint256_to_mp_int(const _tvUnsigned256 &in, mp_int &out);

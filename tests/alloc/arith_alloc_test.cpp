@@ -1,6 +1,7 @@
 // The scalar multiplications of the generic arithmetic touch the heap only while they set up: the ladder
 // steps and the joint-table loop run on temporaries grown once. A one-step scalar and a full-length one
-// therefore cost the same; an allocation per group operation would show as hundreds more. The few that
+// therefore cost the same, and the ladder for secret scalars no more; an allocation per group operation
+// would show as hundreds more. The few that
 // may differ come from LibTomMath's division (set-up and map back), whose working integers grow with the
 // values. Counted with the malloc wrapper of bench/AllocCounter.cpp, which only this program links.
 #include <gtest/gtest.h>
@@ -45,6 +46,10 @@ TEST_P(ArithAlloc, MultiplicationsAllocateOnlyForSetUp) {
     };
     const std::uint64_t small = mult(three), full = mult(k);
     EXPECT_LE(full, small + 4) << "k·G allocations, k = 3 and k full-length";
+    EXPECT_LE(
+        allocations([&] { return pointMultSecret(k, curve.n, curve.G, R, curve.aArg(), curve.p, log); }),
+        small + 4)
+        << "k·G allocations on the ladder for secret scalars, against the variable one's for k = 3";
     const std::uint64_t smallPair = mul2add(one, one), fullPair = mul2add(u1, u2);
     EXPECT_LE(fullPair, smallPair + 4) << "u1·G + u2·Q allocations, u1 = u2 = 1 and full-length";
 }
