@@ -59,26 +59,26 @@ void takePassphraseArguments(int argc, char **argv) {
     }
 }
 
-bool readPassphrase(const char *option, const char *spec, StringBuffer &passphrase, std::string &error) {
+bool readPassphrase(const char *option, const char *source, StringBuffer &passphrase, std::string &error) {
     passphrase.secureClear();
-    if (std::strncmp(spec, "pass:", 5) == 0) {
+    if (std::strncmp(source, "pass:", 5) == 0) {
         for (const TakenPassphrase &taken : s_taken) {
             if (taken.taken && std::strcmp(taken.option, option) == 0)
                 return passphrase.append(taken.text);
         }
-        return passphrase.append(spec + 5);
+        return passphrase.append(source + 5);
     }
-    if (std::strncmp(spec, "env:", 4) == 0) {
-        const char *value = std::getenv(spec + 4);
+    if (std::strncmp(source, "env:", 4) == 0) {
+        const char *value = std::getenv(source + 4);
         if (value == nullptr) {
-            error = std::string(option) + ": the environment variable " + (spec + 4) + " is not set";
+            error = std::string(option) + ": the environment variable " + (source + 4) + " is not set";
             return false;
         }
         return passphrase.append(value);
     }
-    if (std::strncmp(spec, "file:", 5) == 0) {
+    if (std::strncmp(source, "file:", 5) == 0) {
         ecckey::DataBuffer content;
-        return readInput(spec + 5, content, error) && firstLine(content, passphrase);
+        return readInput(source + 5, content, error) && firstLine(content, passphrase);
     }
     error = std::string(option) + " takes pass:TEXT, env:VAR or file:PATH";
     return false;

@@ -17,11 +17,11 @@ namespace ecckey_cli {
 // wiping store and overwrites it in argv, which leaves "pass:" there. Call before anything copies argv.
 void takePassphraseArguments(int argc, char **argv);
 
-// Reads the passphrase that spec (the value of option, "--passin" or "--passout") names into passphrase:
+// Reads the passphrase that source (the value of option, "--passin" or "--passout") names into passphrase:
 // pass:TEXT the text (from the store when takePassphraseArguments took it), env:VAR the variable's value,
 // file:PATH the first line of the file without its line end. False with a message in error for another
 // form, a variable that is not set or a file that cannot be read.
-bool readPassphrase(const char *option, const char *spec, ecckey::StringBuffer &passphrase,
+bool readPassphrase(const char *option, const char *source, ecckey::StringBuffer &passphrase,
                     std::string &error);
 
 }  // namespace ecckey_cli
