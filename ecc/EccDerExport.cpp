@@ -22,6 +22,8 @@ const char *const kOidEcPublicKey = "1.2.840.10045.2.1";
 // The option keyword that adds the [1] publicKey element to SEC 1 output. Off by default: readers then
 // recompute Q from d.
 const char *const kOptEmitPkcs1Pubkey = "EMIT_ECC_PKCS1_PUBKEY";
+// The option keyword that writes d, and the JWK integers, zero-extended to the curve's byte length.
+const char *const kOptEmitFixedLength = "EMIT_ECC_FIXED_LENGTH";
 
 // Appends a freshly built child; false when the builder returned null or the append failed (in which case
 // AppendPart has already released the child).
@@ -53,8 +55,9 @@ _tvAsn1 *newPointBitString(const EccKey &key, LogBase &log) {
 }
 
 // A new SEQUENCE { INTEGER 1, OCTET STRING d }, the start of every ECPrivateKey written here (one
-// reference, for the caller). d takes its minimal big-endian length, not m_byteLen. Null, after logging
-// "k is empty", when d is zero.
+// reference, for the caller). d takes its minimal big-endian length by default, and m_byteLen bytes when
+// the logger's options hold "EMIT_ECC_FIXED_LENGTH" (RFC 5915 fixes the length; strict readers refuse a
+// shorter d). Null, after logging "k is empty", when d is zero.
 _tvAsn1 *newVersionAndScalar(const EccKey &key, LogBase &log) {
     _tvAsn1 *ecPrivateKey = _tvAsn1::newSequence();
     if (!ecPrivateKey)
@@ -65,11 +68,13 @@ _tvAsn1 *newVersionAndScalar(const EccKey &key, LogBase &log) {
 
     DataBuffer dBytes;
     dBytes.setSensitive();
-    TovarMp::mpint_to_db(key.m_privKey, dBytes);
-    if (dBytes.getSize() == 0) {
+    const bool written = key.appendEmittedInteger(key.m_privKey, dBytes, log);
+    if (dBytes.getSize() == 0 || TovarMp::isZero(key.m_privKey)) {
         log.logError("k is empty");
         return nullptr;
     }
+    if (!written)
+        return nullptr;
     if (!appendNew(ecPrivateKey, _tvAsn1::newOctetString(dBytes.getData2(), dBytes.getSize())))
         return nullptr;
     ecPrivateKey->incRefCount();  // the caller's reference; the owner drops its own
@@ -103,6 +108,18 @@ void privateKeyPemLabel(char *label) {
 }
 
 }  // namespace
+
+bool EccKey::appendEmittedInteger(const mp_int &a, DataBuffer &out, const LogBase &log) const {
+    if (!log.m_options.containsSubstring(kOptEmitFixedLength))
+        return TovarMp::mpint_to_db(a, out);
+    const unsigned width = (unsigned)m_curve.m_byteLen;
+    const unsigned start = out.getSize();
+    for (unsigned i = 0; i < width; ++i) {
+        if (!out.appendChar(0))
+            return false;
+    }
+    return TovarMp::mpint_to_fixed_bytes(a, out.getDataMutable() + start, width);
+}
 
 bool EccKey::toPublicKeyDer_shortFmt(DataBuffer &out, LogBase &log) {
     LogContextExitor ctx(log, "toPublicKeyDer_shortFmt");

@@ -3,7 +3,8 @@
 //
 // The texts are assembled from fixed fragments, with no whitespace: other programs compare and hash them
 // as they stand, so member order and spelling are part of the interface. Numbers in JWKs are the minimal
-// big-endian bytes of each integer in base64url (no padding to the curve size).
+// big-endian bytes of each integer in base64url (no padding to the curve size), unless the logger's option
+// text holds "EMIT_ECC_FIXED_LENGTH".
 #include "ecc/EccKey.h"
 
 #include "support/JsonObject.h"
@@ -21,6 +22,17 @@ const char *const kXmlDSigEcKeyValue =
     "<NamedCurve URI=\"urn:oid:CURVE_OID\" />"
     "<PublicKey>PUBKEY_BASE64</PublicKey>"
     "</ECKeyValue>";
+
+// Appends the base64url text of a JWK integer member: its minimal bytes by default, or the m_byteLen bytes
+// RFC 7518 requires of x, y and d with "EMIT_ECC_FIXED_LENGTH" (appendEmittedInteger). A member is never
+// empty: zero in its minimal form is one 0x00 byte ("AA"), since readers refuse an empty member.
+bool appendJwkInteger(const EccKey &key, const mp_int &a, StringBuffer &out, LogBase &log) {
+    DataBuffer bytes;
+    bytes.setSensitive();
+    if (!key.appendEmittedInteger(a, bytes, log) || (bytes.isEmpty() && !bytes.appendChar(0)))
+        return false;
+    return bytes.encodeDB("base64url", out);
+}
 
 }  // namespace
 
@@ -47,11 +59,11 @@ bool EccKey::toEccPrivateKeyJwk(StringBuffer &out, LogBase &log) {
     bool ok = out.append("{\"kty\":\"EC\",\"crv\":\"");
     getJwkCurveName(out, log);
     ok = out.append("\",\"x\":\"") && ok;
-    ok = TovarMp::mpint_to_base64url(m_pubPoint.m_x, out, log) && ok;
+    ok = appendJwkInteger(*this, m_pubPoint.m_x, out, log) && ok;
     ok = out.append("\",\"y\":\"") && ok;
-    ok = TovarMp::mpint_to_base64url(m_pubPoint.m_y, out, log) && ok;
+    ok = appendJwkInteger(*this, m_pubPoint.m_y, out, log) && ok;
     ok = out.append("\",\"d\":\"") && ok;
-    ok = TovarMp::mpint_to_base64url(m_privKey, out, log) && ok;
+    ok = appendJwkInteger(*this, m_privKey, out, log) && ok;
     ok = out.append("\"}") && ok;
     if (!ok)
         out.secureClear();
@@ -73,9 +85,9 @@ bool EccKey::toEccPublicKeyJwk(StringBuffer &out, bool crvFirst, LogBase &log) {
         getJwkCurveName(out, log);
         ok = out.append("\",\"x\":\"") && ok;
     }
-    ok = TovarMp::mpint_to_base64url(m_pubPoint.m_x, out, log) && ok;
+    ok = appendJwkInteger(*this, m_pubPoint.m_x, out, log) && ok;
     ok = out.append("\",\"y\":\"") && ok;
-    ok = TovarMp::mpint_to_base64url(m_pubPoint.m_y, out, log) && ok;
+    ok = appendJwkInteger(*this, m_pubPoint.m_y, out, log) && ok;
     ok = out.append("\"}") && ok;
     if (!ok)
         out.clear();

@@ -138,6 +138,12 @@ class EccKey : public KeyBase {
     bool toEccPkcs1PrivateKeyDer_forPkcs11(DataBuffer &out, LogBase &log);
     bool toEccPublicKeyPem(bool shortFormat, StringBuffer &out, LogBase &log);
     bool toEccPrivateKeyPem(bool pkcs1, StringBuffer &out, LogBase &log);
+    // Appends the big-endian bytes of a (d, or a coordinate of Q) as the writers emit it in SEC 1, PKCS #8,
+    // PKCS #11 and JWK: minimal by default (mpint_to_db, as always); zero-extended to m_byteLen when the
+    // logger's option text holds "EMIT_ECC_FIXED_LENGTH", the lengths RFC 5915 and RFC 7518 fix and strict
+    // readers insist on, read from a's digits without a temporary copy. False when memory is short or a
+    // does not fit.
+    [[nodiscard]] bool appendEmittedInteger(const mp_int &a, DataBuffer &out, const LogBase &log) const;
 
     // ---- JWK and XML (EccJwkXml.cpp) ----
     void getJwkCurveName(StringBuffer &out, LogBase &log) const;

@@ -260,6 +260,18 @@ bool _tvAsn1::deletePart(int index) {
     return true;
 }
 
+bool _tvAsn1::replacePart(int index, _tvAsn1 *child) {
+    if (!child)
+        return false;
+    if (index < 0 || index >= numAsnParts() || child == this) {
+        child->decRefCount();
+        return false;
+    }
+    m_parts[(size_t)index]->decRefCount();
+    m_parts[(size_t)index] = child;
+    return true;
+}
+
 int _tvAsn1::numAsnParts() const {
     return (int)m_parts.size();
 }

@@ -39,6 +39,9 @@ class _tvAsn1 : public RefCountedObject {
     static _tvAsn1 *newContextSpecificContructed(int tagNumber);               // explicit [n] wrapper
     bool AppendPart(_tvAsn1 *child);  // takes the reference; false (child released) when memory is short
     bool deletePart(int index);
+    // Puts child in the place of part index, which is released. Takes the reference; false (child released)
+    // when index is out of range.
+    bool replacePart(int index, _tvAsn1 *child);
 
     // Readers.
     int numAsnParts() const;

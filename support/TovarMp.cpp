@@ -135,6 +135,12 @@ int TovarMp::mp_mulmod(const mp_int &a, const mp_int &b, const mp_int &m, mp_int
     return ::mp_mulmod(L(a), L(b), L(m), L(c));
 }
 
+int TovarMp::mp_sqrtmod_prime(const mp_int &a, const mp_int &p, mp_int &c) {
+    if (!usable(a, p, c))
+        return MP_MEM;
+    return ::mp_sqrtmod_prime(L(a), L(p), L(c));
+}
+
 namespace {
 
 // Inverse modulo an odd m > 1 of 0 <= a < m, by the binary extended Euclidean algorithm. LibTomMath's own

@@ -24,6 +24,9 @@ class TovarMp {
     static int mp_mod(const mp_int &a, const mp_int &m, mp_int &c);  // result in [0, m)
     static int mp_mulmod(const mp_int &a, const mp_int &b, const mp_int &m, mp_int &c);
     static int mp_invmod(const mp_int &a, const mp_int &m, mp_int &c);  // fails when no inverse exists
+    // c = a square root of a modulo the odd prime p (LibTomMath's mp_sqrtmod_prime); fails when a has none.
+    // Variable time, and its temporaries are freed unwiped: for public values only (point decompression).
+    static int mp_sqrtmod_prime(const mp_int &a, const mp_int &p, mp_int &c);
     static int mp_div_2(const mp_int &a, mp_int &c);
     static int mp_copy(const mp_int &a, mp_int &c);
     static int mp_set(mp_int &a, MpDigit digit);

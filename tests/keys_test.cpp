@@ -129,6 +129,29 @@ TEST_P(Curve, WritesWhatOpenSslWrites) {
     EXPECT_TRUE(log.errors().empty()) << log.errorText();
 }
 
+// "EMIT_ECC_FIXED_LENGTH" writes d and the JWK integers at the curve's byte length (RFC 5915, RFC 7518): SEC
+// 1 is then OpenSSL's bytes for a d whose first bytes are zero, and d ends the PKCS #11 form at full length.
+TEST_P(Curve, FixedLengthOptionGivesFullLengthIntegers) {
+    Ossl o(c(), bnOf(Bytes{0x01, 0x02}).get());
+    EccKey key;
+    loadInto(o, c(), key, true);
+    LogRecorder log;
+    log.m_options.setString("EMIT_ECC_PKCS1_PUBKEY EMIT_ECC_FIXED_LENGTH");
+    DataBuffer sec1, p11;
+    StringBuffer jwk;
+    ASSERT_TRUE(key.toEccPkcs1PrivateKeyDer(sec1, log) && key.toEccPkcs1PrivateKeyDer_forPkcs11(p11, log) &&
+                key.toEccPrivateKeyJwk(jwk, log));
+    EXPECT_EQ(toBytes(sec1), o.encode("type-specific", "DER", false, true));
+    Bytes d = o.d(c().byteLen), q = o.point();
+    Bytes p11Want{0x30, (unsigned char)(5 + d.size()), 2, 1, 1, 4, (unsigned char)d.size()};
+    p11Want.insert(p11Want.end(), d.begin(), d.end());
+    EXPECT_EQ(toBytes(p11), p11Want);
+    Bytes x(q.begin() + 1, q.begin() + 1 + c().byteLen), y(q.begin() + 1 + c().byteLen, q.end());
+    std::string members = "\"x\":\"" + base64(x, true) + "\",\"y\":\"" + base64(y, true) + "\",\"d\":\"" +
+                          base64(d, true) + "\"}";
+    EXPECT_NE(std::string(jwk.getString()).find(members), std::string::npos) << jwk.getString();
+}
+
 // Text forms: exact layouts built from OpenSSL's numbers, and each read back to the same key.
 TEST_P(Curve, TextFormsHaveTheirLayoutAndRoundTrip) {
     Ossl o = Ossl::random(c(), prng);

@@ -13,7 +13,7 @@ namespace ecckey_cli {
 int cmdCheck(int argc, char **argv) {
     ArgList args;
     std::string error;
-    if (!args.parse(argc, argv, {"--kid"}, {}, error))
+    if (!args.parse(argc, argv, {"--kid", "--passin"}, {}, error))
         return usageError(error.c_str());
     if (args.positionals().size() != 1)
         return usageError("check takes one key file");
@@ -22,7 +22,7 @@ int cmdCheck(int argc, char **argv) {
     // fails one is refused here with the library's reason.
     Session session(args.verbose());
     ecckey::EccKey key;
-    KeyFileInfo info(args.value("--kid"));
+    KeyFileInfo info(args.value("--kid"), args.value("--passin"));
     if (!readKeyFile(args.positionals()[0].c_str(), key, session.log(), error, &info))
         return session.fail(error);
 

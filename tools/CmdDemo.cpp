@@ -8,6 +8,7 @@
 #include "Commands.h"
 #include "KeyFormats.h"
 #include "KeyReader.h"
+#include "Session.h"
 #include "ecc/EccKey.h"
 #include "support/Hash.h"
 #include "support/LogBase.h"
@@ -34,7 +35,8 @@ struct CurveReport {
     bool rawOk = false;
     bool ecdhOk = false;
     int numFormats = 0;
-    std::vector<std::string> notRoundTripped;  // "name (why)"
+    std::vector<std::string> notRoundTripped;  // format names
+    bool noSshName = false;                    // the SSH formats were passed over: the blob has no name
     double signUs = 0;
     double verifyUs = 0;
     double ecdhUs = 0;
@@ -102,6 +104,7 @@ bool agree(EccKey &a, EccKey &b, CurveReport &report) {
 // Writes the key and reads it back through the command's own reader.
 bool roundTrip(EccKey &key, const FormatInfo &format, bool withPrivate, std::string &error) {
     ecckey::LogRecorder log;
+    log.m_options.setString(kWriterOptions);
     DataBuffer text;
     EccKey loaded;
     if (!writeKey(key, format, withPrivate, text, log, error) || !loadKey(text, loaded, log, error)) {
@@ -121,8 +124,11 @@ void roundTripAll(EccKey &key, CurveReport &report) {
     report.numFormats = numFormats;
     for (int i = 0; i < numFormats; ++i) {
         const FormatInfo &format = formats[i];
-        if (format.format == KeyFormat::Ssh && sshKeyTypeName(key).empty()) {
-            report.notRoundTripped.push_back("ssh (no SSH curve name)");
+        const bool sshFormat = format.format == KeyFormat::Ssh || format.format == KeyFormat::OpenSsh ||
+                               format.format == KeyFormat::Ppk;
+        if (sshFormat && sshKeyTypeName(key).empty()) {
+            report.notRoundTripped.push_back(format.name);
+            report.noSshName = true;
             continue;
         }
         std::string error;
@@ -184,7 +190,7 @@ std::string formatsColumn(const CurveReport &report) {
     std::string text = std::to_string(numOk) + " of " + std::to_string(report.numFormats) + ", not";
     for (std::size_t i = 0; i < report.notRoundTripped.size(); ++i)
         text += (i == 0 ? " " : ", ") + report.notRoundTripped[i];
-    return text;
+    return text + (report.noSshName ? " (no SSH curve name)" : "");
 }
 
 void printRow(const CurveReport &r) {
@@ -226,9 +232,9 @@ int cmdDemo(int argc, char **argv) {
     }
     const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
     std::printf(
-        "\nFormats: pem sec1-pem der sec1-der spki-explicit jwk xml xmldsig ssh raw-hex (private and\n"
-        "public forms). The generic curves run on LibTomMath and are not constant time; secp256k1\n"
-        "runs on its own constant-time engine.\n");
+        "\nFormats: pem sec1-pem der sec1-der spki-explicit jwk xml xmldsig ssh openssh ppk raw-hex\n"
+        "(private and public forms). The generic curves run on LibTomMath and are not constant time;\n"
+        "secp256k1 runs on its own constant-time engine.\n");
     if (numProblems > 0) {
         std::printf("%d check(s) failed (%.1f s)\n", numProblems, seconds);
         return kExitError;

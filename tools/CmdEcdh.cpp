@@ -13,7 +13,7 @@ namespace ecckey_cli {
 int cmdEcdh(int argc, char **argv) {
     ArgList args;
     std::string error;
-    if (!args.parse(argc, argv, {"--kid", "-o"}, {"--force"}, error))
+    if (!args.parse(argc, argv, {"--kid", "--passin", "-o"}, {"--force"}, error))
         return usageError(error.c_str());
     if (args.positionals().size() != 2)
         return usageError("ecdh takes a key file and a peer key file");
@@ -22,7 +22,7 @@ int cmdEcdh(int argc, char **argv) {
     const std::string &keyPath = args.positionals()[0];
     ecckey::EccKey key;
     ecckey::EccKey peer;
-    KeyFileInfo keyInfo(args.value("--kid"));
+    KeyFileInfo keyInfo(args.value("--kid"), args.value("--passin"));
     if (!readKeyFile(keyPath.c_str(), key, session.log(), error, &keyInfo) ||
         !readKeyFile(args.positionals()[1].c_str(), peer, session.log(), error, &keyInfo))
         return session.fail(error);

@@ -46,7 +46,7 @@ bool fingerprintText(ecckey::EccKey &key, bool md5, std::string &text, ecckey::L
 int cmdFingerprint(int argc, char **argv) {
     ArgList args;
     std::string error;
-    if (!args.parse(argc, argv, {"--kid"}, {"--sha256", "--md5"}, error))
+    if (!args.parse(argc, argv, {"--kid", "--passin"}, {"--sha256", "--md5"}, error))
         return usageError(error.c_str());
     if (args.positionals().size() != 1)
         return usageError("fingerprint takes one key file");
@@ -55,7 +55,7 @@ int cmdFingerprint(int argc, char **argv) {
 
     Session session(args.verbose());
     ecckey::EccKey key;
-    KeyFileInfo keyInfo(args.value("--kid"));
+    KeyFileInfo keyInfo(args.value("--kid"), args.value("--passin"));
     if (!readKeyFile(args.positionals()[0].c_str(), key, session.log(), error, &keyInfo))
         return session.fail(error);
     // The blob of a curve without an SSH name would claim nistp256: no fingerprint of an SSH key exists.

@@ -34,18 +34,23 @@ int writeKeyOutput(Session &session, ecckey::EccKey &key, const FormatInfo &form
                    const ArgList &args) {
     ecckey::DataBuffer out;
     std::string error;
-    if (!writeKey(key, format, writePrivate, out, session.log(), error) ||
+    if (!writeKey(key, format, writePrivate, out, session.log(), error, args.value("--passout")) ||
         !writeOutput({args.value("-o"), args.has("--force")}, out, writePrivate, error))
         return session.fail(error);
     return session.finish(kExitOk);
 }
 
-// gen makes its key; pub and convert read one, so they take --kid for a JWK Set.
+// gen makes its key; pub and convert read one, so they take --kid for a JWK Set and --passin for an
+// encrypted key. gen and convert write private keys, which --passout encrypts.
 bool parseKeyCommand(int argc, char **argv, const char *name, ArgList &args, std::string &error) {
     const bool isGen = std::string(name) == "gen";
     std::vector<std::string> valueOptions = {"--format", "-o"};
-    if (!isGen)
+    if (!isGen) {
         valueOptions.push_back("--kid");
+        valueOptions.push_back("--passin");
+    }
+    if (std::string(name) != "pub")
+        valueOptions.push_back("--passout");
     if (!args.parse(argc, argv, valueOptions, {"--force"}, error))
         return false;
     if (args.positionals().size() != 1) {
@@ -99,7 +104,7 @@ int cmdPub(int argc, char **argv) {
         return usageError(error.c_str());
     Session session(args.verbose());
     ecckey::EccKey key;
-    KeyFileInfo keyInfo(args.value("--kid"));
+    KeyFileInfo keyInfo(args.value("--kid"), args.value("--passin"));
     if (!readKeyFile(args.positionals()[0].c_str(), key, session.log(), error, &keyInfo))
         return session.fail(error);
     return writeKeyOutput(session, key, *format, false, args);
@@ -117,7 +122,7 @@ int cmdConvert(int argc, char **argv) {
         return usageError(error.c_str());
     Session session(args.verbose());
     ecckey::EccKey key;
-    KeyFileInfo keyInfo(args.value("--kid"));
+    KeyFileInfo keyInfo(args.value("--kid"), args.value("--passin"));
     if (!readKeyFile(args.positionals()[0].c_str(), key, session.log(), error, &keyInfo))
         return session.fail(error);
     return writeKeyOutput(session, key, *format, key.isPrivate(), args);

@@ -61,7 +61,7 @@ bool deterministicHashAlg(const ArgList &args, int &hashAlg) {
 int cmdSign(int argc, char **argv) {
     ArgList args;
     std::string error;
-    if (!args.parse(argc, argv, {"--in", "--digest", "--hash", "--sig-format", "--kid", "-o"},
+    if (!args.parse(argc, argv, {"--in", "--digest", "--hash", "--sig-format", "--kid", "--passin", "-o"},
                     {"--force", "--deterministic"}, error))
         return usageError(error.c_str());
     if (args.positionals().size() != 1)
@@ -76,7 +76,7 @@ int cmdSign(int argc, char **argv) {
     Session session(args.verbose());
     const char *keyPath = args.positionals()[0].c_str();
     ecckey::EccKey key;
-    KeyFileInfo keyInfo(args.value("--kid"));
+    KeyFileInfo keyInfo(args.value("--kid"), args.value("--passin"));
     if (!readKeyFile(keyPath, key, session.log(), error, &keyInfo))
         return session.fail(error);
     // Checked here for every curve: the secp256k1 signer would otherwise sign with the zero scalar of a

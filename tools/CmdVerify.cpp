@@ -87,14 +87,14 @@ int notParsed(Session &session, const std::string &why) {
 int cmdVerify(int argc, char **argv) {
     ArgList args;
     std::string error;
-    if (!args.parse(argc, argv, {"--sig", "--in", "--digest", "--hash"}, {}, error))
+    if (!args.parse(argc, argv, {"--sig", "--in", "--digest", "--hash", "--kid", "--passin"}, {}, error))
         return usageError(error.c_str());
     if (args.positionals().size() != 1 || !args.has("--sig"))
         return usageError("verify takes one key file and --sig FILE");
 
     Session session(args.verbose());
     ecckey::EccKey key;
-    KeyFileInfo keyInfo(args.value("--kid"));
+    KeyFileInfo keyInfo(args.value("--kid"), args.value("--passin"));
     if (!readKeyFile(args.positionals()[0].c_str(), key, session.log(), error, &keyInfo))
         return session.fail(error);
     ecckey::DataBuffer hash;

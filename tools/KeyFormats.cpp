@@ -4,6 +4,11 @@
 
 #include <cstring>
 
+#include "EncryptedKey.h"
+#include "OpenSslLayout.h"
+#include "Passphrase.h"
+#include "PuttyKey.h"
+#include "SshPrivateKey.h"
 #include "ecc/EccKey.h"
 #include "support/LogBase.h"
 #include "support/PublicKey.h"
@@ -30,6 +35,10 @@ const FormatInfo s_formats[] = {
     {KeyFormat::XmlDsig, "xmldsig", false, true, false, "XML Signature 1.1 <ECKeyValue>"},
     {KeyFormat::Ssh, "ssh", false, true, false,
      "one OpenSSH public-key line (not for P-192 and the Brainpool curves)"},
+    {KeyFormat::OpenSsh, "openssh", true, false, false,
+     "OpenSSH private key, as ssh-keygen writes it, unencrypted (curves ssh has a name for)"},
+    {KeyFormat::Ppk, "ppk", true, false, false,
+     "PuTTY private key file, version 3, unencrypted (curves ssh has a name for)"},
     {KeyFormat::RawHex, "raw-hex", true, true, false, "curve name, scalar and X9.63 point in hexadecimal"},
 };
 
@@ -43,14 +52,28 @@ bool wrapPem(const char *label, const DataBuffer &der, DataBuffer &out, LogBase 
     return ecckey::_tvPublicKey::derToPem(label, der, pem, log) && appendText(pem, false, out);
 }
 
-bool writePkcs8(EccKey &key, bool pem, DataBuffer &out, LogBase &log) {
+// PKCS #8, encrypted under the --passout passphrase when passout is given.
+bool writePkcs8(EccKey &key, bool pem, const char *passout, DataBuffer &out, LogBase &log,
+                std::string &error) {
     DataBuffer der;
     der.setSensitive();
-    if (!key.toEccPkcs8PrivateKeyDer(der, log))
+    if (!key.toEccPkcs8PrivateKeyDer(der, log) || !toOpenSslPkcs8(der, log))
         return false;
     // The library's PEM writer labels every private structure "EC PRIVATE KEY"; PKCS #8 readers
     // (OpenSSL among them) expect "PRIVATE KEY" for this one, so the DER is wrapped here.
-    return pem ? wrapPem("PRIVATE KEY", der, out, log) : out.append(der);
+    if (passout == nullptr)
+        return pem ? wrapPem("PRIVATE KEY", der, out, log) : out.append(der);
+    StringBuffer passphrase;
+    DataBuffer encrypted;
+    if (!readPassphrase("--passout", passout, passphrase, error))
+        return false;
+    if (passphrase.isEmpty()) {
+        error = "the --passout passphrase is empty";
+        return false;
+    }
+    if (!encryptPkcs8(der, passphrase, encrypted, error))
+        return false;
+    return pem ? wrapPem("ENCRYPTED PRIVATE KEY", encrypted, out, log) : out.append(encrypted);
 }
 
 bool writeSec1(EccKey &key, bool pem, DataBuffer &out, LogBase &log) {
@@ -62,14 +85,11 @@ bool writeSec1(EccKey &key, bool pem, DataBuffer &out, LogBase &log) {
 }
 
 bool writeSpki(EccKey &key, bool pem, bool explicitParams, DataBuffer &out, LogBase &log) {
-    if (pem) {
-        StringBuffer text;
-        return key.toEccPublicKeyPem(!explicitParams, text, log) && appendText(text, false, out);
-    }
     DataBuffer der;
-    const bool ok =
-        explicitParams ? key.toPublicKeyDer_longFmt(der, log) : key.toPublicKeyDer_shortFmt(der, log);
-    return ok && out.append(der);
+    const bool ok = explicitParams ? key.toPublicKeyDer_longFmt(der, log) &&
+                                         toOpenSslExplicitSpki(der, (unsigned)key.m_curve.m_byteLen, log)
+                                   : key.toPublicKeyDer_shortFmt(der, log);
+    return ok && (pem ? wrapPem("PUBLIC KEY", der, out, log) : out.append(der));
 }
 
 bool writeSshLine(EccKey &key, DataBuffer &out, LogBase &log, std::string &error) {
@@ -83,6 +103,14 @@ bool writeSshLine(EccKey &key, DataBuffer &out, LogBase &log, std::string &error
     if (!key.puttyPublicKeyBlob(blob, log))
         return false;
     return line.append2(keyType.c_str(), " ") && blob.encodeDB("base64", line) && appendText(line, true, out);
+}
+
+bool writeOpenSsh(EccKey &key, DataBuffer &out, LogBase &log, std::string &error) {
+    if (sshKeyTypeName(key).empty()) {
+        error = std::string("an OpenSSH key has no name for ") + key.m_curve.m_name.getString();
+        return false;
+    }
+    return writeOpenSshPrivateKey(key, out, log);
 }
 
 // "curve: NAME", then "private: HEX" for a private key, then "public: 04...".
@@ -110,13 +138,15 @@ bool writePublicJwk(EccKey &key, DataBuffer &out, LogBase &log) {
     return key.toEccPublicKeyJwk(text, false, log) && appendText(text, true, out);
 }
 
-bool writeFormat(EccKey &key, KeyFormat format, bool writePrivate, DataBuffer &out, LogBase &log,
-                 std::string &error) {
+bool writeFormat(EccKey &key, KeyFormat format, bool writePrivate, const char *passout, DataBuffer &out,
+                 LogBase &log, std::string &error) {
     switch (format) {
         case KeyFormat::Pem:
-            return writePrivate ? writePkcs8(key, true, out, log) : writeSpki(key, true, false, out, log);
+            return writePrivate ? writePkcs8(key, true, passout, out, log, error)
+                                : writeSpki(key, true, false, out, log);
         case KeyFormat::Der:
-            return writePrivate ? writePkcs8(key, false, out, log) : writeSpki(key, false, false, out, log);
+            return writePrivate ? writePkcs8(key, false, passout, out, log, error)
+                                : writeSpki(key, false, false, out, log);
         case KeyFormat::Sec1Pem:
             return writeSec1(key, true, out, log);
         case KeyFormat::Sec1Der:
@@ -133,6 +163,10 @@ bool writeFormat(EccKey &key, KeyFormat format, bool writePrivate, DataBuffer &o
             return writeText(&EccKey::toEccPublicKeyXmlDSig, key, out, log);
         case KeyFormat::Ssh:
             return writeSshLine(key, out, log, error);
+        case KeyFormat::OpenSsh:
+            return writeOpenSsh(key, out, log, error);
+        case KeyFormat::Ppk:
+            return writePuttyKey(key, out, log, error);
         case KeyFormat::RawHex:
             return writeRawHex(key, writePrivate, out, log);
     }
@@ -155,8 +189,13 @@ const FormatInfo *formatByName(const char *name) {
 }
 
 bool writeKey(EccKey &key, const FormatInfo &format, bool writePrivate, DataBuffer &out, LogBase &log,
-              std::string &error) {
+              std::string &error, const char *passout) {
     out.clear();
+    if (passout != nullptr &&
+        (!writePrivate || (format.format != KeyFormat::Pem && format.format != KeyFormat::Der))) {
+        error = "--passout encrypts private keys in the pem and der formats only";
+        return false;
+    }
     if (writePrivate) {
         out.setSensitive();
         if (!key.isPrivate()) {
@@ -171,7 +210,7 @@ bool writeKey(EccKey &key, const FormatInfo &format, bool writePrivate, DataBuff
         error = std::string("the ") + format.name + " format holds private keys only";
         return false;
     }
-    if (writeFormat(key, format.format, writePrivate, out, log, error))
+    if (writeFormat(key, format.format, writePrivate, passout, out, log, error))
         return true;
     out.clear();
     if (error.empty())

@@ -3,7 +3,12 @@
 #include <algorithm>
 #include <cstring>
 
+#include "CompressedPoint.h"
+#include "EncryptedKey.h"
 #include "FileIo.h"
+#include "Passphrase.h"
+#include "PuttyKey.h"
+#include "SshPrivateKey.h"
 #include "ecc/EccKey.h"
 #include "support/JsonObject.h"
 #include "support/LogBase.h"
@@ -35,49 +40,79 @@ const char *skipSpace(const char *p) {
 }
 
 // Copies text content into a NUL-terminated text. Binary content (a control byte other than white space,
-// or a NUL: every DER key has them in its tags and lengths) is refused. A UTF-8 byte-order mark is
-// dropped. The copy wipes itself, like every StringBuffer.
+// or a NUL: every DER key has them in its tags and lengths) is refused, unless a PEM END line comes before
+// the first binary byte: the text then stops there, since some tools append other data to a PEM file and
+// OpenSSL reads it. A UTF-8 byte-order mark is dropped. The copy wipes itself, like every StringBuffer.
 bool contentAsText(const DataBuffer &content, StringBuffer &text) {
+    static const char kEnd[] = "-----END ";
     const unsigned char *bytes = content.getData2();
     unsigned start = 0;
-    const unsigned size = content.getSize();
-    if (size >= 3 && bytes[0] == 0xEF && bytes[1] == 0xBB && bytes[2] == 0xBF)
+    unsigned end = content.getSize();
+    if (end >= 3 && bytes[0] == 0xEF && bytes[1] == 0xBB && bytes[2] == 0xBF)
         start = 3;
-    for (unsigned i = start; i < size; ++i) {
+    for (unsigned i = start; i < end; ++i) {
         const unsigned char c = bytes[i];
         if ((c < 0x20 && !isSpace((char)c)) || c == 0x7F)
-            return false;
+            end = i;
     }
-    return text.append(reinterpret_cast<const char *>(bytes) + start, size - start);
+    if (end < content.getSize() && std::search(bytes + start, bytes + end, kEnd, kEnd + 9) == bytes + end)
+        return false;
+    return text.append(reinterpret_cast<const char *>(bytes) + start, end - start);
 }
 
-bool loadDer(const DataBuffer &content, EccKey &key, LogBase &log, std::string &error) {
-    DataBuffer der;
-    der.setSensitive();
-    if (!der.append(content) || !key.loadEccDerChecked(der, log)) {
-        error = "cannot load the DER key";
+// DER of a key through the checked loader, its compressed points made whole first.
+bool loadCheckedDer(DataBuffer &der, EccKey &key, LogBase &log, std::string &error, const char *failure) {
+    if (!decompressKeyDer(der, log, error))
+        return false;
+    if (!key.loadEccDerChecked(der, log)) {
+        error = failure;
         return false;
     }
     return true;
 }
 
-// A name read from a key file (a PEM label, an SSH key type, a JWK kty), as a message may quote it: a
-// space and the name in quotes when it is at most 40 letters, digits, spaces and "-._@", as such names
-// are; otherwise nothing, since a longer or stranger text could be key material.
-std::string quotedName(const std::string &name) {
-    const auto isNameChar = [](char c) {
-        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-               (c != '\0' && std::strchr(" -._@", c) != nullptr);
-    };
-    if (name.empty() || name.size() > 40 || !std::all_of(name.begin(), name.end(), isNameChar))
-        return std::string();
-    return " \"" + name + "\"";
+bool loadDer(const DataBuffer &content, EccKey &key, LogBase &log, std::string &error, KeyFileInfo &info) {
+    DataBuffer der;
+    der.setSensitive();
+    if (!isEncryptedPkcs8(content))
+        return der.append(content) && loadCheckedDer(der, key, log, error, "cannot load the DER key");
+    info.format = "DER (encrypted PKCS #8)";
+    StringBuffer passphrase;
+    return passphraseFor(info, passphrase, error) && decryptPkcs8(content, passphrase, der, error) &&
+           loadCheckedDer(der, key, log, error, "cannot load the decrypted DER key");
+}
+
+// The DER of the PEM block at begin, decrypted when it is an encrypted private key.
+bool pemBlockDer(const char *begin, const std::string &label, const KeyFileInfo &info, DataBuffer &der,
+                 LogBase &log, std::string &error) {
+    StringBuffer passphrase;
+    StringBuffer pemLabel;
+    DataBuffer encrypted;
+    if (label == "EC PRIVATE KEY" && isEncryptedPemBlock(begin))
+        return passphraseFor(info, passphrase, error) && decryptPemBlock(begin, passphrase, der, error);
+    if (!ecckey::_tvPublicKey::pemToDer(begin, pemLabel, label == "ENCRYPTED PRIVATE KEY" ? encrypted : der,
+                                        log)) {
+        error = "cannot read the PEM block";
+        return false;
+    }
+    return label != "ENCRYPTED PRIVATE KEY" ||
+           (passphraseFor(info, passphrase, error) && decryptPkcs8(encrypted, passphrase, der, error));
+}
+
+bool loadOpenSshPem(const char *begin, EccKey &key, LogBase &log, std::string &error) {
+    StringBuffer pemLabel;
+    DataBuffer blob;
+    if (!ecckey::_tvPublicKey::pemToDer(begin, pemLabel, blob, log)) {
+        error = "cannot read the PEM block";
+        return false;
+    }
+    return loadOpenSshPrivateKey(blob, key, log, error);
 }
 
 // The first PEM block that holds a key; an "EC PARAMETERS" block ahead of it (as `openssl ecparam
 // -genkey` writes) is passed over. The label ends on its BEGIN line, and must agree with what the block
 // holds.
-bool loadPem(const char *text, EccKey &key, LogBase &log, std::string &error, std::string &format) {
+bool loadPem(const char *text, EccKey &key, LogBase &log, std::string &error, KeyFileInfo &info) {
     static const char kDashes[] = "-----";
     const char *search = text;
     for (;;) {
@@ -98,27 +133,20 @@ bool loadPem(const char *text, EccKey &key, LogBase &log, std::string &error, st
             search = labelEnd;
             continue;
         }
-        if (label == "ENCRYPTED PRIVATE KEY") {
-            error = "encrypted private keys are not read (decrypt with 'openssl pkey' first)";
-            return false;
-        }
-        format = "PEM \"" + label + "\"";
-        const bool privateLabel = label == "PRIVATE KEY" || label == "EC PRIVATE KEY";
+        info.format = "PEM \"" + label + "\"";
+        if (label == "OPENSSH PRIVATE KEY")
+            return loadOpenSshPem(begin, key, log, error);
+        const bool privateLabel =
+            label == "PRIVATE KEY" || label == "EC PRIVATE KEY" || label == "ENCRYPTED PRIVATE KEY";
         if (!privateLabel && label != "PUBLIC KEY") {
             error = "the PEM block" + quotedName(label) + " is not an EC key";
             return false;
         }
-        StringBuffer pemLabel;
         DataBuffer der;
         der.setSensitive();
-        if (!ecckey::_tvPublicKey::pemToDer(begin, pemLabel, der, log)) {
-            error = "cannot read the PEM block";
+        if (!pemBlockDer(begin, label, info, der, log, error) ||
+            !loadCheckedDer(der, key, log, error, "cannot load the key in the PEM block"))
             return false;
-        }
-        if (!key.loadEccDerChecked(der, log)) {
-            error = "cannot load the key in the PEM block";
-            return false;
-        }
         if (key.isPrivate() != privateLabel) {
             error = "the PEM label \"" + label + "\" does not match the key it holds";
             return false;
@@ -314,6 +342,20 @@ bool parseRawHex(const char *text, RawHexFields &fields, std::string &error) {
     return true;
 }
 
+// A compressed point made whole on the curve named (a curve the catalogue does not know is left to the
+// loader to refuse); any other point is left as it is.
+bool makeWhole(const char *curveName, DataBuffer &point, std::string &error) {
+    ecckey::EccCurve curve;
+    ecckey::LogNull quiet;
+    DataBuffer whole;
+    if (!isCompressedPoint(point) || !curve.loadCurveByName(curveName, quiet))
+        return true;
+    if (!decompressPoint(curve, point, whole, error))
+        return false;
+    point = whole;
+    return true;
+}
+
 bool loadRawHex(const char *text, EccKey &key, LogBase &log, std::string &error) {
     RawHexFields fields;
     if (!parseRawHex(text, fields, error))
@@ -323,6 +365,8 @@ bool loadRawHex(const char *text, EccKey &key, LogBase &log, std::string &error)
         error = "the public line of the raw-hex key is not hexadecimal";
         return false;
     }
+    if (!makeWhole(fields.curve.getString(), point, error))
+        return false;
     if (fields.privateHex.isEmpty()) {
         if (!key.loadEcPubKeyByCurveAndPoint(fields.curve.getString(), point, log)) {
             error = "cannot load the raw-hex public key";
@@ -343,7 +387,8 @@ bool loadRawHex(const char *text, EccKey &key, LogBase &log, std::string &error)
     return true;
 }
 
-// A bare hexadecimal string: an X9.63 point of 65, 97 or 133 bytes, or a scalar of 32, 48 or 66 bytes.
+// A bare hexadecimal string: an X9.63 point of 65, 97 or 133 bytes (compressed: 33, 49 or 67), or a
+// scalar of 32, 48 or 66 bytes.
 bool loadBareHex(const char *text, EccKey &key, LogBase &log, std::string &error) {
     DataBuffer bytes;
     bytes.setSensitive();
@@ -351,6 +396,11 @@ bool loadBareHex(const char *text, EccKey &key, LogBase &log, std::string &error
         error = "cannot decode the hexadecimal key";
         return false;
     }
+    const unsigned compressedSize = bytes.getSize();
+    const char *curveName = compressedSize == 33 ? "P-256" : compressedSize == 49 ? "P-384" : "P-521";
+    if ((compressedSize == 33 || compressedSize == 49 || compressedSize == 67) &&
+        !makeWhole(curveName, bytes, error))
+        return false;
     const unsigned size = bytes.getSize();
     const bool isPoint = size > 0 && bytes[0] == 0x04 && (size == 65 || size == 97 || size == 133);
     if (isPoint ? !key.loadEccPublicRaw(bytes, log) : !key.loadEccPrivateRaw(bytes, false, log)) {
@@ -377,8 +427,12 @@ bool onlyHex(const char *text) {
 bool loadText(const char *text, EccKey &key, LogBase &log, std::string &error, KeyFileInfo &info) {
     std::string &format = info.format;
     const char *start = skipSpace(text);
+    if (isPuttyKeyFile(start)) {
+        format = "PuTTY private key";
+        return loadPuttyKey(start, key, log, error, info);
+    }
     if (std::strstr(start, "-----BEGIN ") != nullptr)
-        return loadPem(start, key, log, error, format);
+        return loadPem(start, key, log, error, info);
     format = *start == '{'   ? "JWK"
              : *start == '<' ? "XML"
              : std::strncmp(start, "ecdsa-sha2-", 11) == 0 || std::strncmp(start, "ssh-", 4) == 0
@@ -411,12 +465,32 @@ bool loadKey(const DataBuffer &content, EccKey &key, LogBase &log, std::string &
     if (contentAsText(content, text))
         loaded = loadText(text.getString(), key, log, error, used);
     else if (content.getSize() > 0 && content[0] == 0x30)
-        loaded = loadDer(content, key, log, error);
+        loaded = loadDer(content, key, log, error, used);
     else {
         error = "unrecognised key format";
         loaded = false;
     }
     return loaded && checkKey(key, log, error);
+}
+
+bool passphraseFor(const KeyFileInfo &info, StringBuffer &passphrase, std::string &error) {
+    if (info.passin == nullptr) {
+        error =
+            "the private key is encrypted; give its passphrase with --passin (pass:TEXT, env:VAR or "
+            "file:PATH)";
+        return false;
+    }
+    return readPassphrase("--passin", info.passin, passphrase, error);
+}
+
+std::string quotedName(const std::string &name) {
+    const auto isNameChar = [](char c) {
+        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+               (c != '\0' && std::strchr(" -._@", c) != nullptr);
+    };
+    if (name.empty() || name.size() > 40 || !std::all_of(name.begin(), name.end(), isNameChar))
+        return std::string();
+    return " \"" + name + "\"";
 }
 
 bool readKeyFile(const char *path, EccKey &key, LogBase &log, std::string &error, KeyFileInfo *info) {

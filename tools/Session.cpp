@@ -24,6 +24,7 @@ bool libraryFailedLast(const ecckey::LogRecorder &log) {
 
 Session::Session(bool verbose) : m_verbose(verbose) {
     m_log.m_verbose = verbose;
+    m_log.m_options.setString(kWriterOptions);
 }
 
 int Session::fail(const std::string &message) {

@@ -13,6 +13,11 @@
 
 namespace ecckey_cli {
 
+// The library options of everything the command writes: d and the JWK integers at the curve's byte length
+// (RFC 5915, RFC 7518), and SEC 1 with its public key, which some readers (puttygen) need. The library's
+// defaults, minimal integers and no public key, stay for its other callers.
+const char *const kWriterOptions = "EMIT_ECC_PKCS1_PUBKEY EMIT_ECC_FIXED_LENGTH";
+
 class Session {
   public:
     explicit Session(bool verbose);

@@ -5,6 +5,7 @@
 
 #include "Commands.h"
 #include "KeyFormats.h"
+#include "Passphrase.h"
 
 namespace ecckey_cli {
 
@@ -13,39 +14,39 @@ namespace {
 const Command s_commands[] = {
     {"curves", "", "list the named curves: name, OID, bits (byte length x 8), accepted names", cmdCurves, "",
      ""},
-    {"gen", "CURVE [--format F] [-o FILE [--force]]",
+    {"gen", "CURVE [--format F] [--passout P] [-o FILE [--force]]",
      "generate a private key (CURVE: a name, alias or OID, as 'ecckey curves' lists them)", cmdGen,
-     "--format -o --force", ""},
-    {"pub", "KEYFILE [--format F] [--kid ID] [-o FILE [--force]]", "write the public key", cmdPub,
-     "--format --kid -o --force", ""},
-    {"convert", "KEYFILE --format F [--kid ID] [-o FILE [--force]]", "write the key in another format",
-     cmdConvert, "--format --kid -o --force", ""},
+     "--format --passout -o --force", ""},
+    {"pub", "KEYFILE [--format F] [--kid ID] [--passin P] [-o FILE [--force]]", "write the public key",
+     cmdPub, "--format --kid --passin -o --force", ""},
+    {"convert", "KEYFILE --format F [--kid ID] [--passin P] [--passout P] [-o FILE [--force]]",
+     "write the key in another format", cmdConvert, "--format --kid --passin --passout -o --force", ""},
     {"sign",
      "KEYFILE (--in FILE [--digest ALG] | --hash HEX) [--sig-format F] [--deterministic] [--kid ID]\n"
-     "      [-o FILE [--force]]",
+     "      [--passin P] [-o FILE [--force]]",
      "sign a file's digest or a hash; without -o the signature is printed in hexadecimal", cmdSign,
-     "--in --digest --hash --sig-format --deterministic --kid -o --force",
+     "--in --digest --hash --sig-format --deterministic --kid --passin -o --force",
      "The hash is cut to the curve's byte length when longer (P-521 and brainpoolP512r1 take up to 64\n"
      "bytes whole), in every signature form. On secp256k1, whose signer takes 32 bytes, a shorter hash\n"
      "(sha1, sha224) is left-padded with zeros, which leaves its ECDSA value unchanged: the signature is\n"
      "the one openssl makes and checks with that digest.\n"},
-    {"verify", "KEYFILE --sig FILE (--in FILE [--digest ALG] | --hash HEX) [--kid ID]",
+    {"verify", "KEYFILE --sig FILE (--in FILE [--digest ALG] | --hash HEX) [--kid ID] [--passin P]",
      "check a signature: prints valid (exit 0) or invalid (exit 1)", cmdVerify,
-     "--sig --in --digest --hash --kid",
+     "--sig --in --digest --hash --kid --passin",
      "The hash is fitted to the curve as 'ecckey sign' fits it (secp256k1: left-padded to 32 bytes).\n"
      "Exit status: 0 valid; 1 not valid, also for a signature that does not parse; 2 could not check\n"
      "(a key or file that cannot be read, a bad invocation).\n"},
-    {"ecdh", "KEYFILE PEERFILE [--kid ID] [-o FILE [--force]]",
-     "the ECDH shared secret, in hexadecimal (its bytes with -o)", cmdEcdh, "--kid -o --force", ""},
-    {"fingerprint", "KEYFILE [--sha256 | --md5] [--kid ID]",
+    {"ecdh", "KEYFILE PEERFILE [--kid ID] [--passin P] [-o FILE [--force]]",
+     "the ECDH shared secret, in hexadecimal (its bytes with -o)", cmdEcdh, "--kid --passin -o --force", ""},
+    {"fingerprint", "KEYFILE [--sha256 | --md5] [--kid ID] [--passin P]",
      "the SSH fingerprint line, as 'ssh-keygen -l' prints it (curves with an SSH name)", cmdFingerprint,
-     "--sha256 --md5 --kid",
+     "--sha256 --md5 --kid --passin",
      "The line is bits, fingerprint, the comment of an OpenSSH public-key line read (else \"no comment\")\n"
      "and (ECDSA), as 'ssh-keygen -l -f' and 'ssh-keygen -l -E md5 -f' print it.\n"},
-    {"check", "KEYFILE [--kid ID]",
+    {"check", "KEYFILE [--kid ID] [--passin P]",
      "validate a key: prints its format, curve and parameters and each check passed (exit 0), or why not "
      "(exit 2)",
-     cmdCheck, "--kid", ""},
+     cmdCheck, "--kid --passin", ""},
     {"demo", "", "every curve: keys, signatures, ECDH, format round trips and timings", cmdDemo, "", ""},
 };
 
@@ -58,6 +59,8 @@ struct OptionHelp {
 const OptionHelp s_optionHelp[] = {
     {"--format", "F", "the key format (see below; pem by default), in any case"},
     {"--kid", "ID", "from a JWK Set of several EC keys, the one whose \"kid\" is ID"},
+    {"--passin", "P", "the passphrase of an encrypted key: pass:TEXT, env:VAR or file:PATH (first line)"},
+    {"--passout", "P", "write pem or der as encrypted PKCS #8 (PBES2, AES-256-CBC) under passphrase P"},
     {"--in", "FILE", "the file whose digest is signed or checked"},
     {"--digest", "ALG", "sha1, sha224, sha256 (the default), sha384 or sha512, in any case"},
     {"--hash", "HEX", "a hash made elsewhere (1 to 64 bytes in hexadecimal), instead of --in"},
@@ -173,5 +176,6 @@ int main(int argc, char **argv) {
         return kExitOk;
     }
     s_commandName = command->name;
+    takePassphraseArguments(argc - 2, argv + 2);
     return command->run(argc - 2, argv + 2);
 }

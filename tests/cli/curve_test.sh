@@ -8,7 +8,7 @@ CURVE=$3
 # gen writes PKCS #8 PEM by default, 0600; convert takes it to each private format and back, byte for byte.
 ok gen "$CURVE" -o k.pem
 expect_eq "$(stat -c %a k.pem)" 600 "mode of k.pem"
-for f in sec1-pem der sec1-der jwk xml raw-hex; do
+for f in sec1-pem der sec1-der jwk xml raw-hex $([[ $CURVE == brainpool* ]] || echo openssh ppk); do
     ok convert k.pem --format "$f" -o "k.$f"
     ok convert "k.$f" --format pem -o back.pem --force
     cmp -s k.pem back.pem || fail "private $f round trip"
@@ -30,6 +30,31 @@ expect_eq "$OUT" "$(cat p.pem)" "pub from standard input, by default PEM to stan
 # openssl reads what ecckey writes, and ecckey what openssl writes.
 for f in pem sec1-pem der sec1-der; do
     openssl pkey -in "k.$f" -pubout -outform DER | cmp -s - p.der || fail "openssl on k.$f"
+done
+# Byte for byte what openssl writes for the same key: PKCS #8, SEC 1 and explicit parameters.
+openssl pkey -in k.pem | cmp -s - k.pem || fail "PKCS #8 is not openssl's"
+openssl ec -in k.pem 2>/dev/null | cmp -s - k.sec1-pem || fail "SEC 1 is not openssl's"
+[[ $CURVE == brainpool* ]] || openssl ec -in k.pem -pubout -param_enc explicit 2>/dev/null |
+    cmp -s - p.spki-explicit || fail "explicit parameters are not openssl's"
+# --passout writes PBES2 (PBKDF2-HMAC-SHA256, AES-256-CBC), which openssl decrypts; ecckey decrypts openssl's
+# encrypted PKCS #8 (PEM, DER) and SEC 1. Compressed points and a PEM block followed by bytes are read too.
+export PW='a pass phrase'
+echo "$PW" >pw
+ok convert k.pem --passout env:PW --format pem -o enc.pem
+openssl pkey -in enc.pem -passin env:PW | cmp -s - k.pem || fail "openssl on --passout"
+expect_eq "$(openssl asn1parse -in enc.pem | grep -oE 'PBES2|PBKDF2|hmacWithSHA256|aes-256-cbc' | tr '\n' ' ')" \
+    "PBES2 PBKDF2 hmacWithSHA256 aes-256-cbc " "the --passout scheme"
+openssl pkcs8 -topk8 -v2 aes-256-cbc -in k.pem -passout env:PW -out o8.pem &&
+    openssl pkcs8 -topk8 -v2 aes-128-cbc -in k.pem -passout env:PW -outform DER -out o8.der &&
+    openssl ec -aes256 -in k.pem -passout env:PW -out o1.pem 2>/dev/null &&
+    openssl ec -in k.pem -conv_form compressed -out c1.pem 2>/dev/null && openssl pkey -in c1.pem -out c8.pem &&
+    openssl ec -in k.pem -pubout -conv_form compressed -out cp.pem 2>/dev/null || fail "openssl"
+[[ $CURVE == brainpool* ]] || openssl ec -in k.pem -pubout -conv_form compressed -param_enc explicit -out cpe.pem 2>/dev/null
+{ cat k.pem; printf '\0\1binary'; } >tail.pem
+for f in o8.pem o8.der o1.pem c1.pem c8.pem cp.pem cpe.pem tail.pem; do
+    [ -e $f ] || continue
+    ok pub $f --passin file:pw --format der -o back.der --force
+    cmp -s p.der back.der || fail "ecckey on $f"
 done
 # o.pem has an EC PARAMETERS block ahead of its key: the ecdh checks below read it.
 openssl ecparam -name "$CURVE" -genkey -out o.pem || fail "openssl ecparam"

@@ -42,6 +42,11 @@ echo "{\"keys\":[{\"kty\":\"RSA\"},$(sed 's/^{/{"kid":"a",/' k.jwk)]}" >set1.jso
 echo "{\"keys\":[$(sed 's/^{/{"kid":"a",/' k.jwk),{\"kid\":\"b\",${OUT#\{}]}" >set2.json
 ln k.pem hard.pem
 cp k.pem k.orig
+# An encrypted key, a wrong passphrase in a file, and a compressed point whose x (1) has no y on P-256.
+export PW='a pass phrase'
+ok convert k.pem --format pem --passout env:PW -o enc.pem
+echo wrong >wrong.pw
+printf 'curve: P-256\npublic: 02%064x\n' 1 >nosqrt.hex
 
 # exit status | error output (a glob) | arguments, with k.pem on standard input. Without -v an error is one
 # line (lib.sh), and no line of any row holds a line of k.pem's base64.
@@ -103,6 +108,14 @@ done <<'TABLE'
 2|'k.pem' is an input of this command; write the output to another file|pub k.pem -o k.pem --force
 2|'hard.pem' is an input of this command|convert k.pem --format der -o hard.pem --force
 2|'p.pem' is an input of this command|sign k.pem --in p.pem -o p.pem --force
+2|'enc.pem': the private key is encrypted; give its passphrase with --passin (pass:TEXT, env:VAR or file:PATH)|sign enc.pem --in p.pem
+2|'enc.pem': cannot decrypt the private key (wrong passphrase, or a scheme libcrypto does not know)|pub enc.pem --passin file:wrong.pw
+2|--passin takes pass:TEXT, env:VAR or file:PATH|check enc.pem --passin secret
+2|--passin: the environment variable NO_SUCH_VARIABLE is not set|ecdh enc.pem p.pem --passin env:NO_SUCH_VARIABLE
+2|--passout encrypts private keys in the pem and der formats only|convert k.pem --format jwk --passout env:PW
+2|the compressed point is not on the curve (no y for its x)|pub nosqrt.hex
+2|an OpenSSH key has no name for brainpoolp256r1|convert b.pem --format openssh
+2|a PuTTY key has no name for brainpoolp256r1|convert b.pem --format ppk
 TABLE
 cmp -s k.pem k.orig || fail "a refused command changed k.pem"
 # A malformed raw-hex line is reported by its number only: it may hold a private scalar.
@@ -137,6 +150,11 @@ expect_eq "$(stat -c %a existing.pem)" 600 "mode of existing.pem"
 [ "$(stat -c %a p.pem)" != 600 ] || [ "$(umask)" = 0077 ] || fail "public output made 0600"
 ok gen P-256 -o /dev/null
 expect_eq "$(stat -c %a /dev/null)" 666 "mode of /dev/null"
+# No message or log line quotes a passphrase, right or wrong.
+run pub enc.pem --passin "pass:$PW" -v
+[[ $RC == 0 && $ERR != *"$PW"* ]] || fail "pub enc.pem: exit $RC or the log quotes the passphrase: $ERR"
+fails_with 2 "cannot decrypt the private key" pub enc.pem --passin pass:Wr0ngPhrase -v
+[[ $ERR != *Wr0ngPhrase* ]] || fail "the log quotes the wrong passphrase: $ERR"
 # -v gives the library's whole log on success too.
 ok pub k.pem -v --format der -o /dev/null
 [[ $ERR == *"loadEccDer:"*"checkKey:"*"toPublicKeyDer_shortFmt:"* ]] || fail "pub -v log: $ERR"

@@ -14,6 +14,16 @@ ecckey_cli_test(cli_curves_and_usage curves_and_usage_test.sh ${PROJECT_VERSION}
 foreach(curve P-256 P-384 P-521 secp256k1 brainpoolP256r1)
   ecckey_cli_test(cli_${curve} curve_test.sh ${curve})
 endforeach()
+# Other readers of the keys the command writes, and writers of the keys it reads: ssh-keygen and puttygen on
+# the curves they know, Python's cryptography on every curve it knows. Skipped (exit 77) without them.
+ecckey_cli_test(cli_ssh_putty ssh_putty_test.sh)
+find_program(ECCKEY_PYTHON python3)
+if(ECCKEY_PYTHON)
+  add_test(NAME cli_python_interop COMMAND ${ECCKEY_PYTHON} ${CMAKE_SOURCE_DIR}/tests/cli/python_interop_test.py
+    $<TARGET_FILE:ecckey_cli> ${CMAKE_CURRENT_BINARY_DIR}/cli-work/cli_python_interop)
+  set_tests_properties(cli_python_interop PROPERTIES TIMEOUT 300 SKIP_RETURN_CODE 77)
+endif()
+set_tests_properties(cli_ssh_putty PROPERTIES SKIP_RETURN_CODE 77)
 # A sanitizer build has no install check: the installed library would need the sanitizer runtimes in the
 # user's link, which no user's project has.
 if(NOT ECCKEY_SANITIZE)

@@ -1,0 +1,250 @@
+#include "CompressedPoint.h"
+
+#include "ecc/EccCurve.h"
+#include "support/Asn1.h"
+#include "support/DataBuffer.h"
+#include "support/LogBase.h"
+#include "support/MpInt.h"
+#include "support/TovarMp.h"
+
+namespace ecckey_cli {
+
+namespace {
+
+using ecckey::_tvAsn1;
+using ecckey::DataBuffer;
+using ecckey::mp_int;
+using ecckey::TovarMp;
+
+// y^2 = x^3 + a*x + b over the prime field of p, whose elements take byteLen bytes.
+struct CurveEquation {
+    mp_int p;
+    mp_int a;
+    mp_int b;
+    unsigned byteLen = 0;
+};
+
+bool equationOfCurve(const ecckey::EccCurve &curve, CurveEquation &eq) {
+    eq.byteLen = (unsigned)curve.m_byteLen;
+    return TovarMp::mpint_from_radix(eq.p, curve.m_p.getString(), 16) && curve.getCoefficientA(eq.a) &&
+           TovarMp::mpint_from_radix(eq.b, curve.m_b.getString(), 16);
+}
+
+bool fromContent(const _tvAsn1 *node, mp_int &value) {
+    DataBuffer bytes;
+    return node != nullptr && !node->isConstructed() && node->getAsnContent(bytes) &&
+           TovarMp::mpint_from_bytes(value, bytes.getData2(), bytes.getSize());
+}
+
+// rhs = x^3 + a*x + b mod p
+bool curveRightHandSide(const CurveEquation &eq, const mp_int &x, mp_int &rhs) {
+    mp_int ax;
+    return TovarMp::mp_mulmod(x, x, eq.p, rhs) == 0 && TovarMp::mp_mulmod(rhs, x, eq.p, rhs) == 0 &&
+           TovarMp::mp_mulmod(eq.a, x, eq.p, ax) == 0 && TovarMp::mp_add(rhs, ax, rhs) == 0 &&
+           TovarMp::mp_add(rhs, eq.b, rhs) == 0 && TovarMp::mp_mod(rhs, eq.p, rhs) == 0;
+}
+
+bool decompressOnEquation(const CurveEquation &eq, const DataBuffer &point, DataBuffer &out,
+                          std::string &error) {
+    const unsigned len = point.getSize();
+    if (len != 1 + eq.byteLen) {
+        error = "the compressed point has " + std::to_string(len - 1) + " bytes of x where the curve has " +
+                std::to_string(eq.byteLen);
+        return false;
+    }
+    mp_int x, rhs, y, check;
+    // The square root is checked: LibTomMath's answer for a non-residue is not guaranteed to be refused.
+    const bool onCurve = TovarMp::mpint_from_bytes(x, point.getData2() + 1, eq.byteLen) &&
+                         TovarMp::mp_cmp(x, eq.p) < 0 && curveRightHandSide(eq, x, rhs) &&
+                         TovarMp::mp_sqrtmod_prime(rhs, eq.p, y) == 0 &&
+                         TovarMp::mp_mulmod(y, y, eq.p, check) == 0 && TovarMp::mp_cmp(check, rhs) == 0;
+    const bool wantOdd = point[0] == 0x03;
+    if (!onCurve || (TovarMp::isZero(y) && wantOdd)) {
+        error = "the compressed point is not on the curve (no y for its x)";
+        return false;
+    }
+    if (TovarMp::isOdd(y) != wantOdd && TovarMp::mp_sub(eq.p, y, y) != 0)
+        return false;
+    const unsigned start = out.getSize();
+    for (unsigned i = 0; i < 1 + 2 * eq.byteLen; ++i) {
+        if (!out.appendChar(i == 0 ? 0x04 : 0))
+            return false;
+    }
+    unsigned char *xy = out.getDataMutable() + start + 1;
+    return TovarMp::mpint_to_fixed_bytes(x, xy, eq.byteLen) &&
+           TovarMp::mpint_to_fixed_bytes(y, xy + eq.byteLen, eq.byteLen);
+}
+
+// Part index of holder, a BIT STRING (bitString) or OCTET STRING holding a point, is replaced by the
+// uncompressed point when it is compressed. Anything else is left alone.
+bool decompressPart(_tvAsn1 &holder, int index, bool bitString, const CurveEquation &eq, bool &changed,
+                    std::string &error) {
+    const _tvAsn1 *node = holder.getAsnPart(index);
+    DataBuffer content;
+    if (node == nullptr || (bitString ? !node->isBitString() : !node->isOctetString()) ||
+        !node->getAsnContent(content))
+        return true;
+    DataBuffer point;
+    const unsigned skip = bitString ? 1 : 0;  // the unused-bits byte
+    if (content.getSize() <= skip || !point.append(content.getData2() + skip, content.getSize() - skip) ||
+        !isCompressedPoint(point))
+        return true;
+    DataBuffer whole;
+    if (!decompressOnEquation(eq, point, whole, error))
+        return false;
+    _tvAsn1 *replacement = bitString ? _tvAsn1::newBitString(whole.getData2(), whole.getSize())
+                                     : _tvAsn1::newOctetString(whole.getData2(), whole.getSize());
+    if (!holder.replacePart(index, replacement)) {
+        error = "out of memory";
+        return false;
+    }
+    changed = true;
+    return true;
+}
+
+// The catalogue curve whose equation is the one given. Only those are solved: LibTomMath's square root
+// takes a prime modulus, and for some other moduli (an odd square) it never returns.
+bool catalogueEquation(const CurveEquation &given, CurveEquation &eq) {
+    mp_int reducedA;
+    for (int i = 0; i < ecckey::EccCurve::numCatalogCurves(); ++i) {
+        ecckey::EccCurve curve;
+        ecckey::LogNull quiet;
+        if (curve.loadCurveByName(ecckey::EccCurve::catalogEntry(i)->name, quiet) &&
+            equationOfCurve(curve, eq) && TovarMp::mp_cmp(eq.p, given.p) == 0 &&
+            TovarMp::mp_mod(given.a, eq.p, reducedA) == 0 && TovarMp::mp_cmp(reducedA, eq.a) == 0 &&
+            TovarMp::mp_cmp(given.b, eq.b) == 0)
+            return true;
+    }
+    return false;
+}
+
+// The equation named by an OID of the catalogue, or given by explicit ECParameters { version,
+// fieldID { prime-field, p }, curve { a, b, seed? }, base, order, cofactor? } that match a catalogue
+// curve's, whose compressed base point is made whole here. found is false for parameters that give none.
+bool equationOfParams(_tvAsn1 *params, CurveEquation &eq, bool &found, bool &changed, std::string &error) {
+    found = false;
+    if (params != nullptr && params->isOid()) {
+        ecckey::StringBuffer oid;
+        ecckey::EccCurve curve;
+        ecckey::LogNull quiet;
+        found = params->GetOid(oid) && curve.loadCurveByOid(oid, quiet) && equationOfCurve(curve, eq);
+        return true;
+    }
+    if (params == nullptr || !params->isSequence() || params->getAsnPart(1) == nullptr ||
+        params->getAsnPart(2) == nullptr)
+        return true;
+    const _tvAsn1 *coefficients = params->getAsnPart(2);
+    CurveEquation given;
+    found = fromContent(params->getAsnPart(1)->getAsnPart(1), given.p) &&
+            fromContent(coefficients->getAsnPart(0), given.a) &&
+            fromContent(coefficients->getAsnPart(1), given.b) && catalogueEquation(given, eq);
+    return !found || decompressPart(*params, 3, false, eq, changed, error);
+}
+
+// SubjectPublicKeyInfo { algorithm { id-ecPublicKey, parameters }, subjectPublicKey }
+bool decompressSpki(_tvAsn1 &spki, bool &changed, std::string &error) {
+    CurveEquation eq;
+    bool found = false;
+    return equationOfParams(spki.getAsnPart(0)->getAsnPart(1), eq, found, changed, error) &&
+           (!found || decompressPart(spki, 1, true, eq, changed, error));
+}
+
+// ECPrivateKey { version, privateKey, [0] parameters?, [1] publicKey? }; outerParams are those of the
+// PKCS #8 structure around it, if any.
+bool decompressSec1(_tvAsn1 &sec1, _tvAsn1 *outerParams, bool &changed, std::string &error) {
+    _tvAsn1 *params = outerParams;
+    _tvAsn1 *publicKey = nullptr;
+    for (int i = 2; i < sec1.numAsnParts(); ++i) {
+        _tvAsn1 *part = sec1.getAsnPart(i);
+        if (part->tagClass() == _tvAsn1::CLASS_CONTEXT && part->tagNumber() == 0 && params == nullptr)
+            params = part->getAsnPart(0);
+        if (part->tagClass() == _tvAsn1::CLASS_CONTEXT && part->tagNumber() == 1)
+            publicKey = part;
+    }
+    CurveEquation eq;
+    bool found = false;
+    return equationOfParams(params, eq, found, changed, error) &&
+           (!found || publicKey == nullptr || decompressPart(*publicKey, 0, true, eq, changed, error));
+}
+
+// PrivateKeyInfo { version, algorithm { id-ecPublicKey, parameters }, privateKey (ECPrivateKey DER) }
+bool decompressPkcs8(_tvAsn1 &pkcs8, ecckey::LogBase &log, bool &changed, std::string &error) {
+    DataBuffer innerDer;
+    innerDer.setSensitive();
+    unsigned consumed = 0;
+    ecckey::LogNull quiet;
+    if (!pkcs8.getAsnPart(2)->getAsnContent(innerDer))
+        return true;
+    _tvAsn1 *inner = _tvAsn1::DecodeToAsn(innerDer.getData2(), innerDer.getSize(), consumed, quiet);
+    if (inner == nullptr)
+        return true;
+    ecckey::RefCountedObjectOwner innerOwner(inner);
+    bool innerChanged = false;
+    if (!inner->isSequence() || inner->numAsnParts() < 2 ||
+        !decompressSec1(*inner, pkcs8.getAsnPart(1)->getAsnPart(1), innerChanged, error))
+        return error.empty();
+    if (!innerChanged)
+        return true;
+    innerDer.secureClear();
+    if (!inner->EncodeToDer(innerDer, false, log) ||
+        !pkcs8.replacePart(2, _tvAsn1::newOctetString(innerDer.getData2(), innerDer.getSize()))) {
+        error = "out of memory";
+        return false;
+    }
+    changed = true;
+    return true;
+}
+
+bool isTag(const _tvAsn1 *node, int tag) {
+    return node != nullptr && node->tagClass() == _tvAsn1::CLASS_UNIVERSAL && node->tagNumber() == tag;
+}
+
+}  // namespace
+
+bool isCompressedPoint(const DataBuffer &point) {
+    return point.getSize() >= 2 && (point[0] == 0x02 || point[0] == 0x03);
+}
+
+bool decompressPoint(const ecckey::EccCurve &curve, const DataBuffer &point, DataBuffer &out,
+                     std::string &error) {
+    CurveEquation eq;
+    if (!equationOfCurve(curve, eq)) {
+        error = "cannot read the curve's parameters";
+        return false;
+    }
+    return decompressOnEquation(eq, point, out, error);
+}
+
+bool decompressKeyDer(DataBuffer &der, ecckey::LogBase &log, std::string &error) {
+    unsigned consumed = 0;
+    ecckey::LogNull quiet;
+    _tvAsn1 *root = _tvAsn1::DecodeToAsn(der.getData2(), der.getSize(), consumed, quiet);
+    if (root == nullptr)
+        return true;
+    ecckey::RefCountedObjectOwner rootOwner(root);
+    const _tvAsn1 *first = root->getAsnPart(0);
+    const _tvAsn1 *second = root->getAsnPart(1);
+    bool changed = false;
+    bool ok = true;
+    if (consumed != der.getSize() || !root->isSequence() || second == nullptr)
+        return true;
+    if (isTag(first, _tvAsn1::TAG_SEQUENCE) && first->numAsnParts() == 2)
+        ok = decompressSpki(*root, changed, error);
+    else if (isTag(first, _tvAsn1::TAG_INTEGER) && isTag(second, _tvAsn1::TAG_SEQUENCE) &&
+             second->numAsnParts() == 2 && isTag(root->getAsnPart(2), _tvAsn1::TAG_OCTET_STRING))
+        ok = decompressPkcs8(*root, log, changed, error);
+    else if (isTag(first, _tvAsn1::TAG_INTEGER) && isTag(second, _tvAsn1::TAG_OCTET_STRING))
+        ok = decompressSec1(*root, nullptr, changed, error);
+    if (!ok || !changed)
+        return ok;
+    DataBuffer rewritten;
+    rewritten.setSensitive();
+    if (!root->EncodeToDer(rewritten, false, log)) {
+        error = "out of memory";
+        return false;
+    }
+    der.secureClear();
+    return der.append(rewritten);
+}
+
+}  // namespace ecckey_cli

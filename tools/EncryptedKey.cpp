@@ -1,0 +1,130 @@
+#include "EncryptedKey.h"
+
+#include <openssl/bio.h>
+#include <openssl/crypto.h>
+#include <openssl/err.h>
+#include <openssl/evp.h>
+#include <openssl/pem.h>
+#include <openssl/pkcs12.h>
+#include <openssl/x509.h>
+
+#include <cstring>
+#include <memory>
+
+#include "support/DataBuffer.h"
+#include "support/StringBuffer.h"
+
+namespace ecckey_cli {
+
+namespace {
+
+using ecckey::DataBuffer;
+using ecckey::StringBuffer;
+
+template <class T, void (*Free)(T *)>
+struct Deleter {
+    void operator()(T *p) const { Free(p); }
+};
+using SigPtr = std::unique_ptr<X509_SIG, Deleter<X509_SIG, X509_SIG_free>>;
+using P8Ptr = std::unique_ptr<PKCS8_PRIV_KEY_INFO, Deleter<PKCS8_PRIV_KEY_INFO, PKCS8_PRIV_KEY_INFO_free>>;
+using BioPtr = std::unique_ptr<BIO, Deleter<BIO, BIO_free_all>>;
+
+// Memory that libcrypto allocated: cleared (it may hold key bytes) and freed on every path.
+struct OpenSslBytes {
+    unsigned char *data = nullptr;
+    long len = 0;
+    ~OpenSslBytes() { OPENSSL_clear_free(data, len > 0 ? (size_t)len : 0); }
+};
+
+SigPtr parseEncryptedPkcs8(const DataBuffer &der) {
+    const unsigned char *p = der.getData2();
+    SigPtr sig(d2i_X509_SIG(nullptr, &p, (long)der.getSize()));
+    if (sig && p != der.getData2() + der.getSize())
+        sig.reset();
+    return sig;
+}
+
+// Hands the passphrase to PEM_do_header; -1 when it does not fit libcrypto's buffer.
+int passphraseCallback(char *buf, int size, int, void *passphrase) {
+    const StringBuffer &text = *static_cast<const StringBuffer *>(passphrase);
+    const int len = (int)text.getSize();
+    if (len > size)
+        return -1;
+    std::memcpy(buf, text.getString(), (size_t)len);
+    return len;
+}
+
+}  // namespace
+
+bool isEncryptedPkcs8(const DataBuffer &der) {
+    return parseEncryptedPkcs8(der) != nullptr;
+}
+
+bool decryptPkcs8(const DataBuffer &der, const StringBuffer &passphrase, DataBuffer &plainDer,
+                  std::string &error) {
+    SigPtr sig = parseEncryptedPkcs8(der);
+    P8Ptr p8(sig ? PKCS8_decrypt(sig.get(), passphrase.getString(), (int)passphrase.getSize()) : nullptr);
+    OpenSslBytes plain;
+    if (p8)
+        plain.len = i2d_PKCS8_PRIV_KEY_INFO(p8.get(), &plain.data);
+    ERR_clear_error();
+    if (plain.len <= 0) {
+        error = "cannot decrypt the private key (wrong passphrase, or a scheme libcrypto does not know)";
+        return false;
+    }
+    return plainDer.append(plain.data, (unsigned)plain.len);
+}
+
+bool encryptPkcs8(const DataBuffer &plainDer, const StringBuffer &passphrase, DataBuffer &der,
+                  std::string &error) {
+    const unsigned char *p = plainDer.getData2();
+    P8Ptr p8(d2i_PKCS8_PRIV_KEY_INFO(nullptr, &p, (long)plainDer.getSize()));
+    X509_ALGOR *pbes2 =
+        PKCS5_pbe2_set_iv(EVP_aes_256_cbc(), PKCS5_DEFAULT_ITER, nullptr, 0, nullptr, NID_hmacWithSHA256);
+    SigPtr sig(p8 && pbes2
+                   ? PKCS8_set0_pbe(passphrase.getString(), (int)passphrase.getSize(), p8.get(), pbes2)
+                   : nullptr);
+    if (!sig)
+        X509_ALGOR_free(pbes2);  // PKCS8_set0_pbe owns it only on success
+    OpenSslBytes encrypted;
+    if (sig)
+        encrypted.len = i2d_X509_SIG(sig.get(), &encrypted.data);
+    ERR_clear_error();
+    if (encrypted.len <= 0) {
+        error = "cannot encrypt the private key";
+        return false;
+    }
+    return der.append(encrypted.data, (unsigned)encrypted.len);
+}
+
+bool isEncryptedPemBlock(const char *pemBlock) {
+    const char *header = pemBlock + std::strcspn(pemBlock, "\r\n");
+    header += std::strspn(header, "\r\n");
+    return std::strncmp(header, "Proc-Type: 4,ENCRYPTED", 22) == 0;
+}
+
+bool decryptPemBlock(const char *pemBlock, const StringBuffer &passphrase, DataBuffer &der,
+                     std::string &error) {
+    BioPtr bio(BIO_new_mem_buf(pemBlock, -1));
+    char *name = nullptr;
+    char *header = nullptr;
+    OpenSslBytes data;
+    EVP_CIPHER_INFO cipher;
+    long plainLen = 0;
+    const bool read = bio && PEM_read_bio(bio.get(), &name, &header, &data.data, &data.len) == 1;
+    plainLen = data.len;
+    const bool decrypted = read && PEM_get_EVP_CIPHER_INFO(header, &cipher) == 1 &&
+                           PEM_do_header(&cipher, data.data, &plainLen, passphraseCallback,
+                                         const_cast<StringBuffer *>(&passphrase)) == 1;
+    OPENSSL_free(name);
+    OPENSSL_free(header);
+    ERR_clear_error();
+    if (!decrypted) {
+        error = read ? "cannot decrypt the PEM block (wrong passphrase, or a cipher libcrypto does not know)"
+                     : "cannot read the encrypted PEM block";
+        return false;
+    }
+    return der.append(data.data, (unsigned)plainLen);
+}
+
+}  // namespace ecckey_cli
