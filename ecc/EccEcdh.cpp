@@ -19,8 +19,9 @@ namespace ecckey {
 
 namespace {
 
-// S.X = x(d·Q) on secp256k1. Never fails; a value wider than 256 bits is not converted and acts as zero.
-void sharedXK(const mp_int &d, const EccPoint &Q, EccPoint &S) {
+// S.X = x(d·Q) on secp256k1. A value wider than 256 bits is not converted and acts as zero. False only when
+// S.X cannot hold the result (memory).
+bool sharedXK(const mp_int &d, const EccPoint &Q, EccPoint &S) {
     _tvUnsigned256 k;
     _tvUnsigned256 qx;
     _tvUnsigned256 qy;
@@ -34,11 +35,12 @@ void sharedXK(const mp_int &d, const EccPoint &Q, EccPoint &S) {
     R.multiplyPt(k);
     R.normalizePt();
     ct::declassify(&R.x, sizeof R.x);  // the shared secret, handed to the caller
-    uint256_to_mp_int(R.x, S.m_x);
+    const bool ok = uint256_to_mp_int(R.x, S.m_x);
 
     // The scalar and the shared point stay on the stack otherwise.
     OPENSSL_cleanse(&k, sizeof k);
     OPENSSL_cleanse(&R, sizeof R);
+    return ok;
 }
 
 }  // namespace
@@ -71,7 +73,10 @@ bool EccKey::sharedSecret(EccKey &peer, DataBuffer &out, LogBase &log) {
     }
 
     if (m_curve.m_name.equals("secp256k1")) {
-        sharedXK(m_privKey, peer.m_pubPoint, S);
+        if (!sharedXK(m_privKey, peer.m_pubPoint, S)) {
+            log.logError("Point multiply failed.");
+            return false;
+        }
     } else {
         // An order that does not parse stays zero, and the scalar then takes the variable ladder.
         mp_int n;

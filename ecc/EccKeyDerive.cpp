@@ -19,9 +19,10 @@ namespace ecckey {
 
 namespace {
 
-// Q = d·G on secp256k1. Never fails: a scalar wider than 256 bits is not converted and acts as zero,
-// which gives the canonical zero point (0, 1, 0); a scalar not below n is used as it stands.
-void derivePubKeyK(const mp_int &d, EccPoint &Q) {
+// Q = d·G on secp256k1. A scalar wider than 256 bits is not converted and acts as zero, which gives the
+// canonical zero point (0, 1, 0); a scalar not below n is used as it stands. False only when Q's
+// coordinates cannot hold the result (memory).
+bool derivePubKeyK(const mp_int &d, EccPoint &Q) {
     _tvUnsigned256 k;
     mp_int_to_uint256(d, k);
 
@@ -30,13 +31,13 @@ void derivePubKeyK(const mp_int &d, EccPoint &Q) {
     R.normalizePt();
     ct::declassify(&R, sizeof R);  // the public key
 
-    uint256_to_mp_int(R.x, Q.m_x);
-    uint256_to_mp_int(R.y, Q.m_y);
-    uint256_to_mp_int(R.z, Q.m_z);
+    const bool ok = uint256_to_mp_int(R.x, Q.m_x) && uint256_to_mp_int(R.y, Q.m_y) &&
+                    uint256_to_mp_int(R.z, Q.m_z);
 
     // The scalar and the point it produced stay on the stack otherwise.
     OPENSSL_cleanse(&k, sizeof k);
     OPENSSL_cleanse(&R, sizeof R);
+    return ok;
 }
 
 }  // namespace
@@ -45,8 +46,10 @@ bool EccKey::genPubKey(LogBase &log) {
     LogContextExitor ctx(log, "genPubKey");
 
     if (m_curve.m_name.equals("secp256k1")) {
-        derivePubKeyK(m_privKey, m_pubPoint);
-        return true;
+        if (derivePubKeyK(m_privKey, m_pubPoint))
+            return true;
+        log.logError("Big integer calculations failed.");
+        return false;
     }
 
     mp_int p;

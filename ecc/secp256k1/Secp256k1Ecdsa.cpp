@@ -142,8 +142,10 @@ bool EccKey::eccSignHashK(const unsigned char *hash, unsigned hashLen, _tvPrng &
         return false;
 
     mp_int rm, sm;
-    uint256_to_mp_int(r, rm);
-    uint256_to_mp_int(s, sm);
+    if (!uint256_to_mp_int(r, rm) || !uint256_to_mp_int(s, sm)) {
+        log.logError("Big integer calculations failed.");
+        return false;
+    }
 
     if (bAsn)
         return encodeDerSig(rm, sm, false, out, log);

@@ -214,16 +214,16 @@ bool mp_int_to_uint256(const mp_int &in, _tvUnsigned256 &out) {
     return fits;
 }
 
-void uint256_to_mp_int(const _tvUnsigned256 &in, mp_int &out) {
+bool uint256_to_mp_int(const _tvUnsigned256 &in, mp_int &out) {
     DataBuffer bytes;
     bytes.setSensitive();
-    if (!bytes.append(in.value, 32)) {
-        TovarMp::mp_zero(out);
-        return;
+    if (bytes.append(in.value, 32)) {
+        bytes.reverseBytes();
+        if (TovarMp::mpint_from_bytes(out, bytes.getData2(), 32))
+            return true;
     }
-    bytes.reverseBytes();
-    if (!TovarMp::mpint_from_bytes(out, bytes.getData2(), 32))
-        TovarMp::mp_zero(out);
+    TovarMp::mp_zero(out);
+    return false;
 }
 
 }  // namespace ecckey

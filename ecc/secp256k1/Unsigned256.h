@@ -80,7 +80,8 @@ void multiplyModOrder(_tvUnsigned256 &x, const _tvUnsigned256 &y);
 // negative input is taken. in may be a private scalar: its digits are read with no branch on their values
 // (TovarMp::mpint_to_fixed_bytes) into a stack buffer that is wiped.
 bool mp_int_to_uint256(const mp_int &in, _tvUnsigned256 &out);
-// Sets out to the (non-negative) value of in.
-void uint256_to_mp_int(const _tvUnsigned256 &in, mp_int &out);
+// Sets out to the (non-negative) value of in. False, with out zero, when out cannot grow: callers must not
+// take that zero for a result (an all-zero shared secret, a key at (0, 0)).
+[[nodiscard]] bool uint256_to_mp_int(const _tvUnsigned256 &in, mp_int &out);
 
 }  // namespace ecckey
