@@ -75,7 +75,7 @@ int nestingDepth(const char *text, std::size_t len) {
 }  // namespace
 
 struct ClsJsonObject::Impl {
-    Json root = Json::object();
+    Json root;  // null until a load succeeds: a null value, unlike an empty object, allocates nothing
 
     // The value at a dotted path of member names; null when any step is missing or not an object.
     const Json *find(const char *path) const {
@@ -125,7 +125,7 @@ bool parseLeavingNoCopy(const char *text, std::size_t len, Json &value) {
 }  // namespace
 
 bool ClsJsonObject::load(const char *jsonText, LogBase &log) {
-    m_impl->root = Json::object();
+    m_impl->root = Json();
     if (!jsonText) {
         log.logError("No JSON text.");
         return false;
@@ -196,7 +196,7 @@ int ClsJsonObject::sizeOfArrayAt(const char *path) const {
 }
 
 bool ClsJsonObject::loadArrayElement(const ClsJsonObject &source, const char *path, int index, LogBase &log) {
-    m_impl->root = Json::object();
+    m_impl->root = Json();
     const int size = source.sizeOfArrayAt(path);
     if (index < 0 || index >= size) {
         log.logError("No such JSON array element.");
