@@ -172,7 +172,8 @@ bool EccKey::parseAldId(_tvAsn1 *algId, StringBuffer &algOid, StringBuffer &curv
         return false;
 
     StringBuffer hex;
-    basePoint.encodeDB("hex", hex);
+    if (!basePoint.encodeDB("hex", hex))
+        return false;
     for (const ExplicitBasePoint &row : s_explicitBasePoints) {
         if (hex.beginsWith(row.hexPrefix))
             return curveOid.append(row.curveOid);
@@ -261,7 +262,8 @@ bool EccKey::loadEccPrivateAsn(_tvAsn1 *ecPrivateKey, const StringBuffer &passed
             }
             if (!gotCurve && child->isOid()) {
                 StringBuffer oid;
-                child->GetOid(oid);
+                // A malformed OID leaves oid empty, and loadCurveByOid refuses it with its own message.
+                (void)child->GetOid(oid);
                 if (log.m_verbose)
                     log.LogDataSb("curveOid", oid);
                 gotCurve = m_curve.loadCurveByOid(oid, log);

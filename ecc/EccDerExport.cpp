@@ -27,7 +27,7 @@ const char *const kOptEmitFixedLength = "EMIT_ECC_FIXED_LENGTH";
 
 // Appends a freshly built child; false when the builder returned null or the append failed (in which case
 // AppendPart has already released the child).
-bool appendNew(_tvAsn1 *parent, _tvAsn1 *child) {
+[[nodiscard]] bool appendNew(_tvAsn1 *parent, _tvAsn1 *child) {
     if (!child)
         return false;
     return parent->AppendPart(child);
@@ -82,7 +82,7 @@ _tvAsn1 *newVersionAndScalar(const EccKey &key, LogBase &log) {
 }
 
 // [tag] constructed { child }
-bool appendWrapped(_tvAsn1 *parent, int tag, _tvAsn1 *child) {
+[[nodiscard]] bool appendWrapped(_tvAsn1 *parent, int tag, _tvAsn1 *child) {
     if (!child)
         return false;
     _tvAsn1 *wrapper = _tvAsn1::newContextSpecificContructed(tag);

@@ -20,16 +20,16 @@ class EccPoint {
     EccPoint &operator=(const EccPoint &) = delete;
 
     void clearEccPoint();
-    bool copyFromEccPoint(const EccPoint &other);
+    [[nodiscard]] bool copyFromEccPoint(const EccPoint &other);
     // Logs x, y and z inside a context named by the caller.
     void logEccPoint(const char *name, LogBase &log) const;
 
     // Appends 04 || X || Y with coordinates of len bytes. False when a coordinate is over 256 bytes (the
     // 0x04 already appended stays).
-    bool exportEccPoint(int len, DataBuffer &out, LogBase &log) const;
+    [[nodiscard]] bool exportEccPoint(int len, DataBuffer &out, LogBase &log) const;
     // Parses an X9.63 point (form 4, 6 or 7; one leading 0x00 allowed before an odd-length string) into
     // x, y and z = 1. Curve-agnostic: the halves need only be of equal, non-zero length.
-    bool loadEccPoint(const DataBuffer &in, LogBase &log);
+    [[nodiscard]] bool loadEccPoint(const DataBuffer &in, LogBase &log);
 
     int m_format;
     mp_int m_x;

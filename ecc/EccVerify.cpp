@@ -26,7 +26,7 @@ enum VerifyError {
     kReduceV = 12,
 };
 
-bool verifyError(VerifyError code, LogBase &log) {
+[[nodiscard]] bool verifyError(VerifyError code, LogBase &log) {
     log.LogDataLong("EccVerifyError", (long)code);
     return false;
 }
@@ -89,9 +89,8 @@ bool EccKey::eccVerifyHash(const unsigned char *sig, unsigned sigLen, bool split
     EccPoint G, Q;
     if (!TovarMp::mpint_from_radix(G.m_x, m_curve.m_Gx.getString(), 16))
         return verifyError(kGx, log);
-    if (!TovarMp::mpint_from_radix(G.m_y, m_curve.m_Gy.getString(), 16))
+    if (!TovarMp::mpint_from_radix(G.m_y, m_curve.m_Gy.getString(), 16) || TovarMp::mp_set(G.m_z, 1) != 0)
         return verifyError(kGy, log);
-    TovarMp::mp_set(G.m_z, 1);
     if (TovarMp::mp_copy(m_pubPoint.m_x, Q.m_x) != 0)
         return verifyError(kQx, log);
     if (TovarMp::mp_copy(m_pubPoint.m_y, Q.m_y) != 0)
