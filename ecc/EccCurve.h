@@ -31,14 +31,15 @@ class EccCurve {
     EccCurve &operator=(const EccCurve &) = delete;
 
     // Fills the record from a name or alias (trimmed, case-insensitive) or, failing those, from the
-    // untrimmed text taken as an OID. Logs "Unsupported ECC curve.." when neither matches.
+    // untrimmed text taken as an OID. Logs "Unsupported ECC curve.." when neither matches; the record is
+    // then empty (but for m_a and m_hasA), as it is when memory is short.
     [[nodiscard]] bool loadCurveByName(const char *name, LogBase &log);
     // Fills the record from a dotted OID (exact text). Logs "Unsupported ECDSA curve." and leaves the
     // record as it was when the OID is unknown.
     [[nodiscard]] bool loadCurveByOid(const StringBuffer &oid, LogBase &log);
     // Empties every field but m_a and m_hasA (plain clear, no wipe: nothing here is secret).
     void clearEccCurve();
-    // Copies all ten fields, m_a and m_hasA included.
+    // Copies all ten fields, m_a and m_hasA included. When memory is short the record is left empty instead.
     void copyFromEccCurve(const EccCurve &other);
 
     // The catalogue rows in the order names are tested. catalogEntry is null for an index out of range.

@@ -36,8 +36,6 @@ const char *const kXmlDSigEcKeyValue =
 
 }  // namespace
 
-// "P-256", "P-384" and "P-521" by OID; every other curve goes out under its catalogue name, which JWK
-// readers of this library accept back.
 bool EccKey::getJwkCurveName(StringBuffer &out, LogBase &log) const {
     (void)log;
     const StringBuffer &oid = m_curve.m_oid;
@@ -50,7 +48,6 @@ bool EccKey::getJwkCurveName(StringBuffer &out, LogBase &log) const {
     return out.append(m_curve.m_name);
 }
 
-// {"kty":"EC","crv":C,"x":X,"y":Y,"d":D}. On failure out is wiped and left empty.
 bool EccKey::toEccPrivateKeyJwk(StringBuffer &out, LogBase &log) {
     LogContextExitor ctx(log, "toEccPrivateKeyJwk");
     out.clear();
@@ -68,8 +65,6 @@ bool EccKey::toEccPrivateKeyJwk(StringBuffer &out, LogBase &log) {
     return ok;
 }
 
-// {"kty":"EC","crv":C,"x":X,"y":Y}, or with crvFirst {"crv":C,"kty":"EC","x":X,"y":Y}. On failure out is
-// left empty.
 bool EccKey::toEccPublicKeyJwk(StringBuffer &out, bool crvFirst, LogBase &log) {
     LogContextExitor ctx(log, "toEccPublicKeyJwk");
     out.clear();
@@ -92,7 +87,6 @@ bool EccKey::toEccPublicKeyJwk(StringBuffer &out, bool crvFirst, LogBase &log) {
     return ok;
 }
 
-// <ECCKeyValue curve="NAME">base64 of the SEC 1 DER</ECCKeyValue>. On failure out is wiped and empty.
 bool EccKey::toEccPrivateKeyXml(StringBuffer &out, LogBase &log) {
     LogContextExitor ctx(log, "toEccPrivateKeyXml");
     out.clear();
@@ -111,8 +105,6 @@ bool EccKey::toEccPrivateKeyXml(StringBuffer &out, LogBase &log) {
     return ok;
 }
 
-// <ECCPublicKey curve="NAME" x="HEX" y="HEX">base64 of the long-form SubjectPublicKeyInfo</ECCPublicKey>,
-// x and y each exactly 2 * m_byteLen upper-case hex digits. On failure out is left empty.
 bool EccKey::toEccPublicKeyXml(StringBuffer &out, LogBase &log) {
     LogContextExitor ctx(log, "toEccPublicKeyXml");
     out.clear();
@@ -135,7 +127,6 @@ bool EccKey::toEccPublicKeyXml(StringBuffer &out, LogBase &log) {
     return ok;
 }
 
-// The XML Signature 1.1 ECKeyValue: the curve by OID as a URN and the uncompressed point in base64.
 bool EccKey::toEccPublicKeyXmlDSig(StringBuffer &out, LogBase &log) {
     LogContextExitor ctx(log, "toEccPublicKeyXmlDSig");
     out.clear();
@@ -153,8 +144,6 @@ bool EccKey::toEccPublicKeyXmlDSig(StringBuffer &out, LogBase &log) {
     return ok;
 }
 
-// Reads "d" (when present: a private key), "crv", "x" and "y". The point is not validated. A private key
-// whose x or y is missing returns false with d and the curve already loaded.
 bool EccKey::loadAnyJwk(ClsJsonObject &json, LogBase &log) {
     LogContextExitor ctx(log, "loadAnyJwk_ecc");
     clearEccKey();
@@ -184,8 +173,6 @@ bool EccKey::loadAnyJwk(ClsJsonObject &json, LogBase &log) {
     return gotX && gotY && gotZ;
 }
 
-// An element with a PublicKey child (any namespace prefix) is an XML Signature 1.1 ECKeyValue; any other
-// element is one of the library's own forms, whose text is base64 DER (its attributes are not read).
 bool EccKey::loadAnyXml(ClsXml &xml, LogBase &log) {
     LogContextExitor ctx(log, "loadAnyXml");
     clearEccKey();

@@ -19,7 +19,10 @@ class EccPoint {
     EccPoint(const EccPoint &) = delete;
     EccPoint &operator=(const EccPoint &) = delete;
 
+    // Sets x, y and z to zero and the form byte to 4.
     void clearEccPoint();
+    // Copies the three coordinates and the form byte. False when memory is short; the point then holds
+    // part of the copy.
     [[nodiscard]] bool copyFromEccPoint(const EccPoint &other);
     // Logs x, y and z inside a context named by the caller.
     void logEccPoint(const char *name, LogBase &log) const;
@@ -28,7 +31,10 @@ class EccPoint {
     // 0x04 already appended stays).
     [[nodiscard]] bool exportEccPoint(int len, DataBuffer &out, LogBase &log) const;
     // Parses an X9.63 point (form 4, 6 or 7; one leading 0x00 allowed before an odd-length string) into
-    // x, y and z = 1. Curve-agnostic: the halves need only be of equal, non-zero length.
+    // x, y and z = 1. Curve-agnostic: the halves need only be of equal, non-zero length. Logs "dbX963 is
+    // empty." for an empty input; otherwise (after "First byte of ECC point is invalid." for another form
+    // byte) the data item "eccPoint" with the whole input and "Invalid ANSI X9.63 ECC point.". On failure
+    // the coordinates are zero or partly read and m_format holds the form byte found.
     [[nodiscard]] bool loadEccPoint(const DataBuffer &in, LogBase &log);
 
     int m_format;

@@ -168,10 +168,6 @@ namespace {
 
 }  // namespace
 
-// Signs the first eLen bytes of hash (ecdsaHashLen) into out, cleared first: DER when bAsn, else r||s
-// padded to 2·m_byteLen. secp256k1 keys go to eccSignHashK with the cut hash. Refuses a public key
-// ("Must be a private key.") before drawing any random byte. Logs "bAsn" and "inlen" (uncut) when
-// verbose.
 bool EccKey::eccSignHash(const unsigned char *hash, unsigned hashLen, _tvPrng &prng, bool bAsn,
                          DataBuffer &out, LogBase &log) {
     LogContextExitor ctx(log, "eccSignHash");
@@ -221,9 +217,6 @@ bool EccKey::eccSignHashDeterministic(const unsigned char *hash, unsigned hashLe
     return eccSignHashK(e32, 32, nonce, bAsn, out, log);
 }
 
-// Signs the whole hash on the generic arithmetic, whatever the curve (secp256k1 included), and appends r
-// and s as two SSH mpints to out, which is not cleared. No leading-byte rule: an mpint may carry its
-// sign octet. Messages as eccSignHash; out may hold a partial blob after a failure while appending.
 bool EccKey::eccSignHash_forSsh(const unsigned char *hash, unsigned hashLen, _tvPrng &prng, DataBuffer &out,
                                 LogBase &log) {
     LogContextExitor ctx(log, "eccSignHash_forSsh");
@@ -257,9 +250,6 @@ bool EccKey::eccSignHash_forSsh(const unsigned char *hash, unsigned hashLen, _tv
     return TovarMp::unsigned_mpint_to_db(s, scratch) && SshMessage::pack_db(scratch, out);
 }
 
-// Re-encodes a signature, DER or raw of a size the reader knows, as DER appended to out. An unreadable
-// input is logged by the unpacker and encoded as it was read (r = s = 0). Returns the encoder's verdict
-// ("Failed to encode final ASN.1" when it fails); logs "eccAsnSigLen" when verbose.
 bool EccKey::eccWrapSigAsn_forTls(const DataBuffer &sig, unsigned unused, DataBuffer &out, LogBase &log) {
     (void)unused;
     LogContextExitor ctx(log, "eccWrapSigAsn_forTls");

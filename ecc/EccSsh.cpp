@@ -17,8 +17,6 @@ const unsigned kFourFieldMinLen = 57;
 
 }  // namespace
 
-// Writes string("ecdsa-sha2-" + id) || string(id) || string(04 || X || Y). The two name fields are always
-// written; the point field only when the point exports, and the result is that export's success.
 bool EccKey::puttyPublicKeyBlob(DataBuffer &out, LogBase &log) {
     LogContextExitor ctx(log, "puttyPublicKeyBlob");
     out.clear();
@@ -37,8 +35,6 @@ bool EccKey::puttyPublicKeyBlob(DataBuffer &out, LogBase &log) {
     return SshMessage::pack_db(point, out);
 }
 
-// The digest of the public-key blob under the library's hash identifier hashAlg (passed through as given).
-// Returns whether the blob could be built; out is left empty when it could not.
 bool EccKey::calc_fingerprint_digest(int hashAlg, DataBuffer &out, LogBase &log) {
     LogContextExitor ctx(log, "calc_fingerprint_digest");
     out.clear();
@@ -50,9 +46,6 @@ bool EccKey::calc_fingerprint_digest(int hashAlg, DataBuffer &out, LogBase &log)
     return true;
 }
 
-// "ecdsa-sha2-<id> <bits> <md5 pairs>", all lower case. The bit count is m_byteLen * 8, so P-521 keys
-// report 528; callers compare these lines with ones written earlier, so the figure stays. When the blob
-// cannot be built, returns false with out untouched.
 bool EccKey::calc_fingerprint(StringBuffer &out, LogBase &log) {
     LogContextExitor ctx(log, "calc_fingerprint");
     DataBuffer blob;

@@ -37,11 +37,6 @@ bool inRange(const mp_int &v, const mp_int &n) {
 
 }  // namespace
 
-// Checks sig over the first eLen bytes of hash (ecdsaHashLen). secp256k1 keys go to eccVerifyHashK,
-// before any input check. True when the check ran to its end, with the verdict in valid; false, valid
-// false, for null inputs ("null inputs."), an unreadable signature ("Failed to unpack ASN.1 DSA/ECDSA
-// signature."), unparsable curve texts, and "EccVerifyError" 1 to 12 (r or s out of range is 1; a sum
-// the joint-table method cannot carry to its end is 11).
 bool EccKey::eccVerifyHash(const unsigned char *sig, unsigned sigLen, bool split, const unsigned char *hash,
                            unsigned hashLen, bool &valid, LogBase &log, unsigned rLen) {
     LogContextExitor ctx(log, "eccVerifyHash");
