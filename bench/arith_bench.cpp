@@ -51,8 +51,10 @@ void scalarBelowOrder(const ArithCurve &c, std::mt19937_64 &rng, mp_int &k) {
     for (unsigned char &b : bytes)
         b = (unsigned char)rng();
     mp_int v;
-    TovarMp::mpint_from_bytes(v, bytes.data(), (unsigned)bytes.size());
-    TovarMp::mp_mod(v, c.n, k);
+    if (!TovarMp::mpint_from_bytes(v, bytes.data(), (unsigned)bytes.size()))
+        std::abort();  // out of memory: nothing to measure or compare
+    if (TovarMp::mp_mod(v, c.n, k) != 0)
+        std::abort();  // out of memory: nothing to measure or compare
 }
 
 void reportAllocations(benchmark::State &state, std::uint64_t allocations) {

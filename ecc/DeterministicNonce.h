@@ -26,21 +26,21 @@ class DeterministicNonce : public _tvPrng {
     // Seeds the generator: order is n, big-endian without leading zero bytes; privKey is d in as many
     // bytes; hash is the message digest h1. Logs and returns false when d is not in [1, n - 1] ("The private
     // key is not in [1, n-1].") or the HMAC fails ("Failed to seed the nonce generator.").
-    bool seed(const unsigned char *order, unsigned orderLen, const unsigned char *privKey,
-              const unsigned char *hash, unsigned hashLen, LogBase &log);
+    [[nodiscard]] bool seed(const unsigned char *order, unsigned orderLen, const unsigned char *privKey,
+                            const unsigned char *hash, unsigned hashLen, LogBase &log);
     // Appends the next k (count bytes, big-endian unless leastSignificantFirst). False, logged, before
     // seed, for another count than n's byte length, or when the HMAC fails.
-    bool genRandom(unsigned count, DataBuffer &out, LogBase &log) override;
+    [[nodiscard]] bool genRandom(unsigned count, DataBuffer &out, LogBase &log) override;
 
     static const unsigned kMaxOrderLen = 66;  // P-521
     static const unsigned kMaxHashLen = 64;   // SHA-512
 
   private:
-    bool mac(const unsigned char *data, unsigned len, unsigned char *out) const;
-    bool rekey(unsigned char separator, const unsigned char *privKey, const unsigned char *h);
-    bool retry();
+    [[nodiscard]] bool mac(const unsigned char *data, unsigned len, unsigned char *out) const;
+    [[nodiscard]] bool rekey(unsigned char separator, const unsigned char *privKey, const unsigned char *h);
+    [[nodiscard]] bool retry();
     void bitsToInt(const unsigned char *in, unsigned inLen, unsigned char *out) const;
-    bool inRange(const unsigned char *k) const;
+    [[nodiscard]] bool inRange(const unsigned char *k) const;
 
     int m_hashAlg;
     bool m_leastSignificantFirst;

@@ -40,8 +40,6 @@ const ExplicitBasePoint s_explicitBasePoints[] = {
 
 }  // namespace
 
-// Decodes der and loads whichever of the three key structures it holds. The input is marked sensitive: it
-// may carry a private scalar. On a failed load the input is dumped to the log to help diagnosis.
 bool EccKey::loadEccDer(DataBuffer &der, LogBase &log) {
     LogContextExitor ctx(log, "loadEccDer");
     der.setSensitive();
@@ -61,8 +59,6 @@ bool EccKey::loadEccDer(DataBuffer &der, LogBase &log) {
     return ok;
 }
 
-// Dispatches on shape: element 0 a SEQUENCE means SubjectPublicKeyInfo; element 1 a SEQUENCE means
-// PKCS #8; anything else is taken as a bare ECPrivateKey.
 bool EccKey::loadAnyEccAsn(_tvAsn1 *root, LogBase &log) {
     LogContextExitor ctx(log, "loadAnyEccAsn");
     clearEccKey();
@@ -141,8 +137,6 @@ bool EccKey::loadAnyEccAsn(_tvAsn1 *root, LogBase &log) {
     return loadEccPrivateAsn(innerRoot, curveOid, log);
 }
 
-// Reads { OID algorithm, OID namedCurve | SEQUENCE ECParameters }. Explicit parameters are recognised by
-// their base point alone. Logs nothing: the callers say what failed.
 bool EccKey::parseAldId(_tvAsn1 *algId, StringBuffer &algOid, StringBuffer &curveOid, LogBase &log) {
     LogContextExitor ctx(log, "parseAldId");
     if (!algId)
@@ -172,7 +166,8 @@ bool EccKey::parseAldId(_tvAsn1 *algId, StringBuffer &algOid, StringBuffer &curv
         return false;
 
     StringBuffer hex;
-    basePoint.encodeDB("hex", hex);
+    if (!basePoint.encodeDB("hex", hex))
+        return false;
     for (const ExplicitBasePoint &row : s_explicitBasePoints) {
         if (hex.beginsWith(row.hexPrefix))
             return curveOid.append(row.curveOid);
@@ -180,9 +175,6 @@ bool EccKey::parseAldId(_tvAsn1 *algId, StringBuffer &algOid, StringBuffer &curv
     return false;
 }
 
-// Loads a public key from the BIT STRING of a SubjectPublicKeyInfo on the curve named by curveOid. The
-// point is not checked against the curve. A failure leaves the key cleared apart from what was loaded
-// before the failing step.
 bool EccKey::loadEccPublicAsn(_tvAsn1 *bitString, const StringBuffer &curveOid, LogBase &log) {
     LogContextExitor ctx(log, "loadEccPublicAsn");
     clearEccKey();
@@ -209,10 +201,6 @@ bool EccKey::loadEccPublicAsn(_tvAsn1 *bitString, const StringBuffer &curveOid, 
     return true;
 }
 
-// Loads a SEC 1 ECPrivateKey { INTEGER 1, OCTET STRING d, [0] OID?, [1] BIT STRING? }. The optional
-// wrappers may come in any order; one whose first child is neither an OID nor a BIT STRING, or a second
-// one of either kind, is skipped. With no [0] the caller's passedCurveOid is used; with no [1] the point is
-// computed from d. A point that is present is trusted as it stands. On failure the key is cleared.
 bool EccKey::loadEccPrivateAsn(_tvAsn1 *ecPrivateKey, const StringBuffer &passedCurveOid, LogBase &log) {
     // The context keeps the name of the entry point that callers see in their logs.
     LogContextExitor ctx(log, "loadEccPrivateDer");
@@ -261,7 +249,8 @@ bool EccKey::loadEccPrivateAsn(_tvAsn1 *ecPrivateKey, const StringBuffer &passed
             }
             if (!gotCurve && child->isOid()) {
                 StringBuffer oid;
-                child->GetOid(oid);
+                // A malformed OID leaves oid empty, and loadCurveByOid refuses it with its own message.
+                (void)child->GetOid(oid);
                 if (log.m_verbose)
                     log.LogDataSb("curveOid", oid);
                 gotCurve = m_curve.loadCurveByOid(oid, log);

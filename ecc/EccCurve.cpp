@@ -197,7 +197,7 @@ constexpr int kNumCatalogCurves = static_cast<int>(sizeof(s_catalog) / sizeof(s_
 static_assert(kNumCatalogCurves == 13, "the catalogue holds thirteen curves");
 
 // True when the trimmed, lower-cased text names this row.
-bool rowAcceptsName(const EccCatalogEntry &entry, const StringBuffer &text) {
+[[nodiscard]] bool rowAcceptsName(const EccCatalogEntry &entry, const StringBuffer &text) {
     for (const char *exact : entry.exactNames) {
         if (exact != nullptr && text.equals(exact))
             return true;
@@ -207,7 +207,7 @@ bool rowAcceptsName(const EccCatalogEntry &entry, const StringBuffer &text) {
 
 // Writes a row into the record in a fixed order: identity and p, then a, then b, n, Gx and Gy. False only
 // when a string cannot be allocated; the record is then left empty.
-bool fillFromRow(EccCurve &curve, const CurveRow &row) {
+[[nodiscard]] bool fillFromRow(EccCurve &curve, const CurveRow &row) {
     curve.m_byteLen = row.entry.byteLen;
     bool ok = curve.m_name.setString(row.entry.name);
     ok = curve.m_oid.setString(row.entry.oid) && ok;
@@ -289,15 +289,18 @@ void EccCurve::copyFromEccCurve(const EccCurve &other) {
     if (&other == this)
         return;
     m_byteLen = other.m_byteLen;
-    m_name.setString(other.m_name);
-    m_oid.setString(other.m_oid);
-    m_p.setString(other.m_p);
-    m_a.setString(other.m_a);
+    bool ok = m_name.setString(other.m_name);
+    ok = m_oid.setString(other.m_oid) && ok;
+    ok = m_p.setString(other.m_p) && ok;
+    ok = m_a.setString(other.m_a) && ok;
     m_hasA = other.m_hasA;
-    m_b.setString(other.m_b);
-    m_order.setString(other.m_order);
-    m_Gx.setString(other.m_Gx);
-    m_Gy.setString(other.m_Gy);
+    ok = m_b.setString(other.m_b) && ok;
+    ok = m_order.setString(other.m_order) && ok;
+    ok = m_Gx.setString(other.m_Gx) && ok;
+    ok = m_Gy.setString(other.m_Gy) && ok;
+    // A record with a parameter missing would pass for a curve: when memory is short it is left empty.
+    if (!ok)
+        clearEccCurve();
 }
 
 bool EccCurve::getCoefficientA(mp_int &a) const {

@@ -31,14 +31,15 @@ class EccCurve {
     EccCurve &operator=(const EccCurve &) = delete;
 
     // Fills the record from a name or alias (trimmed, case-insensitive) or, failing those, from the
-    // untrimmed text taken as an OID. Logs "Unsupported ECC curve.." when neither matches.
-    bool loadCurveByName(const char *name, LogBase &log);
+    // untrimmed text taken as an OID. Logs "Unsupported ECC curve.." when neither matches; the record is
+    // then empty (but for m_a and m_hasA), as it is when memory is short.
+    [[nodiscard]] bool loadCurveByName(const char *name, LogBase &log);
     // Fills the record from a dotted OID (exact text). Logs "Unsupported ECDSA curve." and leaves the
     // record as it was when the OID is unknown.
-    bool loadCurveByOid(const StringBuffer &oid, LogBase &log);
+    [[nodiscard]] bool loadCurveByOid(const StringBuffer &oid, LogBase &log);
     // Empties every field but m_a and m_hasA (plain clear, no wipe: nothing here is secret).
     void clearEccCurve();
-    // Copies all ten fields, m_a and m_hasA included.
+    // Copies all ten fields, m_a and m_hasA included. When memory is short the record is left empty instead.
     void copyFromEccCurve(const EccCurve &other);
 
     // The catalogue rows in the order names are tested. catalogEntry is null for an index out of range.
@@ -47,11 +48,11 @@ class EccCurve {
 
     // The coefficient a of y² = x³ + a·x + b: the catalogue's for the Brainpool curves, p − 3 for the NIST
     // curves, 0 for secp256k1. False when the record is empty or a parameter does not parse.
-    bool getCoefficientA(mp_int &a) const;
+    [[nodiscard]] bool getCoefficientA(mp_int &a) const;
 
     // SSH key-type name for the curve's OID ("ecdsa-sha2-nistp256", ...). Logs "Unsupported ecdsa curve."
     // for a record without a catalogue OID.
-    bool getPpkType(StringBuffer &out, LogBase &log) const;
+    [[nodiscard]] bool getPpkType(StringBuffer &out, LogBase &log) const;
     // SSH curve identifier used inside public-key blobs; "nistp256" for curves it has no name for.
     const char *puttyCurveName() const;
 

@@ -23,7 +23,7 @@ _tvAsn1 *part(const _tvAsn1 *node, int index) {
 }
 
 // node is a universal INTEGER or OCTET STRING (tag) whose value is want. A negative INTEGER never is.
-bool hasValue(const _tvAsn1 *node, int tag, const mp_int &want) {
+[[nodiscard]] bool hasValue(const _tvAsn1 *node, int tag, const mp_int &want) {
     DataBuffer content;
     mp_int value;
     if (!node || node->tagClass() != _tvAsn1::CLASS_UNIVERSAL || node->tagNumber() != tag ||
@@ -41,7 +41,7 @@ struct CurveValues {
     DataBuffer base;  // 04 || Gx || Gy, each coordinate m_byteLen bytes
 };
 
-bool curveValues(const EccCurve &curve, CurveValues &v, LogBase &log) {
+[[nodiscard]] bool curveValues(const EccCurve &curve, CurveValues &v, LogBase &log) {
     EccPoint G;
     bool ok = TovarMp::mpint_from_radix(v.p, curve.m_p.getString(), 16) && curve.getCoefficientA(v.a) &&
               TovarMp::mpint_from_radix(v.b, curve.m_b.getString(), 16) &&
@@ -58,7 +58,7 @@ bool curveValues(const EccCurve &curve, CurveValues &v, LogBase &log) {
 // ECParameters { version 1, fieldID { prime-field, p }, curve { a, b, seed? }, base, order, cofactor? }
 // against the key's curve. The seed is not compared: it only tells how the curve was made. The cofactor is
 // optional in SEC 1 but RFC 3279 requires it: it must be present and 1, as on every catalogue curve.
-bool explicitParamsMatch(const _tvAsn1 *params, const EccCurve &curve, LogBase &log) {
+[[nodiscard]] bool explicitParamsMatch(const _tvAsn1 *params, const EccCurve &curve, LogBase &log) {
     CurveValues want;
     if (!curveValues(curve, want, log))
         return false;
@@ -97,7 +97,7 @@ bool explicitParamsMatch(const _tvAsn1 *params, const EccCurve &curve, LogBase &
 }
 
 // Named parameters must name the curve the key was loaded on, explicit ones must equal it.
-bool paramsMatch(const _tvAsn1 *params, const EccCurve &curve, LogBase &log) {
+[[nodiscard]] bool paramsMatch(const _tvAsn1 *params, const EccCurve &curve, LogBase &log) {
     if (params && params->isSequence())
         return explicitParamsMatch(params, curve, log);
     StringBuffer oid;
@@ -108,7 +108,7 @@ bool paramsMatch(const _tvAsn1 *params, const EccCurve &curve, LogBase &log) {
 }
 
 // A BIT STRING with no unused bits holding exactly 1 + 2·m_byteLen point bytes.
-bool pointFits(const _tvAsn1 *bits, const EccCurve &curve, LogBase &log) {
+[[nodiscard]] bool pointFits(const _tvAsn1 *bits, const EccCurve &curve, LogBase &log) {
     DataBuffer content;
     if (bits && bits->getAsnContent(content) && content.getSize() == 2 + 2 * (unsigned)curve.m_byteLen &&
         content[0] == 0)
@@ -118,7 +118,7 @@ bool pointFits(const _tvAsn1 *bits, const EccCurve &curve, LogBase &log) {
 }
 
 // The [0] parameters and [1] public key of an ECPrivateKey, in whichever wrappers hold them.
-bool ecPrivateKeyMatches(const _tvAsn1 *root, const EccCurve &curve, LogBase &log) {
+[[nodiscard]] bool ecPrivateKeyMatches(const _tvAsn1 *root, const EccCurve &curve, LogBase &log) {
     for (int i = 2; i < root->numAsnParts(); ++i) {
         const _tvAsn1 *child = part(part(root, i), 0);
         if (child && (child->isOid() || child->isSequence()) && !paramsMatch(child, curve, log))
@@ -130,7 +130,7 @@ bool ecPrivateKeyMatches(const _tvAsn1 *root, const EccCurve &curve, LogBase &lo
 }
 
 // The three structures, told apart as loadAnyEccAsn tells them apart.
-bool structureMatches(const _tvAsn1 *root, const EccCurve &curve, LogBase &log) {
+[[nodiscard]] bool structureMatches(const _tvAsn1 *root, const EccCurve &curve, LogBase &log) {
     const _tvAsn1 *first = part(root, 0);
     const _tvAsn1 *second = part(root, 1);
     if (first && first->isSequence())  // SubjectPublicKeyInfo

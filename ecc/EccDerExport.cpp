@@ -27,7 +27,7 @@ const char *const kOptEmitFixedLength = "EMIT_ECC_FIXED_LENGTH";
 
 // Appends a freshly built child; false when the builder returned null or the append failed (in which case
 // AppendPart has already released the child).
-bool appendNew(_tvAsn1 *parent, _tvAsn1 *child) {
+[[nodiscard]] bool appendNew(_tvAsn1 *parent, _tvAsn1 *child) {
     if (!child)
         return false;
     return parent->AppendPart(child);
@@ -82,7 +82,7 @@ _tvAsn1 *newVersionAndScalar(const EccKey &key, LogBase &log) {
 }
 
 // [tag] constructed { child }
-bool appendWrapped(_tvAsn1 *parent, int tag, _tvAsn1 *child) {
+[[nodiscard]] bool appendWrapped(_tvAsn1 *parent, int tag, _tvAsn1 *child) {
     if (!child)
         return false;
     _tvAsn1 *wrapper = _tvAsn1::newContextSpecificContructed(tag);
@@ -168,8 +168,6 @@ bool EccKey::toPublicKeyDer_longFmt(DataBuffer &out, LogBase &log) {
     return spki->EncodeToDer(out, false, log);
 }
 
-// SEQUENCE { INTEGER 1, OCTET STRING d, [0] { OID namedCurve }, [1] { BIT STRING Q } when the logger's
-// options hold "EMIT_ECC_PKCS1_PUBKEY" }. Does not look at m_keyType: a public key fails on its zero d.
 bool EccKey::toEccPkcs1PrivateKeyDer(DataBuffer &out, LogBase &log) {
     LogContextExitor ctx(log, "toEccPkcs1PrivateKeyDer");
     out.clear();
@@ -188,8 +186,6 @@ bool EccKey::toEccPkcs1PrivateKeyDer(DataBuffer &out, LogBase &log) {
     return ecPrivateKey->EncodeToDer(out, false, log);
 }
 
-// SEQUENCE { INTEGER 0, SEQUENCE { id-ecPublicKey, OID namedCurve }, OCTET STRING ECPrivateKey } followed
-// by the key's PKCS #8 attributes, if it has any. Logs "Not a private key." for a public key.
 bool EccKey::toEccPkcs8PrivateKeyDer(DataBuffer &out, LogBase &log) {
     LogContextExitor ctx(log, "toEccPkcs8PrivateKeyDer");
     out.secureClear();
@@ -220,7 +216,6 @@ bool EccKey::toEccPkcs8PrivateKeyDer(DataBuffer &out, LogBase &log) {
     return pkcs8->EncodeToDer(out, false, log);
 }
 
-// SEQUENCE { INTEGER 1, OCTET STRING d }: PKCS #11 carries the curve and the point in separate attributes.
 bool EccKey::toEccPkcs1PrivateKeyDer_forPkcs11(DataBuffer &out, LogBase &log) {
     LogContextExitor ctx(log, "toEccPkcs1PrivateKeyDer_forPkcs11");
     out.clear();

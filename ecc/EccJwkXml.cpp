@@ -26,7 +26,7 @@ const char *const kXmlDSigEcKeyValue =
 // Appends the base64url text of a JWK integer member: its minimal bytes by default, or the m_byteLen bytes
 // RFC 7518 requires of x, y and d with "EMIT_ECC_FIXED_LENGTH" (appendEmittedInteger). A member is never
 // empty: zero in its minimal form is one 0x00 byte ("AA"), since readers refuse an empty member.
-bool appendJwkInteger(const EccKey &key, const mp_int &a, StringBuffer &out, LogBase &log) {
+[[nodiscard]] bool appendJwkInteger(const EccKey &key, const mp_int &a, StringBuffer &out, LogBase &log) {
     DataBuffer bytes;
     bytes.setSensitive();
     if (!key.appendEmittedInteger(a, bytes, log) || (bytes.isEmpty() && !bytes.appendChar(0)))
@@ -36,28 +36,23 @@ bool appendJwkInteger(const EccKey &key, const mp_int &a, StringBuffer &out, Log
 
 }  // namespace
 
-// "P-256", "P-384" and "P-521" by OID; every other curve goes out under its catalogue name, which JWK
-// readers of this library accept back.
-void EccKey::getJwkCurveName(StringBuffer &out, LogBase &log) const {
+bool EccKey::getJwkCurveName(StringBuffer &out, LogBase &log) const {
     (void)log;
     const StringBuffer &oid = m_curve.m_oid;
-    if (oid.equals("1.2.840.10045.3.1.7")) {
-        out.append("P-256");
-    } else if (oid.equals("1.3.132.0.34")) {
-        out.append("P-384");
-    } else if (oid.equals("1.3.132.0.35")) {
-        out.append("P-521");
-    } else {
-        out.append(m_curve.m_name);
-    }
+    if (oid.equals("1.2.840.10045.3.1.7"))
+        return out.append("P-256");
+    if (oid.equals("1.3.132.0.34"))
+        return out.append("P-384");
+    if (oid.equals("1.3.132.0.35"))
+        return out.append("P-521");
+    return out.append(m_curve.m_name);
 }
 
-// {"kty":"EC","crv":C,"x":X,"y":Y,"d":D}. On failure out is wiped and left empty.
 bool EccKey::toEccPrivateKeyJwk(StringBuffer &out, LogBase &log) {
     LogContextExitor ctx(log, "toEccPrivateKeyJwk");
     out.clear();
     bool ok = out.append("{\"kty\":\"EC\",\"crv\":\"");
-    getJwkCurveName(out, log);
+    ok = getJwkCurveName(out, log) && ok;
     ok = out.append("\",\"x\":\"") && ok;
     ok = appendJwkInteger(*this, m_pubPoint.m_x, out, log) && ok;
     ok = out.append("\",\"y\":\"") && ok;
@@ -70,19 +65,17 @@ bool EccKey::toEccPrivateKeyJwk(StringBuffer &out, LogBase &log) {
     return ok;
 }
 
-// {"kty":"EC","crv":C,"x":X,"y":Y}, or with crvFirst {"crv":C,"kty":"EC","x":X,"y":Y}. On failure out is
-// left empty.
 bool EccKey::toEccPublicKeyJwk(StringBuffer &out, bool crvFirst, LogBase &log) {
     LogContextExitor ctx(log, "toEccPublicKeyJwk");
     out.clear();
     bool ok;
     if (crvFirst) {
         ok = out.append("{\"crv\":\"");
-        getJwkCurveName(out, log);
+        ok = getJwkCurveName(out, log) && ok;
         ok = out.append("\",\"kty\":\"EC\",\"x\":\"") && ok;
     } else {
         ok = out.append("{\"kty\":\"EC\",\"crv\":\"");
-        getJwkCurveName(out, log);
+        ok = getJwkCurveName(out, log) && ok;
         ok = out.append("\",\"x\":\"") && ok;
     }
     ok = appendJwkInteger(*this, m_pubPoint.m_x, out, log) && ok;
@@ -94,7 +87,6 @@ bool EccKey::toEccPublicKeyJwk(StringBuffer &out, bool crvFirst, LogBase &log) {
     return ok;
 }
 
-// <ECCKeyValue curve="NAME">base64 of the SEC 1 DER</ECCKeyValue>. On failure out is wiped and empty.
 bool EccKey::toEccPrivateKeyXml(StringBuffer &out, LogBase &log) {
     LogContextExitor ctx(log, "toEccPrivateKeyXml");
     out.clear();
@@ -113,8 +105,6 @@ bool EccKey::toEccPrivateKeyXml(StringBuffer &out, LogBase &log) {
     return ok;
 }
 
-// <ECCPublicKey curve="NAME" x="HEX" y="HEX">base64 of the long-form SubjectPublicKeyInfo</ECCPublicKey>,
-// x and y each exactly 2 * m_byteLen upper-case hex digits. On failure out is left empty.
 bool EccKey::toEccPublicKeyXml(StringBuffer &out, LogBase &log) {
     LogContextExitor ctx(log, "toEccPublicKeyXml");
     out.clear();
@@ -137,7 +127,6 @@ bool EccKey::toEccPublicKeyXml(StringBuffer &out, LogBase &log) {
     return ok;
 }
 
-// The XML Signature 1.1 ECKeyValue: the curve by OID as a URN and the uncompressed point in base64.
 bool EccKey::toEccPublicKeyXmlDSig(StringBuffer &out, LogBase &log) {
     LogContextExitor ctx(log, "toEccPublicKeyXmlDSig");
     out.clear();
@@ -155,8 +144,6 @@ bool EccKey::toEccPublicKeyXmlDSig(StringBuffer &out, LogBase &log) {
     return ok;
 }
 
-// Reads "d" (when present: a private key), "crv", "x" and "y". The point is not validated. A private key
-// whose x or y is missing returns false with d and the curve already loaded.
 bool EccKey::loadAnyJwk(ClsJsonObject &json, LogBase &log) {
     LogContextExitor ctx(log, "loadAnyJwk_ecc");
     clearEccKey();
@@ -180,14 +167,12 @@ bool EccKey::loadAnyJwk(ClsJsonObject &json, LogBase &log) {
         return false;
     }
 
-    TovarMp::mp_set(m_pubPoint.m_z, 1);
+    bool gotZ = TovarMp::mp_set(m_pubPoint.m_z, 1) == 0;
     bool gotX = jwkContentToMpInt(json, "x", m_pubPoint.m_x, log);
     bool gotY = jwkContentToMpInt(json, "y", m_pubPoint.m_y, log);
-    return gotX && gotY;
+    return gotX && gotY && gotZ;
 }
 
-// An element with a PublicKey child (any namespace prefix) is an XML Signature 1.1 ECKeyValue; any other
-// element is one of the library's own forms, whose text is base64 DER (its attributes are not read).
 bool EccKey::loadAnyXml(ClsXml &xml, LogBase &log) {
     LogContextExitor ctx(log, "loadAnyXml");
     clearEccKey();
@@ -195,20 +180,23 @@ bool EccKey::loadAnyXml(ClsXml &xml, LogBase &log) {
     if (xml.hasChildWithTag("*:PublicKey")) {
         StringBuffer oid;
         StringBuffer pointBase64;
-        xml.getChildAttrValue("*:NamedCurve", "URI", oid);
-        xml.getChildContentUtf8("*:PublicKey", pointBase64, false);
+        // A missing NamedCurve or PublicKey, or text that does not decode, leaves oid or point empty; the
+        // loader below refuses either with its own message.
+        (void)xml.getChildAttrValue("*:NamedCurve", "URI", oid);
+        (void)xml.getChildContentUtf8("*:PublicKey", pointBase64, false);
         // A URI without the prefix is passed on unchanged.
-        oid.replaceFirstOccurance("urn:oid:", "", false);
+        (void)oid.replaceFirstOccurance("urn:oid:", "", false);
         DataBuffer point;
-        point.appendEncoded(pointBase64.getString(), "base64");
+        (void)point.appendEncoded(pointBase64.getString(), "base64");
         return loadEcPubKeyByCurveAndPoint(oid.getString(), point, log);
     }
 
     StringBuffer content;
-    xml.get_Content(content);
+    // No text, or text that does not decode, leaves der empty, and loadEccDer refuses it with its message.
+    (void)xml.get_Content(content);
     DataBuffer der;
     der.setSensitive();
-    der.appendEncoded(content.getString(), "base64");
+    (void)der.appendEncoded(content.getString(), "base64");
     bool ok = loadEccDer(der, log);
     content.secureClear();
     return ok;

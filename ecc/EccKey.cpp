@@ -34,9 +34,13 @@ void EccKey::copyFromEccKey(const EccKey &other) {
     if (&other == this)
         return;
     m_keyType = other.m_keyType;
-    TovarMp::mp_copy(other.m_privKey, m_privKey);
+    const bool ok = TovarMp::mp_copy(other.m_privKey, m_privKey) == 0;
     m_curve.copyFromEccCurve(other.m_curve);
-    m_pubPoint.copyFromEccPoint(other.m_pubPoint);
+    // A half-copied key would pair a scalar with another point: when memory is short it is left empty.
+    if (!m_pubPoint.copyFromEccPoint(other.m_pubPoint) || !ok) {
+        clearEccKey();
+        return;
+    }
     copyFromKeyBase(other);
 }
 
@@ -45,7 +49,8 @@ unsigned EccKey::get_ModulusBitLen() const {
 }
 
 void EccKey::getCurveOid(StringBuffer &out) const {
-    out.setString(m_curve.m_oid);
+    if (!out.setString(m_curve.m_oid))
+        out.clear();  // memory is short: an empty OID rather than a cut one
 }
 
 bool EccKey::loadCurveByOid(const StringBuffer &oid, LogBase &log) {

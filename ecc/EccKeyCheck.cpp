@@ -15,7 +15,8 @@ namespace ecckey {
 namespace {
 
 // y² = x³ + a·x + b (mod p) for x and y already in [0, p).
-bool onCurve(const mp_int &x, const mp_int &y, const mp_int &p, const mp_int &a, const mp_int &b) {
+[[nodiscard]] bool onCurve(const mp_int &x, const mp_int &y, const mp_int &p, const mp_int &a,
+                           const mp_int &b) {
     mp_int lhs, rhs;
     return TovarMp::mp_mulmod(y, y, p, lhs) == 0       // lhs = y²
            && TovarMp::mp_mulmod(x, x, p, rhs) == 0    // rhs = x²
@@ -27,7 +28,7 @@ bool onCurve(const mp_int &x, const mp_int &y, const mp_int &p, const mp_int &a,
 
 // 1 <= d < n; logs why not. Decided on fixed-width limbs without a branch on d's digits (only the verdict
 // is known): nothing is allocated from d.
-bool privateScalarInRange(const EccKey &key, LogBase &log) {
+[[nodiscard]] bool privateScalarInRange(const EccKey &key, LogBase &log) {
     mp_int n;
     if (!TovarMp::mpint_from_radix(n, key.m_curve.m_order.getString(), 16)) {
         log.logError("Failed to decode curve order.");

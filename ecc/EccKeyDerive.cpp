@@ -105,8 +105,7 @@ bool EccKey::regeneratePubKey(EccKey &other, LogBase &log) {
     if (!m_curve.loadCurveByName(src->m_curve.m_name.getString(), log))
         return false;
 
-    TovarMp::mp_copy(src->m_privKey, m_privKey);
-    if (!genPubKey(log)) {
+    if (TovarMp::mp_copy(src->m_privKey, m_privKey) != 0 || !genPubKey(log)) {
         log.logError("Failed.");
         return false;
     }

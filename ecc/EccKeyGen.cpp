@@ -25,7 +25,7 @@ namespace ecckey {
 namespace {
 
 // d = the buffer's bytes as an unsigned big-endian integer (zero for an empty buffer).
-bool scalarFromBytes(const DataBuffer &bytes, mp_int &d) {
+[[nodiscard]] bool scalarFromBytes(const DataBuffer &bytes, mp_int &d) {
     static const unsigned char s_none = 0;
     const unsigned char *data = bytes.getData2() ? bytes.getData2() : &s_none;
     return TovarMp::mpint_from_bytes(d, data, bytes.getSize());
@@ -48,7 +48,7 @@ void keepLowBits(DataBuffer &candidate, int bits) {
 
 // Draws numBytes bytes into k, emptied first. A generator that fails, or reports success without
 // delivering every byte asked for, is logged as "Failed to generate random private key.".
-bool drawBytes(_tvPrng &prng, unsigned numBytes, DataBuffer &k, LogBase &log) {
+[[nodiscard]] bool drawBytes(_tvPrng &prng, unsigned numBytes, DataBuffer &k, LogBase &log) {
     k.clear();
     if (!prng.genRandom(numBytes, k, log) || k.getSize() != numBytes) {
         log.logError("Failed to generate random private key.");

@@ -21,7 +21,7 @@ const int kMaxCoordLen = 256;
 
 // Appends v as exactly len bytes. A shorter value is right-aligned behind zero bytes; a longer one is cut
 // to its most significant len bytes (never the case for a coordinate of its own curve).
-bool appendCoordinate(const mp_int &v, int len, DataBuffer &out) {
+[[nodiscard]] bool appendCoordinate(const mp_int &v, int len, DataBuffer &out) {
     unsigned char scratch[kMaxCoordLen];
     std::memset(scratch, 0, sizeof scratch);
     int vLen = TovarMp::mp_unsigned_bin_size(v);
@@ -32,7 +32,7 @@ bool appendCoordinate(const mp_int &v, int len, DataBuffer &out) {
 }
 
 // Records the form byte at the point's start, logs the whole input and refuses it.
-bool rejectPoint(EccPoint &P, unsigned char form, const DataBuffer &in, LogBase &log) {
+[[nodiscard]] bool rejectPoint(EccPoint &P, unsigned char form, const DataBuffer &in, LogBase &log) {
     P.m_format = form;
     log.LogDataHex("eccPoint", in.getData2(), in.getSize());
     log.logError("Invalid ANSI X9.63 ECC point.");
@@ -96,8 +96,8 @@ bool EccPoint::loadEccPoint(const DataBuffer &in, LogBase &log) {
         return rejectPoint(*this, form, in, log);
     bool okX = TovarMp::mpint_from_bytes(m_x, start + 1, half);
     bool okY = TovarMp::mpint_from_bytes(m_y, start + 1 + half, half);
-    TovarMp::mp_set(m_z, 1);
-    if (!okX || !okY)
+    bool okZ = TovarMp::mp_set(m_z, 1) == 0;
+    if (!okX || !okY || !okZ)
         return rejectPoint(*this, form, in, log);
     return true;
 }

@@ -50,7 +50,7 @@ const char *oidForRawPrivateSize(unsigned size, bool isSecp256k1) {
 }
 
 // Appends v as 2·numBytes lower-case hexadecimal digits.
-bool appendLowerHex(const mp_int &v, int numBytes, StringBuffer &out) {
+[[nodiscard]] bool appendLowerHex(const mp_int &v, int numBytes, StringBuffer &out) {
     StringBuffer hex;
     bool ok = TovarMp::mpint_to_hex_zero_extended(v, (unsigned)numBytes, hex);
     hex.toLowerCase();
@@ -138,15 +138,16 @@ bool EccKey::loadEccPrivateRaw(const DataBuffer &in, bool isSecp256k1, LogBase &
 }
 
 bool EccKey::toRawHex(StringBuffer &privHex, StringBuffer &pubHex, LogBase &log) {
-    (void)log;
     // A public key has a zero scalar, which gives an all-zero private part.
-    appendLowerHex(m_privKey, m_curve.m_byteLen, privHex);
+    bool ok = appendLowerHex(m_privKey, m_curve.m_byteLen, privHex);
 
     StringBuffer pub("04");
-    appendLowerHex(m_pubPoint.m_x, m_curve.m_byteLen, pub);
-    appendLowerHex(m_pubPoint.m_y, m_curve.m_byteLen, pub);
-    pubHex.append(pub);
-    return true;
+    ok = appendLowerHex(m_pubPoint.m_x, m_curve.m_byteLen, pub) && ok;
+    ok = appendLowerHex(m_pubPoint.m_y, m_curve.m_byteLen, pub) && ok;
+    ok = pubHex.append(pub) && ok;
+    if (!ok)
+        log.logError("Out of memory writing the raw key.");
+    return ok;
 }
 
 }  // namespace ecckey

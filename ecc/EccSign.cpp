@@ -27,7 +27,7 @@ namespace ecckey {
 namespace {
 
 // Reads count bytes as an unsigned big-endian integer; an empty string is zero.
-bool readUnsigned(mp_int &out, const unsigned char *bytes, unsigned count) {
+[[nodiscard]] bool readUnsigned(mp_int &out, const unsigned char *bytes, unsigned count) {
     if (count == 0) {
         TovarMp::mp_zero(out);
         return true;
@@ -39,7 +39,7 @@ bool readUnsigned(mp_int &out, const unsigned char *bytes, unsigned count) {
 
 // True when the minimal big-endian form of v starts with a byte of 0x80 or more. Sets failed when the
 // bytes could not be produced.
-bool leadingByteIsHigh(const mp_int &v, DataBuffer &scratch, bool &failed) {
+[[nodiscard]] bool leadingByteIsHigh(const mp_int &v, DataBuffer &scratch, bool &failed) {
     scratch.clear();
     failed = !TovarMp::mpint_to_db(v, scratch) || scratch.getSize() == 0;
     return !failed && scratch[0] >= 0x80;
@@ -55,14 +55,17 @@ bool leadingByteIsHigh(const mp_int &v, DataBuffer &scratch, bool &failed) {
 //
 // Logs "curveName" and "Failed to generate point on curve." when the generator fails, and "ecc calc
 // error 1" when k has no inverse (a generator that draws 0 or n). On failure s is zeroed.
-bool computeSignature(const EccKey &key, const mp_int &n, const mp_int &e, _tvPrng &prng,
-                      bool rejectHighLeadingByte, mp_int &r, mp_int &s, LogBase &log) {
+[[nodiscard]] bool computeSignature(const EccKey &key, const mp_int &n, const mp_int &e, _tvPrng &prng,
+                                    bool rejectHighLeadingByte, mp_int &r, mp_int &s, LogBase &log) {
     EccKey eph;  // k and k·G; its scalar is wiped when it is cleared or destroyed
     LogNull quiet;
-    quiet.m_options.setString(log.m_options);
     DataBuffer scratch;
+    // Without the options the nonces would be drawn in another way than the caller asked for.
+    bool optionsCopied = quiet.m_options.setString(log.m_options);
+    if (!optionsCopied)
+        log.logError("Out of memory signing.");
 
-    for (;;) {
+    while (optionsCopied) {
         if (!eph.generateNewKey(key.m_curve.m_name, prng, quiet)) {
             log.LogDataSb("curveName", key.m_curve.m_name);
             log.logError("Failed to generate point on curve.");
@@ -101,7 +104,7 @@ bool computeSignature(const EccKey &key, const mp_int &n, const mp_int &e, _tvPr
 
 // Steps shared by both generic signers before the loop: the key must be private and the order must
 // parse. Logs "Must be a private key." or "Failed to get p".
-bool prepareSigning(const EccKey &key, mp_int &n, LogBase &log) {
+[[nodiscard]] bool prepareSigning(const EccKey &key, mp_int &n, LogBase &log) {
     if (key.m_keyType != 1) {
         log.logError("Must be a private key.");
         return false;
@@ -113,7 +116,7 @@ bool prepareSigning(const EccKey &key, mp_int &n, LogBase &log) {
     return true;
 }
 
-bool signIsNegative(const mp_int &r, const mp_int &s, LogBase &log) {
+[[nodiscard]] bool signIsNegative(const mp_int &r, const mp_int &s, LogBase &log) {
     if (!TovarMp::isNegative(r) && !TovarMp::isNegative(s))
         return false;
     log.logInfo("R or S is negative");
@@ -123,8 +126,8 @@ bool signIsNegative(const mp_int &r, const mp_int &s, LogBase &log) {
 // The generic signer from e onwards, shared by the random and the deterministic entry points: e = the first
 // eLen hash bytes, then (r, s) from nonces drawn from prng, written into out as DER when bAsn, else as r||s
 // padded to 2·m_byteLen. Messages as eccSignHash.
-bool signGeneric(const EccKey &key, const unsigned char *hash, unsigned eLen, _tvPrng &prng,
-                 bool rejectHighLeadingByte, bool bAsn, DataBuffer &out, LogBase &log) {
+[[nodiscard]] bool signGeneric(const EccKey &key, const unsigned char *hash, unsigned eLen, _tvPrng &prng,
+                               bool rejectHighLeadingByte, bool bAsn, DataBuffer &out, LogBase &log) {
     mp_int n, e, r, s;
     if (!prepareSigning(key, n, log))
         return false;
@@ -144,8 +147,8 @@ bool signGeneric(const EccKey &key, const unsigned char *hash, unsigned eLen, _t
 
 // Seeds nonce with n, d and the hash. d is written out from its digits (no LibTomMath temporary) into a
 // buffer wiped on return. Logs "Failed to get p" or what the generator refuses.
-bool seedDeterministicNonce(const EccKey &key, const unsigned char *hash, unsigned hashLen,
-                            DeterministicNonce &nonce, LogBase &log) {
+[[nodiscard]] bool seedDeterministicNonce(const EccKey &key, const unsigned char *hash, unsigned hashLen,
+                                          DeterministicNonce &nonce, LogBase &log) {
     mp_int n;
     DataBuffer order;
     if (!TovarMp::mpint_from_radix(n, key.m_curve.m_order.getString(), 16) ||
@@ -165,10 +168,6 @@ bool seedDeterministicNonce(const EccKey &key, const unsigned char *hash, unsign
 
 }  // namespace
 
-// Signs the first eLen bytes of hash (ecdsaHashLen) into out, cleared first: DER when bAsn, else r||s
-// padded to 2·m_byteLen. secp256k1 keys go to eccSignHashK with the cut hash. Refuses a public key
-// ("Must be a private key.") before drawing any random byte. Logs "bAsn" and "inlen" (uncut) when
-// verbose.
 bool EccKey::eccSignHash(const unsigned char *hash, unsigned hashLen, _tvPrng &prng, bool bAsn,
                          DataBuffer &out, LogBase &log) {
     LogContextExitor ctx(log, "eccSignHash");
@@ -218,9 +217,6 @@ bool EccKey::eccSignHashDeterministic(const unsigned char *hash, unsigned hashLe
     return eccSignHashK(e32, 32, nonce, bAsn, out, log);
 }
 
-// Signs the whole hash on the generic arithmetic, whatever the curve (secp256k1 included), and appends r
-// and s as two SSH mpints to out, which is not cleared. No leading-byte rule: an mpint may carry its
-// sign octet. Messages as eccSignHash; out may hold a partial blob after a failure while appending.
 bool EccKey::eccSignHash_forSsh(const unsigned char *hash, unsigned hashLen, _tvPrng &prng, DataBuffer &out,
                                 LogBase &log) {
     LogContextExitor ctx(log, "eccSignHash_forSsh");
@@ -254,9 +250,6 @@ bool EccKey::eccSignHash_forSsh(const unsigned char *hash, unsigned hashLen, _tv
     return TovarMp::unsigned_mpint_to_db(s, scratch) && SshMessage::pack_db(scratch, out);
 }
 
-// Re-encodes a signature, DER or raw of a size the reader knows, as DER appended to out. An unreadable
-// input is logged by the unpacker and encoded as it was read (r = s = 0). Returns the encoder's verdict
-// ("Failed to encode final ASN.1" when it fails); logs "eccAsnSigLen" when verbose.
 bool EccKey::eccWrapSigAsn_forTls(const DataBuffer &sig, unsigned unused, DataBuffer &out, LogBase &log) {
     (void)unused;
     LogContextExitor ctx(log, "eccWrapSigAsn_forTls");

@@ -17,17 +17,17 @@ const unsigned kFourFieldMinLen = 57;
 
 }  // namespace
 
-// Writes string("ecdsa-sha2-" + id) || string(id) || string(04 || X || Y). The two name fields are always
-// written; the point field only when the point exports, and the result is that export's success.
 bool EccKey::puttyPublicKeyBlob(DataBuffer &out, LogBase &log) {
     LogContextExitor ctx(log, "puttyPublicKeyBlob");
     out.clear();
     const char *curveId = m_curve.puttyCurveName();
 
     StringBuffer keyType("ecdsa-sha2-");
-    keyType.append(curveId);
-    SshMessage::pack_string(keyType.getString(), out);
-    SshMessage::pack_string(curveId, out);
+    if (!keyType.append(curveId) || !SshMessage::pack_string(keyType.getString(), out) ||
+        !SshMessage::pack_string(curveId, out)) {
+        log.logError("Out of memory writing the SSH key blob.");
+        return false;
+    }
 
     DataBuffer point;
     if (!exportEccPoint(point, log))
@@ -35,21 +35,17 @@ bool EccKey::puttyPublicKeyBlob(DataBuffer &out, LogBase &log) {
     return SshMessage::pack_db(point, out);
 }
 
-// The digest of the public-key blob under the library's hash identifier hashAlg (passed through as given).
-// Returns whether the blob could be built; out is left empty when it could not.
 bool EccKey::calc_fingerprint_digest(int hashAlg, DataBuffer &out, LogBase &log) {
     LogContextExitor ctx(log, "calc_fingerprint_digest");
     out.clear();
     DataBuffer blob;
     if (!puttyPublicKeyBlob(blob, log))
         return false;
-    _tvHash::doHash(blob.getData2(), blob.getSize(), hashAlg, out);
+    // An unknown hashAlg leaves out empty and still returns true: the result only says the blob was built.
+    (void)_tvHash::doHash(blob.getData2(), blob.getSize(), hashAlg, out);
     return true;
 }
 
-// "ecdsa-sha2-<id> <bits> <md5 pairs>", all lower case. The bit count is m_byteLen * 8, so P-521 keys
-// report 528; callers compare these lines with ones written earlier, so the figure stays. When the blob
-// cannot be built, returns false with out untouched.
 bool EccKey::calc_fingerprint(StringBuffer &out, LogBase &log) {
     LogContextExitor ctx(log, "calc_fingerprint");
     DataBuffer blob;
@@ -61,12 +57,13 @@ bool EccKey::calc_fingerprint(StringBuffer &out, LogBase &log) {
     md.digestData(blob, digest);
 
     out.clear();
-    out.append("ecdsa-sha2-");
-    out.append(m_curve.puttyCurveName());
-    out.appendChar(' ');
-    out.append(m_curve.m_byteLen * 8);
-    out.appendChar(' ');
-    DataBuffer::toHexString2(digest, 16, true, out);
+    if (!out.append("ecdsa-sha2-") || !out.append(m_curve.puttyCurveName()) || !out.appendChar(' ') ||
+        !out.append(m_curve.m_byteLen * 8) || !out.appendChar(' ') ||
+        !DataBuffer::toHexString2(digest, 16, true, out)) {
+        out.clear();
+        log.logError("Out of memory writing the fingerprint.");
+        return false;
+    }
     out.toLowerCase();
     return true;
 }

@@ -26,7 +26,7 @@ enum VerifyError {
     kReduceV = 12,
 };
 
-bool verifyError(VerifyError code, LogBase &log) {
+[[nodiscard]] bool verifyError(VerifyError code, LogBase &log) {
     log.LogDataLong("EccVerifyError", (long)code);
     return false;
 }
@@ -37,11 +37,6 @@ bool inRange(const mp_int &v, const mp_int &n) {
 
 }  // namespace
 
-// Checks sig over the first eLen bytes of hash (ecdsaHashLen). secp256k1 keys go to eccVerifyHashK,
-// before any input check. True when the check ran to its end, with the verdict in valid; false, valid
-// false, for null inputs ("null inputs."), an unreadable signature ("Failed to unpack ASN.1 DSA/ECDSA
-// signature."), unparsable curve texts, and "EccVerifyError" 1 to 12 (r or s out of range is 1; a sum
-// the joint-table method cannot carry to its end is 11).
 bool EccKey::eccVerifyHash(const unsigned char *sig, unsigned sigLen, bool split, const unsigned char *hash,
                            unsigned hashLen, bool &valid, LogBase &log, unsigned rLen) {
     LogContextExitor ctx(log, "eccVerifyHash");
@@ -89,9 +84,8 @@ bool EccKey::eccVerifyHash(const unsigned char *sig, unsigned sigLen, bool split
     EccPoint G, Q;
     if (!TovarMp::mpint_from_radix(G.m_x, m_curve.m_Gx.getString(), 16))
         return verifyError(kGx, log);
-    if (!TovarMp::mpint_from_radix(G.m_y, m_curve.m_Gy.getString(), 16))
+    if (!TovarMp::mpint_from_radix(G.m_y, m_curve.m_Gy.getString(), 16) || TovarMp::mp_set(G.m_z, 1) != 0)
         return verifyError(kGy, log);
-    TovarMp::mp_set(G.m_z, 1);
     if (TovarMp::mp_copy(m_pubPoint.m_x, Q.m_x) != 0)
         return verifyError(kQx, log);
     if (TovarMp::mp_copy(m_pubPoint.m_y, Q.m_y) != 0)

@@ -21,7 +21,7 @@ const unsigned kMaxLoggedSigLen = 600;
 // second formula accepts exactly 0x81 followed by a length of 128 or more, which is what the long
 // signatures look like (P-521 content reaches 136 bytes); 0x81 followed by a length below 128 is not DER
 // and is not taken for it. Wider length forms are never produced for the curves of the catalogue.
-bool looksLikeDerSig(const unsigned char *sig, unsigned len) {
+[[nodiscard]] bool looksLikeDerSig(const unsigned char *sig, unsigned len) {
     if (!sig || len < 6 || sig[0] != 0x30)
         return false;
 
@@ -46,7 +46,7 @@ bool looksLikeDerSig(const unsigned char *sig, unsigned len) {
     return o + sig[o + 1] + sig[q + 1] + 4 == len;
 }
 
-bool unpackDer(const unsigned char *sig, unsigned len, mp_int &r, mp_int &s, LogBase &log) {
+[[nodiscard]] bool unpackDer(const unsigned char *sig, unsigned len, mp_int &r, mp_int &s, LogBase &log) {
     DataBuffer der;
     if (!der.append(sig, len))
         return false;
@@ -88,26 +88,23 @@ bool unpackDer(const unsigned char *sig, unsigned len, mp_int &r, mp_int &s, Log
 
 // Raw sizes whose split is known without help: 2 x 24, 32, 48, 64 and 66 bytes. The 40-, 56- and 80-byte
 // forms (brainpoolP160r1, P-224 and brainpoolP224r1, brainpoolP320r1) need the caller's r length.
-bool isKnownRawSize(unsigned len) {
+[[nodiscard]] bool isKnownRawSize(unsigned len) {
     return len == 48 || len == 64 || len == 96 || len == 128 || len == 132;
 }
 
-bool unpackRaw(const unsigned char *sig, unsigned len, bool split, mp_int &r, mp_int &s, LogBase &log,
-               unsigned rLen) {
+[[nodiscard]] bool unpackRaw(const unsigned char *sig, unsigned len, bool split, mp_int &r, mp_int &s,
+                             LogBase &log, unsigned rLen) {
     if (!sig)
         len = 0;  // nothing to read: falls through to the size error
 
     if (split && rLen != 0 && len > rLen) {
         // The halves may differ in length: the caller says where r ends.
-        TovarMp::mpint_from_bytes(r, sig, rLen);
-        TovarMp::mpint_from_bytes(s, sig + rLen, len - rLen);
-        return true;
+        return TovarMp::mpint_from_bytes(r, sig, rLen) &&
+               TovarMp::mpint_from_bytes(s, sig + rLen, len - rLen);
     }
     if (isKnownRawSize(len)) {
         unsigned half = len / 2;
-        TovarMp::mpint_from_bytes(r, sig, half);
-        TovarMp::mpint_from_bytes(s, sig + half, half);
-        return true;
+        return TovarMp::mpint_from_bytes(r, sig, half) && TovarMp::mpint_from_bytes(s, sig + half, half);
     }
     log.logError("Unexpected size for R,S signature.");
     log.LogDataHex("sig", sig, len);

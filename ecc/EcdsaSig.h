@@ -16,16 +16,17 @@ class mp_int;
 class LogBase;
 class DataBuffer;
 
-bool unpackDsaSig(const unsigned char *sig, unsigned sigLen, bool split, mp_int &r, mp_int &s, LogBase &log,
-                  unsigned rLen);
+[[nodiscard]] bool unpackDsaSig(const unsigned char *sig, unsigned sigLen, bool split, mp_int &r, mp_int &s,
+                                LogBase &log, unsigned rLen);
 
 // Writers of the two signature forms, shared by the generic and the secp256k1 signers.
 // Appends v big-endian, left-padded with zero bytes to byteLen (one half of a raw r||s signature).
-bool appendSigHalf(const mp_int &v, int byteLen, DataBuffer &out);
+[[nodiscard]] bool appendSigHalf(const mp_int &v, int byteLen, DataBuffer &out);
 // Appends DER SEQUENCE { INTEGER r, INTEGER s }. A failed append to the item returns false with no
 // message; a failed encoding logs "Failed to encode final ASN.1". Logs "eccAsnSigLen" (the size of out)
 // when verbose, after a failed encoding too.
-bool encodeDerSig(const mp_int &r, const mp_int &s, bool ensure7bit, DataBuffer &out, LogBase &log);
+[[nodiscard]] bool encodeDerSig(const mp_int &r, const mp_int &s, bool ensure7bit, DataBuffer &out,
+                                LogBase &log);
 
 // Number of hash bytes that signing and verification use: the hash is cut to the curve's byte length
 // (whole bytes, never bits) when that is shorter, except on the curves of 64 bytes or more

@@ -80,7 +80,7 @@ bool readKey(const char *text, EccKey &key, LogBase &log) {
 template <class Write, class Read>
 void requireRoundTrip(EccKey &key, Write write, Read read, bool whole = false) {
     FuzzLog log;
-    log.m_options.setString("EMIT_ECC_PKCS1_PUBKEY");
+    FUZZ_REQUIRE(log.m_options.setString("EMIT_ECC_PKCS1_PUBKEY"));
     StringBuffer text;
     EccKey back;
     FUZZ_REQUIRE(std::invoke(write, key, text, log) && read(text.getString(), back, log));
@@ -96,7 +96,7 @@ inline void requireDerRoundTrip(EccKey &key) {
     requireLoadedKey(key);
     const bool writable = pointFits(key, 256) && !(key.isPrivate() && TovarMp::isZero(key.m_privKey));
     FuzzLog log;
-    log.m_options.setString("EMIT_ECC_PKCS1_PUBKEY");
+    FUZZ_REQUIRE(log.m_options.setString("EMIT_ECC_PKCS1_PUBKEY"));
     for (auto write :
          {key.isPrivate() ? &EccKey::toEccPkcs1PrivateKeyDer : &EccKey::toPublicKeyDer_shortFmt,
           key.isPrivate() ? &EccKey::toEccPkcs8PrivateKeyDer : &EccKey::toPublicKeyDer_longFmt}) {

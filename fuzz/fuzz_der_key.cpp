@@ -8,7 +8,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     DataBuffer der;
-    der.append(data, (unsigned)size);
+    FUZZ_REQUIRE(der.append(data, (unsigned)size));
     FuzzLog log;
     EccKey key;
     const bool ok = key.loadEccDer(der, log);

@@ -11,7 +11,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     DataBuffer content;
-    content.append(data, (unsigned)size);
+    FUZZ_REQUIRE(content.append(data, (unsigned)size));
     FuzzLog log;
     EccKey key;
     std::string error;

@@ -7,7 +7,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     DataBuffer in, out;
-    in.append(data, (unsigned)size);
+    FUZZ_REQUIRE(in.append(data, (unsigned)size));
     FuzzLog log;
     EccPoint point;
     if (!point.loadEccPoint(in, log))

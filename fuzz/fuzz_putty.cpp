@@ -19,8 +19,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const unsigned pick = data[0] % 22, pointLen = data[1], blobLen = (unsigned)(size - 2 - pointLen);
     const char *name = pick < 13 ? EccCurve::catalogEntry((int)pick)->name : kAliases[pick - 13];
     DataBuffer point, blob, sshBlob;
-    point.append(data + 2, pointLen);
-    blob.append(data + 2 + pointLen, blobLen);
+    FUZZ_REQUIRE(point.append(data + 2, pointLen));
+    FUZZ_REQUIRE(blob.append(data + 2 + pointLen, blobLen));
     FuzzLog log;
     EccKey key;
     if (!key.loadPrivateFromPuttySsh(name, point, blob, log))

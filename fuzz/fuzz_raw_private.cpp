@@ -13,7 +13,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const unsigned len = size > 0 ? (unsigned)size - 1 : 0;
     DataBuffer in;
     in.setSensitive();
-    in.append(data + 1, len);
+    FUZZ_REQUIRE(in.append(data + 1, len));
     FuzzLog log;
     EccKey key;
     if (!key.loadEccPrivateRaw(in, k1Flag, log))

@@ -5,7 +5,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     DataBuffer in, out;
-    in.append(data, (unsigned)size);
+    FUZZ_REQUIRE(in.append(data, (unsigned)size));
     FuzzLog log;
     EccKey key;
     if (!key.loadEccPublicRaw(in, log))

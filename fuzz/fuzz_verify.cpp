@@ -27,7 +27,7 @@ static EccKey &fixedKey(int index) {
             d[i] = (unsigned char)(0x5A ^ (i * 29 + index * 7));
         FuzzLog log;
         StringBuffer hex;
-        DataBuffer::toHexString2(d, (unsigned)curve.byteLen - 1, false, hex);
+        FUZZ_REQUIRE(DataBuffer::toHexString2(d, (unsigned)curve.byteLen - 1, false, hex));
         FUZZ_REQUIRE(key.generateNewKey2(StringBuffer(curve.name), hex.getString(), "hex", log));
         FUZZ_REQUIRE(oracleMulBase(key.m_curve, key.m_privKey, key.m_pubPoint) == 1);
     }

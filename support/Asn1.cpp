@@ -17,7 +17,7 @@ const unsigned kMaxHeaderLen = 10;
 
 // Appends one OID subidentifier in base 128, most significant group first, continuation bit on all
 // groups but the last.
-bool appendSubidentifier(DataBuffer &out, std::uint64_t value) {
+[[nodiscard]] bool appendSubidentifier(DataBuffer &out, std::uint64_t value) {
     unsigned char groups[10];
     int n = 0;
     do {
@@ -32,7 +32,7 @@ bool appendSubidentifier(DataBuffer &out, std::uint64_t value) {
 }
 
 // Reads the next dotted-decimal arc at text[pos]: one or more digits, no leading zero, no overflow.
-bool parseArc(const char *text, unsigned &pos, std::uint64_t &arc) {
+[[nodiscard]] bool parseArc(const char *text, unsigned &pos, std::uint64_t &arc) {
     const unsigned start = pos;
     std::uint64_t value = 0;
     while (text[pos] >= '0' && text[pos] <= '9') {
@@ -64,7 +64,7 @@ class Asn1Builder {
         return new (std::nothrow) _tvAsn1(tagClass, constructed, tag);
     }
 
-    static bool setContent(_tvAsn1 *node, const unsigned char *bytes, unsigned count) {
+    [[nodiscard]] static bool setContent(_tvAsn1 *node, const unsigned char *bytes, unsigned count) {
         return node->m_content.append(bytes, count);
     }
 
@@ -111,8 +111,9 @@ class Asn1Builder {
 
   private:
     // The children must fill the parent's content exactly.
-    static bool decodeChildren(_tvAsn1 *node, const unsigned char *base, const unsigned char *content,
-                               unsigned contentLen, int depth, LogBase &log) {
+    [[nodiscard]] static bool decodeChildren(_tvAsn1 *node, const unsigned char *base,
+                                             const unsigned char *content, unsigned contentLen, int depth,
+                                             LogBase &log) {
         unsigned pos = 0;
         while (pos < contentLen) {
             unsigned used = 0;

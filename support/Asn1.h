@@ -37,37 +37,39 @@ class _tvAsn1 : public RefCountedObject {
     static _tvAsn1 *newOctetString(const unsigned char *bytes, unsigned count);
     static _tvAsn1 *newBitString(const unsigned char *bytes, unsigned count);  // adds the unused-bits byte 0
     static _tvAsn1 *newContextSpecificContructed(int tagNumber);               // explicit [n] wrapper
-    bool AppendPart(_tvAsn1 *child);  // takes the reference; false (child released) when memory is short
-    bool deletePart(int index);
+    [[nodiscard]] bool AppendPart(
+        _tvAsn1 *child);  // takes the reference; false (child released) when memory is short
+    [[nodiscard]] bool deletePart(int index);
     // Puts child in the place of part index, which is released. Takes the reference; false (child released)
     // when index is out of range.
-    bool replacePart(int index, _tvAsn1 *child);
+    [[nodiscard]] bool replacePart(int index, _tvAsn1 *child);
 
     // Readers.
     int numAsnParts() const;
     _tvAsn1 *getAsnPart(int index) const;  // borrowed; null when out of range
-    bool isSequence() const;
-    bool isBitString() const;
-    bool isOctetString() const;
-    bool isOid() const;
-    bool isConstructed() const { return m_constructed; }
+    [[nodiscard]] bool isSequence() const;
+    [[nodiscard]] bool isBitString() const;
+    [[nodiscard]] bool isOctetString() const;
+    [[nodiscard]] bool isOid() const;
+    [[nodiscard]] bool isConstructed() const { return m_constructed; }
     int tagNumber() const { return m_tag; }
     int tagClass() const { return m_class; }
-    bool GetOid(StringBuffer &out) const;       // dotted decimal; false when not a valid OID
-    bool getAsnContent(DataBuffer &out) const;  // appends the content octets (BIT STRING: with its
-                                                // unused-bits byte); false for a constructed node
-    int asnIntValue() const;                    // value of a small INTEGER; 0 when not one
+    [[nodiscard]] bool GetOid(StringBuffer &out) const;  // dotted decimal; false when not a valid OID
+    [[nodiscard]] bool getAsnContent(
+        DataBuffer &out) const;  // appends the content octets (BIT STRING: with its
+                                 // unused-bits byte); false for a constructed node
+    int asnIntValue() const;     // value of a small INTEGER; 0 when not one
 
     // Coding. DecodeToAsn reads one element from the front of der and returns a new tree (null on any
     // malformation, logged); consumed receives its length. EncodeToDer appends DER.
     static _tvAsn1 *DecodeToAsn(const unsigned char *der, unsigned size, unsigned &consumed, LogBase &log);
-    bool EncodeToDer(DataBuffer &out, bool unused, LogBase &log) const;
+    [[nodiscard]] bool EncodeToDer(DataBuffer &out, bool unused, LogBase &log) const;
 
   private:
     _tvAsn1(int tagClass, bool constructed, int tag);
     ~_tvAsn1() override;
-    bool encodedLength(unsigned &len) const;
-    bool encodeInto(DataBuffer &out) const;
+    [[nodiscard]] bool encodedLength(unsigned &len) const;
+    [[nodiscard]] bool encodeInto(DataBuffer &out) const;
 
     int m_class;
     bool m_constructed;

@@ -107,7 +107,7 @@ bool tv_asnItem::get_mp(mp_int &out, LogBase &log) const {
 
 namespace {
 
-bool contentLength(const tv_asnItem *item, unsigned long long &len) {
+[[nodiscard]] bool contentLength(const tv_asnItem *item, unsigned long long &len) {
     if (!item->isConstructed()) {
         len = item->content().getSize();
         return true;
@@ -128,7 +128,7 @@ bool contentLength(const tv_asnItem *item, unsigned long long &len) {
     return true;
 }
 
-bool encodeItem(const tv_asnItem *item, DataBuffer &out) {
+[[nodiscard]] bool encodeItem(const tv_asnItem *item, DataBuffer &out) {
     unsigned long long len = 0;
     if (!contentLength(item, len))
         return false;
@@ -249,74 +249,74 @@ const char *universalName(int tag) {
     }
 }
 
-bool isTextType(int tag) {
+[[nodiscard]] bool isTextType(int tag) {
     return tag == 12 || tag == 19 || tag == 22 || tag == 23 || tag == 24;
 }
 
-void appendEscaped(StringBuffer &out, const unsigned char *text, unsigned len) {
-    for (unsigned i = 0; i < len; ++i) {
+[[nodiscard]] bool appendEscaped(StringBuffer &out, const unsigned char *text, unsigned len) {
+    bool ok = true;
+    for (unsigned i = 0; i < len && ok; ++i) {
         const unsigned char c = text[i];
         if (c == '<')
-            out.append("&lt;");
+            ok = out.append("&lt;");
         else if (c == '>')
-            out.append("&gt;");
+            ok = out.append("&gt;");
         else if (c == '&')
-            out.append("&amp;");
+            ok = out.append("&amp;");
         else if (c < 0x20 || c > 0x7e)
-            out.appendChar('.');
+            ok = out.appendChar('.');
         else
-            out.appendChar((char)c);
+            ok = out.appendChar((char)c);
     }
+    return ok;
 }
 
 // One line per element, two spaces of indent per level. Only structure, OIDs, texts and INTEGERs of at
 // most 8 octets are shown: OCTET STRINGs, BIT STRINGs and long INTEGERs may hold a private key, so
 // they appear with their length only.
-void dumpNode(const _tvAsn1 &node, int depth, StringBuffer &out) {
+[[nodiscard]] bool dumpNode(const _tvAsn1 &node, int depth, StringBuffer &out) {
+    bool ok = true;
     for (int i = 0; i < depth; ++i)
-        out.append("  ");
+        ok = out.append("  ") && ok;
     static const char *const classNames[] = {"universal", "application", "contextSpecific", "private"};
     const char *name =
         node.tagClass() == _tvAsn1::CLASS_UNIVERSAL ? universalName(node.tagNumber()) : nullptr;
     const char *closeName = name ? name : classNames[node.tagClass() & 3];
     StringBuffer open;
-    if (name) {
-        open.append(name);
-    } else {
-        open.append2(closeName, " tag=\"");
-        open.append(node.tagNumber());
-        open.appendChar('"');
-    }
+    if (name)
+        ok = open.append(name) && ok;
+    else
+        ok =
+            open.append2(closeName, " tag=\"") && open.append(node.tagNumber()) && open.appendChar('"') && ok;
     if (node.isConstructed()) {
-        out.append3("<", open.getString(), ">\n");
+        ok = out.append3("<", open.getString(), ">\n") && ok;
         for (int i = 0; i < node.numAsnParts(); ++i)
-            dumpNode(*node.getAsnPart(i), depth + 1, out);
+            ok = dumpNode(*node.getAsnPart(i), depth + 1, out) && ok;
         for (int i = 0; i < depth; ++i)
-            out.append("  ");
-        out.append3("</", closeName, ">\n");
-        return;
+            ok = out.append("  ") && ok;
+        return out.append3("</", closeName, ">\n") && ok;
     }
     DataBuffer content;
     content.setSensitive();
-    node.getAsnContent(content);
+    // A constructed node never gets here, so the content is always there to read.
+    ok = node.getAsnContent(content) && ok;
     StringBuffer oid;
-    out.append2("<", open.getString());
+    ok = out.append2("<", open.getString()) && ok;
     if (node.tagClass() == _tvAsn1::CLASS_UNIVERSAL && node.tagNumber() == _tvAsn1::TAG_OID &&
         node.GetOid(oid)) {
-        out.append3(">", oid.getString(), "</oid>\n");
+        ok = out.append3(">", oid.getString(), "</oid>\n") && ok;
     } else if (name && (isTextType(node.tagNumber()) || (node.tagNumber() == 2 && content.getSize() <= 8) ||
                         node.tagNumber() == 1)) {
-        out.append(">");
+        ok = out.append(">") && ok;
         if (isTextType(node.tagNumber()))
-            appendEscaped(out, content.getData2(), content.getSize());
+            ok = appendEscaped(out, content.getData2(), content.getSize()) && ok;
         else
-            DataBuffer::toHexString2(content.getData2(), content.getSize(), false, out);
-        out.append3("</", name, ">\n");
+            ok = DataBuffer::toHexString2(content.getData2(), content.getSize(), false, out) && ok;
+        ok = out.append3("</", name, ">\n") && ok;
     } else {
-        out.append(" len=\"");
-        out.append((int)content.getSize());
-        out.append("\"/>\n");
+        ok = out.append(" len=\"") && out.append((int)content.getSize()) && out.append("\"/>\n") && ok;
     }
+    return ok;
 }
 
 }  // namespace
@@ -327,17 +327,20 @@ void _tvDer::logDerAsXml(const DataBuffer &der, LogBase &log) {
     LogNull quiet;
     _tvAsn1 *root = _tvAsn1::DecodeToAsn(der.getData2(), der.getSize(), consumed, quiet);
     RefCountedObjectOwner rootOwner(root);
+    bool ok;
     if (!root) {
-        dump.append("<invalidDer len=\"");
-        dump.append((int)der.getSize());
-        dump.append("\"/>\n");
+        ok = dump.append("<invalidDer len=\"") && dump.append((int)der.getSize()) && dump.append("\"/>\n");
     } else {
-        dumpNode(*root, 0, dump);
+        ok = dumpNode(*root, 0, dump);
         if (consumed < der.getSize()) {
-            dump.append("<trailing len=\"");
-            dump.append((int)(der.getSize() - consumed));
-            dump.append("\"/>\n");
+            ok = dump.append("<trailing len=\"") && dump.append((int)(der.getSize() - consumed)) &&
+                 dump.append("\"/>\n") && ok;
         }
+    }
+    // A dump with lines missing would mislead whoever reads it.
+    if (!ok) {
+        log.logError("Out of memory writing the DER dump.");
+        return;
     }
     log.LogDataSb("der", dump);
 }

@@ -24,11 +24,11 @@ class tv_asnItem {
 
     // Appends an INTEGER holding a non-negative value: always positive DER (a 0x00 octet in front of a
     // leading byte of 0x80 or more). Fails for a negative value.
-    bool appendUnsignedInt(const mp_int &value, LogBase &log);
+    [[nodiscard]] bool appendUnsignedInt(const mp_int &value, LogBase &log);
     // The same; kept as a separate entry because callers rely on the first content byte being below 0x80.
-    bool appendUnsignedInt_ensure7bit(const mp_int &value, LogBase &log);
+    [[nodiscard]] bool appendUnsignedInt_ensure7bit(const mp_int &value, LogBase &log);
 
-    bool isConstructed() const { return m_constructed; }
+    [[nodiscard]] bool isConstructed() const { return m_constructed; }
     int getTag() const { return m_tag; }
     int getTagClass() const { return m_class; }
     int numSubItems() const { return (int)m_children.size(); }
@@ -36,7 +36,7 @@ class tv_asnItem {
     const DataBuffer &content() const { return m_content; }
     // Reads an INTEGER; rejects a negative or non-minimally encoded one and anything that is not an
     // INTEGER.
-    bool get_mp(mp_int &out, LogBase &log) const;
+    [[nodiscard]] bool get_mp(mp_int &out, LogBase &log) const;
 
   private:
     tv_asnItem(int tagClass, bool constructed, int tag);
@@ -52,7 +52,7 @@ class tv_asnItem {
 
 class _tvDer {
   public:
-    static bool EncodeAsn(const tv_asnItem *item, DataBuffer &out);  // appends DER
+    [[nodiscard]] static bool EncodeAsn(const tv_asnItem *item, DataBuffer &out);  // appends DER
     // Decodes one element from the front of bytes; a new item the caller owns, or null (logged).
     static tv_asnItem *DecodeAsn(const unsigned char *bytes, unsigned count, unsigned &consumed,
                                  LogBase &log);

@@ -50,11 +50,11 @@ int base64Value(char c, bool url) {
     return -1;
 }
 
-bool isSpace(char c) {
+[[nodiscard]] bool isSpace(char c) {
     return c == ' ' || c == '\t' || c == '\r' || c == '\n';
 }
 
-bool decodeHex(const char *text, DataBuffer &out) {
+[[nodiscard]] bool decodeHex(const char *text, DataBuffer &out) {
     int hi = -1;
     for (const char *p = text; *p; ++p) {
         if (isSpace(*p))
@@ -74,7 +74,7 @@ bool decodeHex(const char *text, DataBuffer &out) {
 }
 
 // Standard base64 requires padding to a multiple of four; base64url takes none (but tolerates it).
-bool decodeBase64(const char *text, bool url, DataBuffer &out) {
+[[nodiscard]] bool decodeBase64(const char *text, bool url, DataBuffer &out) {
     unsigned acc = 0;
     int bits = 0;
     unsigned numChars = 0;
@@ -114,7 +114,7 @@ bool decodeBase64(const char *text, bool url, DataBuffer &out) {
     return true;
 }
 
-bool encodeBase64(const unsigned char *b, unsigned n, bool url, StringBuffer &out) {
+[[nodiscard]] bool encodeBase64(const unsigned char *b, unsigned n, bool url, StringBuffer &out) {
     const char *alphabet = url ? kBase64Url : kBase64;
     char quad[5] = {0, 0, 0, 0, 0};
     unsigned i = 0;
@@ -143,8 +143,9 @@ bool encodeBase64(const unsigned char *b, unsigned n, bool url, StringBuffer &ou
 }  // namespace
 
 DataBuffer::DataBuffer(const DataBuffer &other) : m_sensitive(other.m_sensitive) {
+    // A constructor cannot report failure: when memory is short the copy is left empty.
     if (other.m_size)
-        append(other.m_data, other.m_size);
+        (void)append(other.m_data, other.m_size);
 }
 
 DataBuffer::DataBuffer(DataBuffer &&other) noexcept
@@ -161,8 +162,9 @@ DataBuffer &DataBuffer::operator=(const DataBuffer &other) {
         return *this;
     clear();
     m_sensitive = m_sensitive || other.m_sensitive;
+    // Assignment cannot report failure: when memory is short the target is left empty.
     if (other.m_size)
-        append(other.m_data, other.m_size);
+        (void)append(other.m_data, other.m_size);
     return *this;
 }
 
@@ -361,15 +363,17 @@ bool DataBuffer::appendEncoded(const char *text, const char *encoding) {
     return ok && append(decoded);
 }
 
-void DataBuffer::toHexString2(const unsigned char *bytes, unsigned count, bool separate, StringBuffer &out) {
+bool DataBuffer::toHexString2(const unsigned char *bytes, unsigned count, bool separate, StringBuffer &out) {
     static const char digits[] = "0123456789abcdef";
     char pair[4] = {0, 0, 0, 0};
     for (unsigned i = 0; i < count; ++i) {
         pair[0] = digits[bytes[i] >> 4];
         pair[1] = digits[bytes[i] & 15];
         pair[2] = (separate && i + 1 < count) ? ':' : 0;
-        out.append(pair);
+        if (!out.append(pair))
+            return false;
     }
+    return true;
 }
 
 }  // namespace ecckey

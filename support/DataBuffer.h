@@ -23,46 +23,48 @@ class DataBuffer {
 
     // The sensitive-data flag. Once set it stays set until the buffer is destroyed or the flag is cleared.
     void setSensitive(bool sensitive = true) { m_sensitive = sensitive; }
-    bool isSensitive() const { return m_sensitive; }
+    [[nodiscard]] bool isSensitive() const { return m_sensitive; }
 
     // Appenders return false only when memory cannot be had; the content is then unchanged.
-    bool append(const void *bytes, unsigned count);
-    bool append(const DataBuffer &other);
-    bool append(const StringBuffer &text);  // the characters, without the terminator
-    bool appendChar(unsigned char c);
-    bool appendUint32_be(unsigned value);  // four bytes, most significant first
-    bool prepend(const unsigned char *bytes, unsigned count);
+    [[nodiscard]] bool append(const void *bytes, unsigned count);
+    [[nodiscard]] bool append(const DataBuffer &other);
+    [[nodiscard]] bool append(const StringBuffer &text);  // the characters, without the terminator
+    [[nodiscard]] bool appendChar(unsigned char c);
+    [[nodiscard]] bool appendUint32_be(unsigned value);  // four bytes, most significant first
+    [[nodiscard]] bool prepend(const unsigned char *bytes, unsigned count);
 
     void clear();        // empties; a sensitive buffer also zeroes what it held
     void secureClear();  // zeroes, then empties
     void reverseBytes();
     // Drops the bytes past newSize (wiped when sensitive); false when newSize is beyond the content.
-    bool truncate(unsigned newSize);
-    bool ensureCapacity(unsigned count);
+    [[nodiscard]] bool truncate(unsigned newSize);
+    [[nodiscard]] bool ensureCapacity(unsigned count);
 
     // Pointer to the content, valid until the next change; null while no memory was ever allocated.
     const unsigned char *getData2() const { return m_data; }
     unsigned char *getDataMutable() { return m_data; }
     unsigned getSize() const { return m_size; }
-    bool isEmpty() const { return m_size == 0; }
+    [[nodiscard]] bool isEmpty() const { return m_size == 0; }
     unsigned char operator[](unsigned i) const { return m_data[i]; }
-    bool equals(const DataBuffer &other) const;
-    bool equals(const void *bytes, unsigned count) const;
+    [[nodiscard]] bool equals(const DataBuffer &other) const;
+    [[nodiscard]] bool equals(const void *bytes, unsigned count) const;
 
     // Appends the content as text: "hex" (upper case, no separators), "base64" (standard alphabet, padded,
     // no line breaks) or "base64url" (no padding). Returns false for an unknown encoding.
-    bool encodeDB(const char *encoding, StringBuffer &out) const;
+    [[nodiscard]] bool encodeDB(const char *encoding, StringBuffer &out) const;
     // Decodes text in the named encoding ("hex", "base64", "base64url") and appends the bytes. Returns false
     // on an unknown encoding or undecodable text, leaving the content unchanged. White space is ignored in
     // base64 and hex text.
-    bool appendEncoded(const char *text, const char *encoding);
+    [[nodiscard]] bool appendEncoded(const char *text, const char *encoding);
 
-    // Appends count bytes as lower-case hexadecimal; with separate, the pairs are separated by ':'.
-    static void toHexString2(const unsigned char *bytes, unsigned count, bool separate, StringBuffer &out);
+    // Appends count bytes as lower-case hexadecimal; with separate, the pairs are separated by ':'. False
+    // when memory is short, with the pairs written so far left in out.
+    [[nodiscard]] static bool toHexString2(const unsigned char *bytes, unsigned count, bool separate,
+                                           StringBuffer &out);
 
   private:
     void release();
-    bool grow(unsigned minCapacity);
+    [[nodiscard]] bool grow(unsigned minCapacity);
 
     unsigned char *m_data = nullptr;
     unsigned m_size = 0;

@@ -13,7 +13,7 @@ const unsigned kMaxLengthOctets = 4;
 // Universal types whose DER form is fixed: SEQUENCE and SET are always constructed, everything else
 // (INTEGER, BIT STRING, OCTET STRING, OID, strings, times) is always primitive. Tag 0 is the BER
 // end-of-contents marker, which DER never uses.
-bool universalFormAllowed(int tag, bool constructed) {
+[[nodiscard]] bool universalFormAllowed(int tag, bool constructed) {
     if (tag == 0)
         return false;
     const bool mustBeConstructed = (tag == 16 || tag == 17);
@@ -22,7 +22,7 @@ bool universalFormAllowed(int tag, bool constructed) {
 
 // Reads a high-tag-number identifier (the octets after the first). DER wants the fewest octets, so
 // the first may not be 0x80, and numbers below 31 must use the one-octet form.
-bool readHighTag(const unsigned char *bytes, unsigned count, unsigned &pos, int &tag) {
+[[nodiscard]] bool readHighTag(const unsigned char *bytes, unsigned count, unsigned &pos, int &tag) {
     long value = 0;
     for (int numOctets = 0;; ++numOctets) {
         if (pos >= count || numOctets == 4)
@@ -41,7 +41,7 @@ bool readHighTag(const unsigned char *bytes, unsigned count, unsigned &pos, int 
 }
 
 // Reads the length octets: definite, minimal, at most four long-form octets.
-bool readLength(const unsigned char *bytes, unsigned count, unsigned &pos, unsigned &len) {
+[[nodiscard]] bool readLength(const unsigned char *bytes, unsigned count, unsigned &pos, unsigned &len) {
     if (pos >= count)
         return false;
     const unsigned char first = bytes[pos++];
@@ -66,7 +66,7 @@ bool readLength(const unsigned char *bytes, unsigned count, unsigned &pos, unsig
 }
 
 // An unused-bits octet of at most 7, zero when there are no data octets, and zero unused bits.
-bool validBitStringContent(const unsigned char *content, unsigned len) {
+[[nodiscard]] bool validBitStringContent(const unsigned char *content, unsigned len) {
     if (len == 0)
         return false;
     const unsigned unusedBits = content[0];

@@ -22,7 +22,7 @@ class DerReader {
 
     // Reads the header of the element at the front of bytes. False when it is not valid DER or when the
     // content would run past count.
-    static bool readHeader(const unsigned char *bytes, unsigned count, DerHeader &hdr);
+    [[nodiscard]] static bool readHeader(const unsigned char *bytes, unsigned count, DerHeader &hdr);
     // Writes a header (identifier and minimal length) into out[0..]; returns its length (at most 10).
     static unsigned writeHeader(int tagClass, bool constructed, int tag, unsigned contentLen,
                                 unsigned char *out);
@@ -30,7 +30,8 @@ class DerReader {
     // 0xFF; NULL is empty; BIT STRING starts with an unused-bits octet of at most 7 (0 when no data
     // octets follow) and its unused bits are zero. Every other type is accepted here; INTEGER and OID
     // contents are checked by their readers.
-    static bool validPrimitiveContent(int tagClass, int tag, const unsigned char *content, unsigned len);
+    [[nodiscard]] static bool validPrimitiveContent(int tagClass, int tag, const unsigned char *content,
+                                                    unsigned len);
 };
 
 }  // namespace ecckey

@@ -19,12 +19,12 @@ enum HashAlg {
 class _tvHash {
   public:
     // Appends the digest of data under hashAlg; false for an unknown identifier.
-    static bool doHash(const void *data, unsigned size, int hashAlg, DataBuffer &out);
+    [[nodiscard]] static bool doHash(const void *data, unsigned size, int hashAlg, DataBuffer &out);
     static unsigned hashLen(int hashAlg);  // 0 for an unknown identifier
     // HMAC of data under key with the hash hashAlg; out receives hashLen(hashAlg) bytes. False for an
     // unknown identifier or a failing libcrypto call (out is then zeroed). Holds no copy of the key.
-    static bool hmac(int hashAlg, const unsigned char *key, unsigned keyLen, const unsigned char *data,
-                     unsigned dataLen, unsigned char *out);
+    [[nodiscard]] static bool hmac(int hashAlg, const unsigned char *key, unsigned keyLen,
+                                   const unsigned char *data, unsigned dataLen, unsigned char *out);
 };
 
 // The 16-byte digest of classic SSH key fingerprints (MD5).

@@ -109,7 +109,7 @@ namespace {
 // array whose second element is a string longer than anything the vector has held: reading that string
 // overwrites the vector to its full capacity before it grows or is freed. The wrapped copy of the text
 // lives in wiped memory. Throws nlohmann's exceptions; false when the text was not one single value.
-bool parseLeavingNoCopy(const char *text, std::size_t len, Json &value) {
+[[nodiscard]] bool parseLeavingNoCopy(const char *text, std::size_t len, Json &value) {
     const std::size_t padLen = 2 * len + 16;  // the vector's capacity is at most twice what it held
     WipingString wrapped;
     wrapped.reserve(len + padLen + 5);

@@ -31,9 +31,10 @@ class KeyBase : public TovarObject {
     // appends; the node's reference is taken. Null removes them.
     void setPkcs8Attributes(_tvAsn1 *attributes);
     // Appends the key's PKCS #8 attributes, if any, to a PrivateKeyInfo SEQUENCE under construction.
-    bool addAttributesToPkcs8(_tvAsn1 &privateKeyInfo, LogBase &log);
+    [[nodiscard]] bool addAttributesToPkcs8(_tvAsn1 &privateKeyInfo, LogBase &log);
     // Reads a base64url JWK member into an unsigned integer. False, logged, when absent or undecodable.
-    bool jwkContentToMpInt(ClsJsonObject &json, const char *memberName, mp_int &out, LogBase &log);
+    [[nodiscard]] bool jwkContentToMpInt(ClsJsonObject &json, const char *memberName, mp_int &out,
+                                         LogBase &log);
 
   private:
     _tvAsn1 *m_pkcs8Attributes;

@@ -23,10 +23,9 @@ void LogBase::LogDataBool(const char *name, bool value) {
 void LogBase::LogDataHex(const char *name, const unsigned char *bytes, unsigned count) {
     StringBuffer hex;
     DataBuffer db;
-    if (bytes && count)
-        db.append(bytes, count);
-    db.encodeDB("hex", hex);
-    logData(name, hex.getString());
+    // When memory is short the item is written empty rather than cut.
+    const bool ok = (!bytes || !count || db.append(bytes, count)) && db.encodeDB("hex", hex);
+    logData(name, ok ? hex.getString() : "");
 }
 
 void LogBase::LogDataUint32(const char *name, unsigned value) {

@@ -76,10 +76,10 @@ class LogRecorder : public LogBase {
 
     const std::vector<Entry> &entries() const { return m_entries; }
     std::vector<std::string> errors() const;  // error texts, in order
-    bool hasError(const char *text) const;
-    bool hasInfo(const char *text) const;
+    [[nodiscard]] bool hasError(const char *text) const;
+    [[nodiscard]] bool hasInfo(const char *text) const;
     // Value of the last data item with this name; false when there is none.
-    bool dataValue(const char *name, std::string &value) const;
+    [[nodiscard]] bool dataValue(const char *name, std::string &value) const;
 
     void reset();  // forgets every entry and open context
 

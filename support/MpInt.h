@@ -26,7 +26,7 @@ class mp_int {
     static int digitBits();          // value bits per digit (MP_DIGIT_BIT)
 
     // True when construction could not allocate; every operation on such a value fails.
-    bool isBroken() const;
+    [[nodiscard]] bool isBroken() const;
 
     // LibTomMath's struct, for support/TovarMp.cpp only.
     void *raw() { return m_raw; }

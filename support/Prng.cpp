@@ -16,7 +16,7 @@ namespace {
 // Fills bytes[0..count) from the kernel's generator. getrandom may return fewer bytes than asked for
 // (above 256 bytes, or when a signal arrives) and fails with EINTR when interrupted before any byte:
 // both just mean "ask again". Any other error is final; errorNumber receives it.
-bool fillFromKernel(unsigned char *bytes, unsigned count, int &errorNumber) {
+[[nodiscard]] bool fillFromKernel(unsigned char *bytes, unsigned count, int &errorNumber) {
     unsigned filled = 0;
     while (filled < count) {
         const ssize_t got = getrandom(bytes + filled, count - filled, 0);

@@ -10,13 +10,13 @@ class _tvPrng {
   public:
     virtual ~_tvPrng() = default;
     // Appends count random bytes to out; false on failure.
-    virtual bool genRandom(unsigned count, DataBuffer &out, LogBase &log) = 0;
+    [[nodiscard]] virtual bool genRandom(unsigned count, DataBuffer &out, LogBase &log) = 0;
 };
 
 // The operating system's generator, through getrandom(2).
 class SystemPrng : public _tvPrng {
   public:
-    bool genRandom(unsigned count, DataBuffer &out, LogBase &log) override;
+    [[nodiscard]] bool genRandom(unsigned count, DataBuffer &out, LogBase &log) override;
 };
 
 }  // namespace ecckey

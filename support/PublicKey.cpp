@@ -17,11 +17,11 @@ const char kEnd[] = "-----END ";
 const char kDashes[] = "-----";
 
 // RFC 7468 labels: printable characters other than '-', with single hyphens or spaces between them.
-bool isLabelChar(char c) {
+[[nodiscard]] bool isLabelChar(char c) {
     return c >= 0x21 && c <= 0x7e && c != '-';
 }
 
-bool validLabel(const char *label, std::size_t len) {
+[[nodiscard]] bool validLabel(const char *label, std::size_t len) {
     if (len == 0)
         return false;
     for (std::size_t i = 0; i < len; ++i) {
@@ -53,7 +53,7 @@ Line lineAt(const char *p) {
 }
 
 // Reads "<prefix>label-----" spanning the whole line; label receives the label.
-bool readBoundary(const Line &line, const char *prefix, StringBuffer &label) {
+[[nodiscard]] bool readBoundary(const Line &line, const char *prefix, StringBuffer &label) {
     const std::size_t prefixLen = std::strlen(prefix);
     const std::size_t lineLen = (std::size_t)(line.end - line.start);
     if (lineLen < prefixLen + 5 || std::strncmp(line.start, prefix, prefixLen) != 0)

@@ -11,11 +11,12 @@ class _tvPublicKey {
   public:
     // Appends "-----BEGIN label-----", the base64 of der in lines of 64 characters and
     // "-----END label-----", each line ended by "\n".
-    static bool derToPem(const char *label, const DataBuffer &der, StringBuffer &out, LogBase &log);
+    [[nodiscard]] static bool derToPem(const char *label, const DataBuffer &der, StringBuffer &out,
+                                       LogBase &log);
     // Reads the first PEM block of text: its label into label and its decoded bytes into der (marked
     // sensitive). False, logged, when there is no well-formed block (BEGIN and END labels must match;
     // RFC 7468 header lines such as Proc-Type are refused).
-    static bool pemToDer(const char *text, StringBuffer &label, DataBuffer &der, LogBase &log);
+    [[nodiscard]] static bool pemToDer(const char *text, StringBuffer &label, DataBuffer &der, LogBase &log);
 };
 
 }  // namespace ecckey

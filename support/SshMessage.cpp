@@ -15,7 +15,8 @@ namespace {
 
 // Locates the string at offset: a uint32 big-endian length, then that many bytes, all inside the blob.
 // Nothing is read before its bounds are checked.
-bool locateString(const DataBuffer &blob, unsigned offset, unsigned &contentStart, unsigned &contentLen) {
+[[nodiscard]] bool locateString(const DataBuffer &blob, unsigned offset, unsigned &contentStart,
+                                unsigned &contentLen) {
     const unsigned size = blob.getSize();
     if (offset > size || size - offset < 4)
         return false;

@@ -6,7 +6,7 @@
 namespace ecckey {
 
 namespace {
-bool isSpace(char c) {
+[[nodiscard]] bool isSpace(char c) {
     return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\v' || c == '\f';
 }
 }  // namespace
@@ -16,7 +16,8 @@ StringBuffer::StringBuffer() {
 }
 
 StringBuffer::StringBuffer(const char *text) : StringBuffer() {
-    setString(text);
+    // A constructor cannot report failure: when memory is short the text is left empty.
+    (void)setString(text);
 }
 
 const char *StringBuffer::getString() const {
@@ -44,16 +45,18 @@ bool StringBuffer::append(const char *text, unsigned count) {
     const unsigned char *data = m_buf.getData2();
     if (data && (const unsigned char *)text >= data && (const unsigned char *)text < data + m_buf.getSize()) {
         StringBuffer copy;  // text points into this buffer, which may move
-        copy.append(text, count);
+        if (!copy.append(text, count))
+            return false;
         return append(copy.getString(), count);
     }
     if (!m_buf.ensureCapacity(m_len + count + 1))
         return false;
     // Capacity is reserved above, so neither append can fail; the length only moves when both landed.
-    m_buf.truncate(m_len);
+    // m_len never exceeds the content (characters plus terminator), so truncate cannot refuse it.
+    (void)m_buf.truncate(m_len);
     if (!m_buf.append(text, count) || !m_buf.appendChar(0)) {
-        m_buf.truncate(m_len);
-        m_buf.appendChar(0);
+        (void)m_buf.truncate(m_len);
+        (void)m_buf.appendChar(0);  // into the capacity reserved above
         return false;
     }
     m_len += count;
@@ -110,8 +113,10 @@ void StringBuffer::trim2() {
     if (begin == 0 && end == m_len)
         return;
     StringBuffer trimmed;
-    trimmed.append(s + begin, end - begin);
-    setString(trimmed);
+    if (!trimmed.append(s + begin, end - begin))
+        return;  // memory is short: the text stays as it was
+    // The trimmed text is shorter than the capacity this buffer already holds.
+    (void)setString(trimmed);
 }
 
 void StringBuffer::toLowerCase() {
@@ -129,11 +134,8 @@ bool StringBuffer::replaceFirstOccurance(const char *find, const char *replaceme
     if (!hit)
         return false;
     StringBuffer result;
-    result.append(s, (unsigned)(hit - s));
-    result.append(replacement);
-    result.append(hit + std::strlen(find));
-    setString(result);
-    return true;
+    return result.append(s, (unsigned)(hit - s)) && result.append(replacement) &&
+           result.append(hit + std::strlen(find)) && setString(result);
 }
 
 bool StringBuffer::equals(const char *text) const {

@@ -16,15 +16,15 @@ class StringBuffer {
     StringBuffer &operator=(const StringBuffer &other) = default;
     ~StringBuffer() = default;
 
-    bool setString(const char *text);
-    bool setString(const StringBuffer &other);
-    bool append(const char *text);
-    bool append(const char *text, unsigned count);
-    bool append(const StringBuffer &other);
-    bool append(int value);  // decimal, with a minus sign when negative
-    bool append2(const char *a, const char *b);
-    bool append3(const char *a, const char *b, const char *c);
-    bool appendChar(char c);
+    [[nodiscard]] bool setString(const char *text);
+    [[nodiscard]] bool setString(const StringBuffer &other);
+    [[nodiscard]] bool append(const char *text);
+    [[nodiscard]] bool append(const char *text, unsigned count);
+    [[nodiscard]] bool append(const StringBuffer &other);
+    [[nodiscard]] bool append(int value);  // decimal, with a minus sign when negative
+    [[nodiscard]] bool append2(const char *a, const char *b);
+    [[nodiscard]] bool append3(const char *a, const char *b, const char *c);
+    [[nodiscard]] bool appendChar(char c);
 
     void clear();
     void secureClear();  // zeroes before emptying
@@ -32,15 +32,15 @@ class StringBuffer {
     void toLowerCase();  // ASCII letters only
     // Replaces the first occurrence of find (the flag is accepted and has no effect). Returns true when
     // something was replaced.
-    bool replaceFirstOccurance(const char *find, const char *replacement, bool unused);
+    [[nodiscard]] bool replaceFirstOccurance(const char *find, const char *replacement, bool unused);
 
-    bool equals(const char *text) const;
-    bool equals(const StringBuffer &other) const;
-    bool beginsWith(const char *text) const;
-    bool containsSubstring(const char *text) const;
+    [[nodiscard]] bool equals(const char *text) const;
+    [[nodiscard]] bool equals(const StringBuffer &other) const;
+    [[nodiscard]] bool beginsWith(const char *text) const;
+    [[nodiscard]] bool containsSubstring(const char *text) const;
     const char *getString() const;
     unsigned getSize() const { return m_len; }
-    bool isEmpty() const { return m_len == 0; }
+    [[nodiscard]] bool isEmpty() const { return m_len == 0; }
 
     // Turns a literal that is kept scrambled in the program back into plain text, in place.
     static void litScram(char *text);

@@ -24,13 +24,13 @@ const ::mp_int *L(const mp_int &a) {
 
 // An mp_int whose construction could not allocate fails every operation instead of crashing. (The test is
 // mp_int::isBroken's, read here directly: it runs on every call of the point formulas.)
-bool usable(const mp_int &a) {
+[[nodiscard]] bool usable(const mp_int &a) {
     return L(a)->dp != nullptr;
 }
-bool usable(const mp_int &a, const mp_int &b) {
+[[nodiscard]] bool usable(const mp_int &a, const mp_int &b) {
     return usable(a) && usable(b);
 }
-bool usable(const mp_int &a, const mp_int &b, const mp_int &c) {
+[[nodiscard]] bool usable(const mp_int &a, const mp_int &b, const mp_int &c) {
     return usable(a, b) && usable(c);
 }
 
@@ -73,7 +73,7 @@ class MagnitudeBytes {
 // end: curve parameters are parsed on every operation, and LibTomMath's reader multiplies the whole
 // value by the radix once per character. Leaves what mp_read_radix leaves: the value, non-negative, the
 // digit count clamped, the digits above it zero.
-bool readHex(const char *text, ::mp_int *a) {
+[[nodiscard]] bool readHex(const char *text, ::mp_int *a) {
     const int bitsPerDigit = MP_DIGIT_BIT;
     const size_t chars = std::strlen(text);
     const int digits = (int)((chars * 4 + (size_t)bitsPerDigit - 1) / (size_t)bitsPerDigit);
@@ -148,7 +148,7 @@ namespace {
 // it gives away the private key. Here every temporary is one of ours (wiped when destroyed) and is sized
 // up front, so none of the LibTomMath calls below allocates or moves a block.
 // Invariants: x1·a = u and x2·a = v (mod m), with x1, x2 in [0, m).
-int invmodOddWiped(const mp_int &a, const mp_int &m, mp_int &c) {
+[[nodiscard]] int invmodOddWiped(const mp_int &a, const mp_int &m, mp_int &c) {
     const int numDigits = L(m)->used + 2;
     mp_int u, v, x1, x2;
     for (mp_int *t : {&u, &v, &x1, &x2})
@@ -354,7 +354,7 @@ namespace {
 
 // Whether the digits below bit `bits` hold all of |a|: every digit is read, whatever its value; only the
 // digit count steers the loop. The verdict is made public: a scalar that fits never turns it.
-bool fitsInBits(const mp_int &a, unsigned bits) {
+[[nodiscard]] bool fitsInBits(const mp_int &a, unsigned bits) {
     const unsigned bitsPerDigit = MP_DIGIT_BIT;
     MpDigit overflow = 0;
     for (int i = 0; i < a.get_digit_count(); ++i) {
@@ -452,8 +452,10 @@ bool TovarMp::mpint_to_hex_zero_extended(const mp_int &a, unsigned byteCount, St
         return false;
     DataBuffer db;
     db.setSensitive();
-    for (unsigned i = mag.size(); i < byteCount; ++i)
-        db.appendChar(0);
+    for (unsigned i = mag.size(); i < byteCount; ++i) {
+        if (!db.appendChar(0))
+            return false;
+    }
     return db.append(mag.data(), mag.size()) && db.encodeDB("hex", out);
 }
 
@@ -475,8 +477,8 @@ bool TovarMp::mpint_to_hex(const mp_int &a, StringBuffer &out) {
 
 void TovarMp::log_mpint(const char *name, const mp_int &a, LogBase &log) {
     StringBuffer hex;
-    mpint_to_hex(a, hex);
-    log.logData(name, hex.getString());
+    // When memory is short the item is written empty rather than cut.
+    log.logData(name, mpint_to_hex(a, hex) ? hex.getString() : "");
 }
 
 }  // namespace ecckey

@@ -32,7 +32,7 @@ bool inRange(const ::mp_int *a, int n) {
 }
 
 // True when m is a usable positive modulus.
-bool isModulus(const ::mp_int *m) {
+[[nodiscard]] bool isModulus(const ::mp_int *m) {
     return m->dp && m->sign == MP_ZPOS && m->used > 0;
 }
 

@@ -19,7 +19,7 @@ const std::size_t kMaxXmlLen = 1u << 20;
 
 // True when an element name matches a tag. "*:Local" matches Local under any namespace prefix or none;
 // any other tag must equal the name exactly.
-bool tagMatches(const char *elementName, const char *tag) {
+[[nodiscard]] bool tagMatches(const char *elementName, const char *tag) {
     if (std::strncmp(tag, "*:", 2) != 0)
         return std::strcmp(elementName, tag) == 0;
     const char *local = tag + 2;
@@ -38,7 +38,7 @@ pugi::xml_node findChild(const pugi::xml_node &parent, const char *tag) {
 }
 
 // The element's own text: its PCDATA and CDATA children, concatenated.
-bool appendOwnText(const pugi::xml_node &element, StringBuffer &out) {
+[[nodiscard]] bool appendOwnText(const pugi::xml_node &element, StringBuffer &out) {
     for (pugi::xml_node child = element.first_child(); child; child = child.next_sibling()) {
         if (child.type() != pugi::node_pcdata && child.type() != pugi::node_cdata)
             continue;

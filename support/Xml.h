@@ -19,11 +19,11 @@ class ClsXml {
     ClsXml &operator=(const ClsXml &) = delete;
 
     // Parses a document; this object becomes its root element. False, logged, on malformed text.
-    bool loadXml(const char *xmlText, LogBase &log);
-    bool hasChildWithTag(const char *tag) const;
-    bool getChildAttrValue(const char *tag, const char *attrName, StringBuffer &out) const;
-    bool getChildContentUtf8(const char *tag, StringBuffer &out, bool unused) const;
-    bool get_Content(StringBuffer &out) const;  // the element's own text
+    [[nodiscard]] bool loadXml(const char *xmlText, LogBase &log);
+    [[nodiscard]] bool hasChildWithTag(const char *tag) const;
+    [[nodiscard]] bool getChildAttrValue(const char *tag, const char *attrName, StringBuffer &out) const;
+    [[nodiscard]] bool getChildContentUtf8(const char *tag, StringBuffer &out, bool unused) const;
+    [[nodiscard]] bool get_Content(StringBuffer &out) const;  // the element's own text
 
   private:
     struct Impl;

@@ -17,7 +17,7 @@ class Arith : public ::testing::TestWithParam<CurveInfo> {
     void SetUp() override { ASSERT_TRUE(curve.load(GetParam().nid)); }
     Bytes bytesOfPoint(const EccPoint &P) {
         DataBuffer out;
-        P.exportEccPoint(GetParam().byteLen, out, log);
+        EXPECT_TRUE(P.exportEccPoint(GetParam().byteLen, out, log));
         return toBytes(out);
     }
     // k·P by the variable ladder or the one for secret scalars, as X9.63 bytes; empty when it fails.
@@ -35,7 +35,7 @@ class Arith : public ::testing::TestWithParam<CurveInfo> {
         mpOf(u1, m1);
         mpOf(u2, m2);
         EccPoint Q, R;
-        Q.loadEccPoint(toDb(q), log);
+        EXPECT_TRUE(Q.loadEccPoint(toDb(q), log));
         return EccKey::mul2add(curve.G, m1, Q, m2, R, curve.aArg(), curve.p, log) ? bytesOfPoint(R) : Bytes();
     }
     ArithCurve curve;

@@ -105,7 +105,7 @@ TEST_P(Curve, WritesWhatOpenSslWrites) {
     // SEC 1 holds d in its minimal bytes where OpenSSL pads it to the order's length: equal when d is full.
     bool fullD = (int)o.d(0).size() == c().byteLen;
     for (bool withPublic : {false, true}) {
-        log.m_options.setString(withPublic ? "EMIT_ECC_PKCS1_PUBKEY" : "");
+        EXPECT_TRUE(log.m_options.setString(withPublic ? "EMIT_ECC_PKCS1_PUBKEY" : ""));
         sec1.clear();
         ASSERT_TRUE(key.toEccPkcs1PrivateKeyDer(sec1, log));
         EXPECT_TRUE(!fullD || toBytes(sec1) == o.encode("type-specific", "DER", false, withPublic));
@@ -136,7 +136,7 @@ TEST_P(Curve, FixedLengthOptionGivesFullLengthIntegers) {
     EccKey key;
     loadInto(o, c(), key, true);
     LogRecorder log;
-    log.m_options.setString("EMIT_ECC_PKCS1_PUBKEY EMIT_ECC_FIXED_LENGTH");
+    EXPECT_TRUE(log.m_options.setString("EMIT_ECC_PKCS1_PUBKEY EMIT_ECC_FIXED_LENGTH"));
     DataBuffer sec1, p11;
     StringBuffer jwk;
     ASSERT_TRUE(key.toEccPkcs1PrivateKeyDer(sec1, log) && key.toEccPkcs1PrivateKeyDer_forPkcs11(p11, log) &&
@@ -232,16 +232,16 @@ TEST_P(Curve, SshBlobFingerprintsAndPuttyKeys) {
     const std::string id = kSshNames[row].second;
     DataBuffer blob, want, md5, sha256;
     ASSERT_TRUE(key.puttyPublicKeyBlob(blob, log));
-    SshMessage::pack_string(("ecdsa-sha2-" + id).c_str(), want);
-    SshMessage::pack_string(id.c_str(), want);
-    SshMessage::pack_db(toDb(o.point()), want);
+    EXPECT_TRUE(SshMessage::pack_string(("ecdsa-sha2-" + id).c_str(), want));
+    EXPECT_TRUE(SshMessage::pack_string(id.c_str(), want));
+    EXPECT_TRUE(SshMessage::pack_db(toDb(o.point()), want));
     EXPECT_EQ(toBytes(blob), toBytes(want));
     ASSERT_TRUE(key.calc_fingerprint_digest(HASH_SHA256, sha256, log) &&
                 key.calc_fingerprint_digest(HASH_MD5, md5, log));
     EXPECT_EQ(toBytes(sha256), digestOf("SHA256", toBytes(blob)));
     StringBuffer line, pairs;
     ASSERT_TRUE(key.calc_fingerprint(line, log));
-    DataBuffer::toHexString2(md5.getData2(), md5.getSize(), true, pairs);
+    EXPECT_TRUE(DataBuffer::toHexString2(md5.getData2(), md5.getSize(), true, pairs));
     pairs.toLowerCase();
     EXPECT_EQ(line.getString(),
               "ecdsa-sha2-" + id + " " + std::to_string(8 * c().byteLen) + " " + pairs.getString());
@@ -250,11 +250,11 @@ TEST_P(Curve, SshBlobFingerprintsAndPuttyKeys) {
     Bytes dBytes = o.d(0);
     if (dBytes[0] & 0x80)
         dBytes.insert(dBytes.begin(), 0);
-    SshMessage::pack_db(toDb(dBytes), mpint);
-    SshMessage::pack_string(type.getString(), fourFields);
-    SshMessage::pack_string(id.c_str(), fourFields);
-    SshMessage::pack_db(toDb(o.point()), fourFields);
-    fourFields.append(mpint);
+    EXPECT_TRUE(SshMessage::pack_db(toDb(dBytes), mpint));
+    EXPECT_TRUE(SshMessage::pack_string(type.getString(), fourFields));
+    EXPECT_TRUE(SshMessage::pack_string(id.c_str(), fourFields));
+    EXPECT_TRUE(SshMessage::pack_db(toDb(o.point()), fourFields));
+    EXPECT_TRUE(fourFields.append(mpint));
     for (DataBuffer *priv : {&mpint, &fourFields}) {
         if ((priv->getSize() >= 57) != (priv == &fourFields))
             continue;
@@ -326,7 +326,7 @@ TEST_P(Curve, SharedSecretsMatchOpenSsl) {
         loadInto(a, c(), privA, true);
         loadInto(b, c(), pubB, false);
         DataBuffer secret;
-        secret.append("junk", 4);
+        EXPECT_TRUE(secret.append("junk", 4));
         LogRecorder log;
         log.m_verbose = true;
         ASSERT_TRUE(privA.sharedSecret(pubB, secret, log)) << log.errorText();
@@ -356,7 +356,7 @@ TEST_P(Curve, GeneratedKeysAreConsistent) {
     candidates.m_queue.resize(2 * c().byteLen);
     for (unsigned char b : bytesOf(v.get(), c().byteLen))
         candidates.m_queue.push_back(b);
-    log.m_options.setString(EccKey::kOptDrawUniform);
+    EXPECT_TRUE(log.m_options.setString(EccKey::kOptDrawUniform));
     ASSERT_TRUE(uniform.generateNewKey(StringBuffer(c().oid), candidates, log));
     EXPECT_EQ(candidates.m_calls, 3);
     EXPECT_EQ(BN_cmp(bnOf(uniform.m_privKey).get(), v.get()), 0);

@@ -31,12 +31,12 @@ struct Fixture {
     Fixture() {
         LogNull log;
         failing.m_failWhenEmpty = true;
-        p256.generateNewKey(StringBuffer("P-256"), prng, log);
-        p256pub.loadEcPubKeyByCurveAndPoint("P-256", toDb(unhex(kG)), log);
-        bp256.generateNewKey(StringBuffer("brainpoolP256r1"), prng, log);
-        k1.generateNewKey(StringBuffer("secp256k1"), prng, log);
-        k1.exportEccPoint(o, log);
-        k1pub.loadEcPubKeyByCurveAndPoint("secp256k1", o, log);
+        EXPECT_TRUE(p256.generateNewKey(StringBuffer("P-256"), prng, log));
+        EXPECT_TRUE(p256pub.loadEcPubKeyByCurveAndPoint("P-256", toDb(unhex(kG)), log));
+        EXPECT_TRUE(bp256.generateNewKey(StringBuffer("brainpoolP256r1"), prng, log));
+        EXPECT_TRUE(k1.generateNewKey(StringBuffer("secp256k1"), prng, log));
+        EXPECT_TRUE(k1.exportEccPoint(o, log));
+        EXPECT_TRUE(k1pub.loadEcPubKeyByCurveAndPoint("secp256k1", o, log));
     }
 };
 
@@ -287,7 +287,7 @@ TEST(Messages, UnusableCurveFields) {
     for (const auto &row : rows) {
         EccKey key;
         key.copyFromEccKey(f.bp256);
-        (key.m_curve.*row.field).setString(row.value);
+        EXPECT_TRUE((key.m_curve.*row.field).setString(row.value));
         LogRecorder log;
         const std::string op = row.op;
         DataBuffer out;

@@ -14,28 +14,28 @@ const char *const kN = "FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFEBAAEDCE6AF48A03BBFD25E8C
 
 mp_int mpOf(const char *hex) {
     mp_int m;
-    TovarMp::mpint_from_radix(m, hex, 16);
+    EXPECT_TRUE(TovarMp::mpint_from_radix(m, hex, 16));
     return m;
 }
 
 // LibTomMath's side of each comparison, as values.
 mp_int add(const mp_int &a, const mp_int &b) {
     mp_int r;
-    TovarMp::mp_add(a, b, r);
+    EXPECT_EQ(0, TovarMp::mp_add(a, b, r));
     return r;
 }
 mp_int sub(const mp_int &a, const mp_int &b) {
     mp_int r;
-    TovarMp::mp_sub(a, b, r);
+    EXPECT_EQ(0, TovarMp::mp_sub(a, b, r));
     return r;
 }
 mp_int mod(mp_int v, const mp_int &m) {
-    TovarMp::mp_mod(v, m, v);
+    EXPECT_EQ(0, TovarMp::mp_mod(v, m, v));
     return v;
 }
 mp_int mulmod(const mp_int &a, const mp_int &b, const mp_int &m) {
     mp_int r;
-    TovarMp::mp_mulmod(a, b, m, r);
+    EXPECT_EQ(0, TovarMp::mp_mulmod(a, b, m, r));
     return r;
 }
 
@@ -44,7 +44,7 @@ const mp_int kTwo256 = mpOf(("1" + std::string(64, '0')).c_str());
 // 32 big-endian bytes of v mod 2^256.
 Bytes wide(const mp_int &v) {
     DataBuffer db;
-    TovarMp::mpint_to_db(mod(v, kTwo256), db);
+    EXPECT_TRUE(TovarMp::mpint_to_db(mod(v, kTwo256), db));
     Bytes b = toBytes(db);
     b.insert(b.begin(), 32 - b.size(), 0);
     return b;
@@ -92,7 +92,7 @@ TEST(Secp256k1Engine, IntegerAndFieldOperationsMatchLibTomMath) {
         t = ua;
         t.shiftRight1(1);
         mp_int half;
-        TovarMp::mp_div_2(a, half);
+        EXPECT_EQ(0, TovarMp::mp_div_2(a, half));
         EXPECT_EQ(bytesOf(t), wide(half));
         const bool reduced = TovarMp::mp_cmp(a, p) < 0, belowN = TovarMp::mp_cmp(a, n) < 0;
         EXPECT_EQ(bytesOf(FieldInt256(ua)), wide(reduced ? a : sub(a, p)));  // one subtraction of p at most
@@ -110,7 +110,7 @@ TEST(Secp256k1Engine, IntegerAndFieldOperationsMatchLibTomMath) {
             _tvUnsigned256 inv = ua;
             inv.reciprocal(_tvUnsigned256(unhex(kN).data()));
             mp_int r;
-            TovarMp::mp_invmod(a, n, r);
+            EXPECT_EQ(0, TovarMp::mp_invmod(a, n, r));
             EXPECT_EQ(bytesOf(inv), wide(r));
         }
         for (const Bytes &bb : vs) {

@@ -43,17 +43,20 @@ TEST_P(Safe, ChecksRefuseEachSpoiledKeyWithItsReason) {
     const int yParity = Mp::isOdd(good.m_pubPoint.m_y) ? 1 : 0;
     const Spoiled rows[] = {
         {nullptr, false, [&](auto &q, auto &) { q.m_format = 6 + yParity; }},
-        {"The public point is not on the curve.", true, [](auto &q, auto &) { Mp::mp_copy(q.m_x, q.m_y); }},
+        {"The public point is not on the curve.", true,
+         [](auto &q, auto &) { EXPECT_EQ(0, Mp::mp_copy(q.m_x, q.m_y)); }},
         {"The public point's coordinates are not below p.", true,
-         [&](auto &q, auto &) { Mp::mp_add(q.m_x, p, q.m_x); }},
+         [&](auto &q, auto &) { EXPECT_EQ(0, Mp::mp_add(q.m_x, p, q.m_x)); }},
         {"The public point is the point at infinity.", true, [](auto &q, auto &) { Mp::mp_zero(q.m_z); }},
-        {"The public point is not affine.", true, [](auto &q, auto &) { Mp::mp_set(q.m_z, 2); }},
+        {"The public point is not affine.", true,
+         [](auto &q, auto &) { EXPECT_EQ(0, Mp::mp_set(q.m_z, 2)); }},
         {"The hybrid point's form byte does not match the parity of y.", true,
          [&](auto &q, auto &) { q.m_format = 7 - yParity; }},
         {"The private scalar is not in [1, n-1].", false, [](auto &, auto &d) { Mp::mp_zero(d); }},
-        {"The private scalar is not in [1, n-1].", false, [&](auto &, auto &d) { Mp::mp_copy(n, d); }},
+        {"The private scalar is not in [1, n-1].", false,
+         [&](auto &, auto &d) { EXPECT_EQ(0, Mp::mp_copy(n, d)); }},
         {"The public point is not d·G.", false,
-         [&](auto &q, auto &) { q.copyFromEccPoint(peer.m_pubPoint); }},
+         [&](auto &q, auto &) { EXPECT_TRUE(q.copyFromEccPoint(peer.m_pubPoint)); }},
     };
     for (const auto &[error, publicPart, spoil] : rows) {
         EccKey k;

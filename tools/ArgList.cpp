@@ -6,7 +6,7 @@ namespace ecckey_cli {
 
 namespace {
 
-bool contains(const std::vector<std::string> &names, const std::string &name) {
+[[nodiscard]] bool contains(const std::vector<std::string> &names, const std::string &name) {
     return std::find(names.begin(), names.end(), name) != names.end();
 }
 

@@ -13,14 +13,14 @@ class ArgList {
     // accepted by every subcommand. "--" ends the options; "-" alone is a positional (standard input).
     // Returns false with a message in error for an unknown option, a missing value or an option given
     // twice.
-    bool parse(int argc, char **argv, const std::vector<std::string> &valueOptions,
-               const std::vector<std::string> &flagOptions, std::string &error);
+    [[nodiscard]] bool parse(int argc, char **argv, const std::vector<std::string> &valueOptions,
+                             const std::vector<std::string> &flagOptions, std::string &error);
 
     // The value of a value option, or null when it was not given.
     const char *value(const char *name) const;
     // True when the option (flag or value option) was given.
-    bool has(const char *name) const;
-    bool verbose() const { return m_verbose; }
+    [[nodiscard]] bool has(const char *name) const;
+    [[nodiscard]] bool verbose() const { return m_verbose; }
     const std::vector<std::string> &positionals() const { return m_positionals; }
 
   private:

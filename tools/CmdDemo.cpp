@@ -58,7 +58,7 @@ double timeOp(Op op) {
     return elapsedUs / runs;
 }
 
-bool sameKey(const EccKey &a, const EccKey &b, bool withPrivate) {
+[[nodiscard]] bool sameKey(const EccKey &a, const EccKey &b, bool withPrivate) {
     using ecckey::TovarMp;
     return a.m_curve.m_name.equals(b.m_curve.m_name) && b.isPrivate() == withPrivate &&
            TovarMp::mp_cmp(a.m_pubPoint.m_x, b.m_pubPoint.m_x) == 0 &&
@@ -67,8 +67,8 @@ bool sameKey(const EccKey &a, const EccKey &b, bool withPrivate) {
 }
 
 // Signs, verifies the signature, and checks that the same signature fails over another hash.
-bool signAndVerify(EccKey &key, const DataBuffer &hash, bool der, ecckey::_tvPrng &prng,
-                   CurveReport &report) {
+[[nodiscard]] bool signAndVerify(EccKey &key, const DataBuffer &hash, bool der, ecckey::_tvPrng &prng,
+                                 CurveReport &report) {
     ecckey::LogRecorder log;
     DataBuffer sig;
     DataBuffer otherHash(hash);
@@ -88,7 +88,7 @@ bool signAndVerify(EccKey &key, const DataBuffer &hash, bool der, ecckey::_tvPrn
     return false;
 }
 
-bool agree(EccKey &a, EccKey &b, CurveReport &report) {
+[[nodiscard]] bool agree(EccKey &a, EccKey &b, CurveReport &report) {
     ecckey::LogRecorder log;
     DataBuffer ab;
     DataBuffer ba;
@@ -102,9 +102,12 @@ bool agree(EccKey &a, EccKey &b, CurveReport &report) {
 }
 
 // Writes the key and reads it back through the command's own reader.
-bool roundTrip(EccKey &key, const FormatInfo &format, bool withPrivate, std::string &error) {
+[[nodiscard]] bool roundTrip(EccKey &key, const FormatInfo &format, bool withPrivate, std::string &error) {
     ecckey::LogRecorder log;
-    log.m_options.setString(kWriterOptions);
+    if (!log.m_options.setString(kWriterOptions)) {
+        error = "out of memory";
+        return false;
+    }
     DataBuffer text;
     EccKey loaded;
     if (!writeKey(key, format, withPrivate, text, log, error) || !loadKey(text, loaded, log, error)) {
@@ -159,7 +162,7 @@ void timeAll(EccKey &key, EccKey &peer, const DataBuffer &hash, ecckey::_tvPrng 
     report.ecdhUs = timeOp([&] { return key.sharedSecret(peer, secret, quiet); });
 }
 
-bool generate(const char *curve, EccKey &key, ecckey::_tvPrng &prng, CurveReport &report) {
+[[nodiscard]] bool generate(const char *curve, EccKey &key, ecckey::_tvPrng &prng, CurveReport &report) {
     ecckey::LogRecorder log;
     std::string error;
     if (key.generateNewKey(ecckey::StringBuffer(curve), prng, log) && checkKey(key, log, error))
@@ -209,7 +212,10 @@ int cmdDemo(int argc, char **argv) {
     ecckey::SystemPrng prng;
     const char message[] = "ecckey demo";
     DataBuffer hash;
-    ecckey::_tvHash::doHash(message, sizeof message - 1, ecckey::HASH_SHA256, hash);
+    if (!ecckey::_tvHash::doHash(message, sizeof message - 1, ecckey::HASH_SHA256, hash)) {
+        std::fprintf(stderr, "ecckey demo: cannot hash the message\n");
+        return kExitError;
+    }
 
     std::printf(
         "ecckey: on every named curve a key pair, ECDSA over SHA-256 in DER and raw form (signed,\n"

@@ -46,8 +46,8 @@ int cmdEcdh(int argc, char **argv) {
     bool ok;
     if (isStdio(path)) {
         ecckey::StringBuffer hex;
-        ecckey::DataBuffer::toHexString2(secret.getData2(), secret.getSize(), false, hex);
-        ok = out.append(hex) && out.appendChar('\n');
+        ok = ecckey::DataBuffer::toHexString2(secret.getData2(), secret.getSize(), false, hex) &&
+             out.append(hex) && out.appendChar('\n');
     } else {
         ok = out.append(secret);
     }

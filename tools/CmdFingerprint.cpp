@@ -26,14 +26,13 @@ int orderBits(const ecckey::EccCurve &curve) {
 
 // OpenSSH's digest text: "SHA256:" and the unpadded base64 of the blob's SHA-256, or "MD5:" and its MD5
 // as colon-separated lower-case hexadecimal pairs.
-bool fingerprintText(ecckey::EccKey &key, bool md5, std::string &text, ecckey::LogBase &log) {
+[[nodiscard]] bool fingerprintText(ecckey::EccKey &key, bool md5, std::string &text, ecckey::LogBase &log) {
     ecckey::DataBuffer digest;
     ecckey::StringBuffer encoded;
     if (!key.calc_fingerprint_digest(md5 ? ecckey::HASH_MD5 : ecckey::HASH_SHA256, digest, log))
         return false;
-    if (md5)
-        ecckey::DataBuffer::toHexString2(digest.getData2(), digest.getSize(), true, encoded);
-    else if (!digest.encodeDB("base64", encoded))
+    if (md5 ? !ecckey::DataBuffer::toHexString2(digest.getData2(), digest.getSize(), true, encoded)
+            : !digest.encodeDB("base64", encoded))
         return false;
     text = std::string(md5 ? "MD5:" : "SHA256:") + encoded.getString();
     while (text.back() == '=')

@@ -42,7 +42,8 @@ int writeKeyOutput(Session &session, ecckey::EccKey &key, const FormatInfo &form
 
 // gen makes its key; pub and convert read one, so they take --kid for a JWK Set and --passin for an
 // encrypted key. gen and convert write private keys, which --passout encrypts.
-bool parseKeyCommand(int argc, char **argv, const char *name, ArgList &args, std::string &error) {
+[[nodiscard]] bool parseKeyCommand(int argc, char **argv, const char *name, ArgList &args,
+                                   std::string &error) {
     const bool isGen = std::string(name) == "gen";
     std::vector<std::string> valueOptions = {"--format", "-o"};
     if (!isGen) {
@@ -82,7 +83,8 @@ int cmdGen(int argc, char **argv) {
     ecckey::EccKey key;
     ecckey::SystemPrng prng;
     // A new key is drawn uniformly from [1, n - 1], not as the library's default reduced draw.
-    session.log().m_options.append2(" ", ecckey::EccKey::kOptDrawUniform);
+    if (!session.log().m_options.append2(" ", ecckey::EccKey::kOptDrawUniform))
+        return session.fail("out of memory");
     bool generated = false;
     for (int attempt = 0; attempt < kMaxGenerateAttempts && !generated; ++attempt) {
         if (!key.generateNewKey(ecckey::StringBuffer(curveName.c_str()), prng, session.log()))

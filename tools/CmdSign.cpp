@@ -21,7 +21,7 @@ namespace {
 
 enum class SigFormat { Der, Raw, Ssh };
 
-bool sigFormatByName(const char *name, SigFormat &format) {
+[[nodiscard]] bool sigFormatByName(const char *name, SigFormat &format) {
     if (::strcasecmp(name, "der") == 0)
         format = SigFormat::Der;
     else if (::strcasecmp(name, "raw") == 0)
@@ -34,18 +34,19 @@ bool sigFormatByName(const char *name, SigFormat &format) {
 }
 
 // Without -o the signature is printed as one line of hexadecimal; with -o the file gets the bytes.
-bool writeSignature(const OutputTarget &target, const ecckey::DataBuffer &sig, std::string &error) {
+[[nodiscard]] bool writeSignature(const OutputTarget &target, const ecckey::DataBuffer &sig,
+                                  std::string &error) {
     if (!isStdio(target.path))
         return writeOutput(target, sig, false, error);
     ecckey::StringBuffer hex;
-    ecckey::DataBuffer::toHexString2(sig.getData2(), sig.getSize(), false, hex);
     ecckey::DataBuffer line;
-    return line.append(hex) && line.appendChar('\n') && writeOutput(target, line, false, error);
+    return ecckey::DataBuffer::toHexString2(sig.getData2(), sig.getSize(), false, hex) && line.append(hex) &&
+           line.appendChar('\n') && writeOutput(target, line, false, error);
 }
 
 // The HMAC hash of a deterministic signature: --digest for a file, else the digest of --hash's length as
 // given (before the hash is fitted to the curve).
-bool deterministicHashAlg(const ArgList &args, int &hashAlg) {
+[[nodiscard]] bool deterministicHashAlg(const ArgList &args, int &hashAlg) {
     const unsigned hashLen = args.has("--hash") ? (unsigned)std::strlen(args.value("--hash")) / 2 : 0;
     if (args.has("--in"))
         return digestByName(args.has("--digest") ? args.value("--digest") : "sha256", hashAlg);
@@ -90,7 +91,8 @@ int cmdSign(int argc, char **argv) {
     ecckey::SystemPrng prng;
     ecckey::DataBuffer sig;
     // The random signers draw their nonces uniformly from [1, n - 1] (RFC 6979's already are).
-    session.log().m_options.append2(" ", ecckey::EccKey::kOptDrawUniform);
+    if (!session.log().m_options.append2(" ", ecckey::EccKey::kOptDrawUniform))
+        return session.fail("out of memory");
     bool signedOk;
     if (deterministic) {
         int hashAlg = 0;

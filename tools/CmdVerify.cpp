@@ -18,7 +18,7 @@ namespace ecckey_cli {
 namespace {
 
 // A signature file holds the bytes, or the hexadecimal line that `sign` prints without -o.
-bool decodeSignatureFile(const ecckey::DataBuffer &content, ecckey::DataBuffer &sig) {
+[[nodiscard]] bool decodeSignatureFile(const ecckey::DataBuffer &content, ecckey::DataBuffer &sig) {
     bool anyDigit = false;
     for (unsigned i = 0; i < content.getSize(); ++i) {
         const char c = (char)content[i];
@@ -35,7 +35,8 @@ bool decodeSignatureFile(const ecckey::DataBuffer &content, ecckey::DataBuffer &
 
 // One SSH mpint of r or s, as its magnitude left-padded to byteLen. Only the minimal encoding is taken
 // (a zero byte in front only where the top bit is set), so that one signature has one SSH form.
-bool appendPaddedMpint(const ecckey::DataBuffer &mpint, unsigned byteLen, ecckey::DataBuffer &raw) {
+[[nodiscard]] bool appendPaddedMpint(const ecckey::DataBuffer &mpint, unsigned byteLen,
+                                     ecckey::DataBuffer &raw) {
     const unsigned size = mpint.getSize();
     const bool negative = size > 0 && (mpint[0] & 0x80);
     const bool paddedNeedlessly = size > 0 && mpint[0] == 0 && (size == 1 || !(mpint[1] & 0x80));
@@ -43,13 +44,16 @@ bool appendPaddedMpint(const ecckey::DataBuffer &mpint, unsigned byteLen, ecckey
     const unsigned len = size - skip;
     if (negative || paddedNeedlessly || len > byteLen)
         return false;
-    for (unsigned i = len; i < byteLen; ++i)
-        raw.appendChar(0);
+    for (unsigned i = len; i < byteLen; ++i) {
+        if (!raw.appendChar(0))
+            return false;
+    }
     return raw.append(mpint.getData2() + skip, len);
 }
 
 // The SSH form (two mpints filling the whole blob), turned into raw r||s; false for anything else.
-bool sshSignatureToRaw(const ecckey::DataBuffer &sig, unsigned byteLen, ecckey::DataBuffer &raw) {
+[[nodiscard]] bool sshSignatureToRaw(const ecckey::DataBuffer &sig, unsigned byteLen,
+                                     ecckey::DataBuffer &raw) {
     ecckey::DataBuffer r;
     ecckey::DataBuffer s;
     ecckey::LogNull quiet;
@@ -61,7 +65,7 @@ bool sshSignatureToRaw(const ecckey::DataBuffer &sig, unsigned byteLen, ecckey::
 
 // True when the library reads sig as DER: its structural test, which it reports as "isAsnSig" when
 // verbose. Anything else is read as raw r||s.
-bool readAsDer(const ecckey::DataBuffer &sig) {
+[[nodiscard]] bool readAsDer(const ecckey::DataBuffer &sig) {
     ecckey::LogRecorder probe;
     probe.m_verbose = true;
     ecckey::mp_int r;
@@ -71,7 +75,7 @@ bool readAsDer(const ecckey::DataBuffer &sig) {
     return probe.dataValue("isAsnSig", isDer) && isDer == "true";
 }
 
-int printVerdict(Session &session, bool valid) {
+[[nodiscard]] int printVerdict(Session &session, bool valid) {
     std::printf("%s\n", valid ? "valid" : "invalid");
     return session.finish(valid ? kExitOk : kExitInvalid);
 }

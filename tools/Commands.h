@@ -26,21 +26,21 @@ const int kExitError = 2;
 
 // Reports a bad invocation: one line on stderr naming the mistake and pointing to the running command's
 // --help ("ecckey: unknown option --frob; see 'ecckey pub --help'"). Returns kExitError.
-int usageError(const char *message);
+[[nodiscard]] int usageError(const char *message);
 
 // One line per catalogue curve: canonical name, OID, byte length times eight, accepted names. Returns
 // kExitOk, or kExitError after a message on stderr when a catalogue curve does not load.
-int printCurveTable(std::FILE *out);
+[[nodiscard]] int printCurveTable(std::FILE *out);
 
-int cmdCurves(int argc, char **argv);
-int cmdGen(int argc, char **argv);
-int cmdPub(int argc, char **argv);
-int cmdConvert(int argc, char **argv);
-int cmdSign(int argc, char **argv);
-int cmdVerify(int argc, char **argv);
-int cmdEcdh(int argc, char **argv);
-int cmdFingerprint(int argc, char **argv);
-int cmdCheck(int argc, char **argv);
-int cmdDemo(int argc, char **argv);
+[[nodiscard]] int cmdCurves(int argc, char **argv);
+[[nodiscard]] int cmdGen(int argc, char **argv);
+[[nodiscard]] int cmdPub(int argc, char **argv);
+[[nodiscard]] int cmdConvert(int argc, char **argv);
+[[nodiscard]] int cmdSign(int argc, char **argv);
+[[nodiscard]] int cmdVerify(int argc, char **argv);
+[[nodiscard]] int cmdEcdh(int argc, char **argv);
+[[nodiscard]] int cmdFingerprint(int argc, char **argv);
+[[nodiscard]] int cmdCheck(int argc, char **argv);
+[[nodiscard]] int cmdDemo(int argc, char **argv);
 
 }  // namespace ecckey_cli

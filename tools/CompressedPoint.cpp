@@ -24,28 +24,28 @@ struct CurveEquation {
     unsigned byteLen = 0;
 };
 
-bool equationOfCurve(const ecckey::EccCurve &curve, CurveEquation &eq) {
+[[nodiscard]] bool equationOfCurve(const ecckey::EccCurve &curve, CurveEquation &eq) {
     eq.byteLen = (unsigned)curve.m_byteLen;
     return TovarMp::mpint_from_radix(eq.p, curve.m_p.getString(), 16) && curve.getCoefficientA(eq.a) &&
            TovarMp::mpint_from_radix(eq.b, curve.m_b.getString(), 16);
 }
 
-bool fromContent(const _tvAsn1 *node, mp_int &value) {
+[[nodiscard]] bool fromContent(const _tvAsn1 *node, mp_int &value) {
     DataBuffer bytes;
     return node != nullptr && !node->isConstructed() && node->getAsnContent(bytes) &&
            TovarMp::mpint_from_bytes(value, bytes.getData2(), bytes.getSize());
 }
 
 // rhs = x^3 + a*x + b mod p
-bool curveRightHandSide(const CurveEquation &eq, const mp_int &x, mp_int &rhs) {
+[[nodiscard]] bool curveRightHandSide(const CurveEquation &eq, const mp_int &x, mp_int &rhs) {
     mp_int ax;
     return TovarMp::mp_mulmod(x, x, eq.p, rhs) == 0 && TovarMp::mp_mulmod(rhs, x, eq.p, rhs) == 0 &&
            TovarMp::mp_mulmod(eq.a, x, eq.p, ax) == 0 && TovarMp::mp_add(rhs, ax, rhs) == 0 &&
            TovarMp::mp_add(rhs, eq.b, rhs) == 0 && TovarMp::mp_mod(rhs, eq.p, rhs) == 0;
 }
 
-bool decompressOnEquation(const CurveEquation &eq, const DataBuffer &point, DataBuffer &out,
-                          std::string &error) {
+[[nodiscard]] bool decompressOnEquation(const CurveEquation &eq, const DataBuffer &point, DataBuffer &out,
+                                        std::string &error) {
     const unsigned len = point.getSize();
     if (len != 1 + eq.byteLen) {
         error = "the compressed point has " + std::to_string(len - 1) + " bytes of x where the curve has " +
@@ -77,8 +77,8 @@ bool decompressOnEquation(const CurveEquation &eq, const DataBuffer &point, Data
 
 // Part index of holder, a BIT STRING (bitString) or OCTET STRING holding a point, is replaced by the
 // uncompressed point when it is compressed. Anything else is left alone.
-bool decompressPart(_tvAsn1 &holder, int index, bool bitString, const CurveEquation &eq, bool &changed,
-                    std::string &error) {
+[[nodiscard]] bool decompressPart(_tvAsn1 &holder, int index, bool bitString, const CurveEquation &eq,
+                                  bool &changed, std::string &error) {
     const _tvAsn1 *node = holder.getAsnPart(index);
     DataBuffer content;
     if (node == nullptr || (bitString ? !node->isBitString() : !node->isOctetString()) ||
@@ -104,7 +104,7 @@ bool decompressPart(_tvAsn1 &holder, int index, bool bitString, const CurveEquat
 
 // The catalogue curve whose equation is the one given. Only those are solved: LibTomMath's square root
 // takes a prime modulus, and for some other moduli (an odd square) it never returns.
-bool catalogueEquation(const CurveEquation &given, CurveEquation &eq) {
+[[nodiscard]] bool catalogueEquation(const CurveEquation &given, CurveEquation &eq) {
     mp_int reducedA;
     for (int i = 0; i < ecckey::EccCurve::numCatalogCurves(); ++i) {
         ecckey::EccCurve curve;
@@ -121,7 +121,8 @@ bool catalogueEquation(const CurveEquation &given, CurveEquation &eq) {
 // The equation named by an OID of the catalogue, or given by explicit ECParameters { version,
 // fieldID { prime-field, p }, curve { a, b, seed? }, base, order, cofactor? } that match a catalogue
 // curve's, whose compressed base point is made whole here. found is false for parameters that give none.
-bool equationOfParams(_tvAsn1 *params, CurveEquation &eq, bool &found, bool &changed, std::string &error) {
+[[nodiscard]] bool equationOfParams(_tvAsn1 *params, CurveEquation &eq, bool &found, bool &changed,
+                                    std::string &error) {
     found = false;
     if (params != nullptr && params->isOid()) {
         ecckey::StringBuffer oid;
@@ -142,7 +143,7 @@ bool equationOfParams(_tvAsn1 *params, CurveEquation &eq, bool &found, bool &cha
 }
 
 // SubjectPublicKeyInfo { algorithm { id-ecPublicKey, parameters }, subjectPublicKey }
-bool decompressSpki(_tvAsn1 &spki, bool &changed, std::string &error) {
+[[nodiscard]] bool decompressSpki(_tvAsn1 &spki, bool &changed, std::string &error) {
     CurveEquation eq;
     bool found = false;
     return equationOfParams(spki.getAsnPart(0)->getAsnPart(1), eq, found, changed, error) &&
@@ -151,7 +152,7 @@ bool decompressSpki(_tvAsn1 &spki, bool &changed, std::string &error) {
 
 // ECPrivateKey { version, privateKey, [0] parameters?, [1] publicKey? }; outerParams are those of the
 // PKCS #8 structure around it, if any.
-bool decompressSec1(_tvAsn1 &sec1, _tvAsn1 *outerParams, bool &changed, std::string &error) {
+[[nodiscard]] bool decompressSec1(_tvAsn1 &sec1, _tvAsn1 *outerParams, bool &changed, std::string &error) {
     _tvAsn1 *params = outerParams;
     _tvAsn1 *publicKey = nullptr;
     for (int i = 2; i < sec1.numAsnParts(); ++i) {
@@ -168,7 +169,7 @@ bool decompressSec1(_tvAsn1 &sec1, _tvAsn1 *outerParams, bool &changed, std::str
 }
 
 // PrivateKeyInfo { version, algorithm { id-ecPublicKey, parameters }, privateKey (ECPrivateKey DER) }
-bool decompressPkcs8(_tvAsn1 &pkcs8, ecckey::LogBase &log, bool &changed, std::string &error) {
+[[nodiscard]] bool decompressPkcs8(_tvAsn1 &pkcs8, ecckey::LogBase &log, bool &changed, std::string &error) {
     DataBuffer innerDer;
     innerDer.setSensitive();
     unsigned consumed = 0;
@@ -195,7 +196,7 @@ bool decompressPkcs8(_tvAsn1 &pkcs8, ecckey::LogBase &log, bool &changed, std::s
     return true;
 }
 
-bool isTag(const _tvAsn1 *node, int tag) {
+[[nodiscard]] bool isTag(const _tvAsn1 *node, int tag) {
     return node != nullptr && node->tagClass() == _tvAsn1::CLASS_UNIVERSAL && node->tagNumber() == tag;
 }
 

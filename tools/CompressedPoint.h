@@ -16,18 +16,18 @@ class LogBase;
 namespace ecckey_cli {
 
 // True when point is in the compressed form: 02 or 03, then at least one byte of x.
-bool isCompressedPoint(const ecckey::DataBuffer &point);
+[[nodiscard]] bool isCompressedPoint(const ecckey::DataBuffer &point);
 
 // Appends 04 || x || y to out for the compressed point on the catalogue curve. False with a message in
 // error when x has another length than the curve's or is not the x of a point on the curve.
-bool decompressPoint(const ecckey::EccCurve &curve, const ecckey::DataBuffer &point, ecckey::DataBuffer &out,
-                     std::string &error);
+[[nodiscard]] bool decompressPoint(const ecckey::EccCurve &curve, const ecckey::DataBuffer &point,
+                                   ecckey::DataBuffer &out, std::string &error);
 
 // Rewrites the DER of a key (SubjectPublicKeyInfo, SEC 1 or PKCS #8, with named or explicit parameters) so
 // that its compressed points, the key's own and an explicit base point, are uncompressed; explicit
 // parameters supply their own p, a and b. DER without a compressed point, or that does not parse as one of
 // these structures, is left as it is for the library to judge. False with a message in error when a
 // compressed point cannot be decompressed.
-bool decompressKeyDer(ecckey::DataBuffer &der, ecckey::LogBase &log, std::string &error);
+[[nodiscard]] bool decompressKeyDer(ecckey::DataBuffer &der, ecckey::LogBase &log, std::string &error);
 
 }  // namespace ecckey_cli

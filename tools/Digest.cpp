@@ -43,7 +43,7 @@ bool digestByName(const char *name, int &hashAlg) {
 namespace {
 
 // The hash as the arguments give it: a digest of --in, or --hash.
-bool readHash(const ArgList &args, ecckey::DataBuffer &hash, std::string &error) {
+[[nodiscard]] bool readHash(const ArgList &args, ecckey::DataBuffer &hash, std::string &error) {
     const char *in = args.value("--in");
     const char *hex = args.value("--hash");
     if ((in == nullptr) == (hex == nullptr)) {
@@ -79,7 +79,7 @@ bool readHash(const ArgList &args, ecckey::DataBuffer &hash, std::string &error)
 
 // See messageHash: the cut every signer and verifier of the library makes (ecdsaHashLen), then on
 // secp256k1 zeros in front up to 32 bytes.
-bool fitHashToCurve(const ecckey::EccCurve &curve, ecckey::DataBuffer &hash) {
+[[nodiscard]] bool fitHashToCurve(const ecckey::EccCurve &curve, ecckey::DataBuffer &hash) {
     if (!hash.truncate(ecckey::ecdsaHashLen(curve.m_byteLen, hash.getSize())))
         return false;
     if (!curve.m_name.equals("secp256k1") || hash.getSize() >= kSecp256k1HashLen)

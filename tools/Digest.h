@@ -14,7 +14,7 @@ class ArgList;
 
 // The library's identifier for a --digest name (sha1, sha224, sha256, sha384, sha512, in any case); false
 // for any other name.
-bool digestByName(const char *name, int &hashAlg);
+[[nodiscard]] bool digestByName(const char *name, int &hashAlg);
 
 // The hash from the arguments: the digest (--digest, sha256 by default) of the file named by --in, or the
 // bytes of --hash HEX (1 to 64 bytes). Exactly one of --in and --hash must be given, and --digest only
@@ -26,7 +26,7 @@ bool digestByName(const char *name, int &hashAlg);
 // its ssh signer leaves to the caller. On secp256k1, whose engine takes exactly 32 bytes, a shorter hash
 // (sha1, sha224) is then left-padded with zeros: ECDSA reads a hash shorter than the order as an integer,
 // which the zeros leave unchanged, so the signature is the one OpenSSL makes and checks with that digest.
-bool messageHash(const ArgList &args, const ecckey::EccCurve &curve, ecckey::DataBuffer &hash,
-                 std::string &error);
+[[nodiscard]] bool messageHash(const ArgList &args, const ecckey::EccCurve &curve, ecckey::DataBuffer &hash,
+                               std::string &error);
 
 }  // namespace ecckey_cli

@@ -25,7 +25,7 @@ struct InputsRead {
 };
 InputsRead s_inputsRead;
 
-bool wasRead(const struct stat &info) {
+[[nodiscard]] bool wasRead(const struct stat &info) {
     for (const auto &file : s_inputsRead.files) {
         if (file.first == info.st_dev && file.second == info.st_ino)
             return true;
@@ -38,7 +38,7 @@ std::string describe(const char *what, const char *path) {
 }
 
 // Reads fd to its end. The stack chunk is wiped after use: it held part of a key file.
-bool readAll(int fd, const char *path, ecckey::DataBuffer &out, std::string &error) {
+[[nodiscard]] bool readAll(int fd, const char *path, ecckey::DataBuffer &out, std::string &error) {
     unsigned char chunk[4096];
     bool ok = true;
     for (;;) {
@@ -67,7 +67,7 @@ bool readAll(int fd, const char *path, ecckey::DataBuffer &out, std::string &err
     return ok;
 }
 
-bool writeAll(int fd, const unsigned char *bytes, unsigned count) {
+[[nodiscard]] bool writeAll(int fd, const unsigned char *bytes, unsigned count) {
     while (count > 0) {
         const ssize_t n = ::write(fd, bytes, count);
         if (n < 0 && errno == EINTR)
@@ -80,7 +80,7 @@ bool writeAll(int fd, const unsigned char *bytes, unsigned count) {
     return true;
 }
 
-bool writeStandardOutput(const ecckey::DataBuffer &bytes, std::string &error) {
+[[nodiscard]] bool writeStandardOutput(const ecckey::DataBuffer &bytes, std::string &error) {
     std::fflush(stdout);
     if (writeAll(STDOUT_FILENO, bytes.getData2(), bytes.getSize()))
         return true;
@@ -89,7 +89,7 @@ bool writeStandardOutput(const ecckey::DataBuffer &bytes, std::string &error) {
 }
 
 // A device or pipe: written through, neither replaced nor truncated nor changed in mode.
-bool writeInPlace(const char *path, const ecckey::DataBuffer &bytes, std::string &error) {
+[[nodiscard]] bool writeInPlace(const char *path, const ecckey::DataBuffer &bytes, std::string &error) {
     const int fd = ::open(path, O_WRONLY | O_CLOEXEC);
     if (fd < 0) {
         error = describe("cannot open", path);
@@ -119,7 +119,7 @@ std::string temporaryNameFor(const std::string &target) {
 // Renames the finished temporary file to target. Without replace, an existing target (also one created
 // since it was looked at) makes it fail with EEXIST; file systems without RENAME_NOREPLACE get the same
 // guarantee from link(2).
-bool moveIntoPlace(const char *temporary, const char *target, bool replace) {
+[[nodiscard]] bool moveIntoPlace(const char *temporary, const char *target, bool replace) {
     if (replace)
         return ::rename(temporary, target) == 0;
     if (::renameat2(AT_FDCWD, temporary, AT_FDCWD, target, RENAME_NOREPLACE) == 0)
@@ -130,8 +130,9 @@ bool moveIntoPlace(const char *temporary, const char *target, bool replace) {
     return true;
 }
 
-bool writeReplacing(const char *path, const std::string &target, const ecckey::DataBuffer &bytes, bool secret,
-                    bool replace, std::string &error) {
+[[nodiscard]] bool writeReplacing(const char *path, const std::string &target,
+                                  const ecckey::DataBuffer &bytes, bool secret, bool replace,
+                                  std::string &error) {
     std::string temporary = temporaryNameFor(target);
     const int fd = ::mkostemp(&temporary[0], O_CLOEXEC);  // mode 0600 from the start
     if (fd < 0) {

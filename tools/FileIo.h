@@ -18,13 +18,13 @@ namespace ecckey_cli {
 const unsigned long kMaxInputLen = 1UL << 30;
 
 // True for the names that mean standard input or output.
-bool isStdio(const char *path);
+[[nodiscard]] bool isStdio(const char *path);
 
 // Appends the whole content of path ("-" for standard input) to out, which is marked sensitive first:
 // key files hold secrets. False, with a message naming the file in error, when it cannot be opened or
 // read, is larger than kMaxInputLen, or is standard input named a second time; out may then hold part of
 // the content (wiped with it).
-bool readInput(const char *path, ecckey::DataBuffer &out, std::string &error);
+[[nodiscard]] bool readInput(const char *path, ecckey::DataBuffer &out, std::string &error);
 
 // Where an output goes: -o FILE (standard output when null or "-") and whether --force was given.
 struct OutputTarget {
@@ -39,7 +39,7 @@ struct OutputTarget {
 // An existing file is replaced only with force, and a file this run has read never (a symbolic link is
 // followed: the file it names is replaced). A device or pipe (-o /dev/null) is written as it is, its mode
 // untouched. False, with a message in error, on any failure; the target is then as it was.
-bool writeOutput(const OutputTarget &target, const ecckey::DataBuffer &bytes, bool secret,
-                 std::string &error);
+[[nodiscard]] bool writeOutput(const OutputTarget &target, const ecckey::DataBuffer &bytes, bool secret,
+                               std::string &error);
 
 }  // namespace ecckey_cli

@@ -43,18 +43,18 @@ const FormatInfo s_formats[] = {
 };
 
 // Collects the pieces of one text output; the text goes to out only when every piece succeeded.
-bool appendText(const StringBuffer &text, bool newline, DataBuffer &out) {
+[[nodiscard]] bool appendText(const StringBuffer &text, bool newline, DataBuffer &out) {
     return out.append(text) && (!newline || out.appendChar('\n'));
 }
 
-bool wrapPem(const char *label, const DataBuffer &der, DataBuffer &out, LogBase &log) {
+[[nodiscard]] bool wrapPem(const char *label, const DataBuffer &der, DataBuffer &out, LogBase &log) {
     StringBuffer pem;
     return ecckey::_tvPublicKey::derToPem(label, der, pem, log) && appendText(pem, false, out);
 }
 
 // PKCS #8, encrypted under the --passout passphrase when passout is given.
-bool writePkcs8(EccKey &key, bool pem, const char *passout, DataBuffer &out, LogBase &log,
-                std::string &error) {
+[[nodiscard]] bool writePkcs8(EccKey &key, bool pem, const char *passout, DataBuffer &out, LogBase &log,
+                              std::string &error) {
     DataBuffer der;
     der.setSensitive();
     if (!key.toEccPkcs8PrivateKeyDer(der, log) || !toOpenSslPkcs8(der, log))
@@ -76,7 +76,7 @@ bool writePkcs8(EccKey &key, bool pem, const char *passout, DataBuffer &out, Log
     return pem ? wrapPem("ENCRYPTED PRIVATE KEY", encrypted, out, log) : out.append(encrypted);
 }
 
-bool writeSec1(EccKey &key, bool pem, DataBuffer &out, LogBase &log) {
+[[nodiscard]] bool writeSec1(EccKey &key, bool pem, DataBuffer &out, LogBase &log) {
     DataBuffer der;
     der.setSensitive();
     if (!key.toEccPkcs1PrivateKeyDer(der, log))
@@ -84,7 +84,7 @@ bool writeSec1(EccKey &key, bool pem, DataBuffer &out, LogBase &log) {
     return pem ? wrapPem("EC PRIVATE KEY", der, out, log) : out.append(der);
 }
 
-bool writeSpki(EccKey &key, bool pem, bool explicitParams, DataBuffer &out, LogBase &log) {
+[[nodiscard]] bool writeSpki(EccKey &key, bool pem, bool explicitParams, DataBuffer &out, LogBase &log) {
     DataBuffer der;
     const bool ok = explicitParams ? key.toPublicKeyDer_longFmt(der, log) &&
                                          toOpenSslExplicitSpki(der, (unsigned)key.m_curve.m_byteLen, log)
@@ -92,7 +92,7 @@ bool writeSpki(EccKey &key, bool pem, bool explicitParams, DataBuffer &out, LogB
     return ok && (pem ? wrapPem("PUBLIC KEY", der, out, log) : out.append(der));
 }
 
-bool writeSshLine(EccKey &key, DataBuffer &out, LogBase &log, std::string &error) {
+[[nodiscard]] bool writeSshLine(EccKey &key, DataBuffer &out, LogBase &log, std::string &error) {
     const std::string keyType = sshKeyTypeName(key);
     if (keyType.empty()) {
         error = std::string("the SSH public-key blob has no name for ") + key.m_curve.m_name.getString();
@@ -105,7 +105,7 @@ bool writeSshLine(EccKey &key, DataBuffer &out, LogBase &log, std::string &error
     return line.append2(keyType.c_str(), " ") && blob.encodeDB("base64", line) && appendText(line, true, out);
 }
 
-bool writeOpenSsh(EccKey &key, DataBuffer &out, LogBase &log, std::string &error) {
+[[nodiscard]] bool writeOpenSsh(EccKey &key, DataBuffer &out, LogBase &log, std::string &error) {
     if (sshKeyTypeName(key).empty()) {
         error = std::string("an OpenSSH key has no name for ") + key.m_curve.m_name.getString();
         return false;
@@ -114,7 +114,7 @@ bool writeOpenSsh(EccKey &key, DataBuffer &out, LogBase &log, std::string &error
 }
 
 // "curve: NAME", then "private: HEX" for a private key, then "public: 04...".
-bool writeRawHex(EccKey &key, bool writePrivate, DataBuffer &out, LogBase &log) {
+[[nodiscard]] bool writeRawHex(EccKey &key, bool writePrivate, DataBuffer &out, LogBase &log) {
     StringBuffer privHex;
     StringBuffer pubHex;
     StringBuffer text;
@@ -127,19 +127,19 @@ bool writeRawHex(EccKey &key, bool writePrivate, DataBuffer &out, LogBase &log) 
     return ok && appendText(text, false, out);
 }
 
-bool writeText(bool (EccKey::*writer)(StringBuffer &, LogBase &), EccKey &key, DataBuffer &out,
-               LogBase &log) {
+[[nodiscard]] bool writeText(bool (EccKey::*writer)(StringBuffer &, LogBase &), EccKey &key, DataBuffer &out,
+                             LogBase &log) {
     StringBuffer text;
     return (key.*writer)(text, log) && appendText(text, true, out);
 }
 
-bool writePublicJwk(EccKey &key, DataBuffer &out, LogBase &log) {
+[[nodiscard]] bool writePublicJwk(EccKey &key, DataBuffer &out, LogBase &log) {
     StringBuffer text;
     return key.toEccPublicKeyJwk(text, false, log) && appendText(text, true, out);
 }
 
-bool writeFormat(EccKey &key, KeyFormat format, bool writePrivate, const char *passout, DataBuffer &out,
-                 LogBase &log, std::string &error) {
+[[nodiscard]] bool writeFormat(EccKey &key, KeyFormat format, bool writePrivate, const char *passout,
+                               DataBuffer &out, LogBase &log, std::string &error) {
     switch (format) {
         case KeyFormat::Pem:
             return writePrivate ? writePkcs8(key, true, passout, out, log, error)

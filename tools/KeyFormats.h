@@ -46,8 +46,9 @@ const FormatInfo *formatByName(const char *name);
 // PKCS #8 under that passphrase. DER keys are OpenSSL 3's bytes for the same key (OpenSslLayout.h), given
 // the options Session sets. False with a message in error (the module's own reasons are in log) when the
 // format cannot carry what is asked or the library fails; out is then empty.
-bool writeKey(ecckey::EccKey &key, const FormatInfo &format, bool writePrivate, ecckey::DataBuffer &out,
-              ecckey::LogBase &log, std::string &error, const char *passout = nullptr);
+[[nodiscard]] bool writeKey(ecckey::EccKey &key, const FormatInfo &format, bool writePrivate,
+                            ecckey::DataBuffer &out, ecckey::LogBase &log, std::string &error,
+                            const char *passout = nullptr);
 
 // The name the SSH blob of this key's curve carries ("ecdsa-sha2-nistp256", ...), or an empty text for
 // curves the SSH blob cannot name (P-192 and the Brainpool curves: their blob would claim nistp256).

@@ -25,11 +25,11 @@ using ecckey::EccKey;
 using ecckey::LogBase;
 using ecckey::StringBuffer;
 
-bool isSpace(char c) {
+[[nodiscard]] bool isSpace(char c) {
     return c == ' ' || c == '\t' || c == '\r' || c == '\n';
 }
 
-bool isHexDigit(char c) {
+[[nodiscard]] bool isHexDigit(char c) {
     return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
 }
 
@@ -43,7 +43,7 @@ const char *skipSpace(const char *p) {
 // or a NUL: every DER key has them in its tags and lengths) is refused, unless a PEM END line comes before
 // the first binary byte: the text then stops there, since some tools append other data to a PEM file and
 // OpenSSL reads it. A UTF-8 byte-order mark is dropped. The copy wipes itself, like every StringBuffer.
-bool contentAsText(const DataBuffer &content, StringBuffer &text) {
+[[nodiscard]] bool contentAsText(const DataBuffer &content, StringBuffer &text) {
     static const char kEnd[] = "-----END ";
     const unsigned char *bytes = content.getData2();
     unsigned start = 0;
@@ -61,7 +61,8 @@ bool contentAsText(const DataBuffer &content, StringBuffer &text) {
 }
 
 // DER of a key through the checked loader, its compressed points made whole first.
-bool loadCheckedDer(DataBuffer &der, EccKey &key, LogBase &log, std::string &error, const char *failure) {
+[[nodiscard]] bool loadCheckedDer(DataBuffer &der, EccKey &key, LogBase &log, std::string &error,
+                                  const char *failure) {
     if (!decompressKeyDer(der, log, error))
         return false;
     if (!key.loadEccDerChecked(der, log)) {
@@ -71,7 +72,8 @@ bool loadCheckedDer(DataBuffer &der, EccKey &key, LogBase &log, std::string &err
     return true;
 }
 
-bool loadDer(const DataBuffer &content, EccKey &key, LogBase &log, std::string &error, KeyFileInfo &info) {
+[[nodiscard]] bool loadDer(const DataBuffer &content, EccKey &key, LogBase &log, std::string &error,
+                           KeyFileInfo &info) {
     DataBuffer der;
     der.setSensitive();
     if (!isEncryptedPkcs8(content))
@@ -83,8 +85,8 @@ bool loadDer(const DataBuffer &content, EccKey &key, LogBase &log, std::string &
 }
 
 // The DER of the PEM block at begin, decrypted when it is an encrypted private key.
-bool pemBlockDer(const char *begin, const std::string &label, const KeyFileInfo &info, DataBuffer &der,
-                 LogBase &log, std::string &error) {
+[[nodiscard]] bool pemBlockDer(const char *begin, const std::string &label, const KeyFileInfo &info,
+                               DataBuffer &der, LogBase &log, std::string &error) {
     StringBuffer passphrase;
     StringBuffer pemLabel;
     DataBuffer encrypted;
@@ -99,7 +101,7 @@ bool pemBlockDer(const char *begin, const std::string &label, const KeyFileInfo 
            (passphraseFor(info, passphrase, error) && decryptPkcs8(encrypted, passphrase, der, error));
 }
 
-bool loadOpenSshPem(const char *begin, EccKey &key, LogBase &log, std::string &error) {
+[[nodiscard]] bool loadOpenSshPem(const char *begin, EccKey &key, LogBase &log, std::string &error) {
     StringBuffer pemLabel;
     DataBuffer blob;
     if (!ecckey::_tvPublicKey::pemToDer(begin, pemLabel, blob, log)) {
@@ -112,7 +114,8 @@ bool loadOpenSshPem(const char *begin, EccKey &key, LogBase &log, std::string &e
 // The first PEM block that holds a key; an "EC PARAMETERS" block ahead of it (as `openssl ecparam
 // -genkey` writes) is passed over. The label ends on its BEGIN line, and must agree with what the block
 // holds.
-bool loadPem(const char *text, EccKey &key, LogBase &log, std::string &error, KeyFileInfo &info) {
+[[nodiscard]] bool loadPem(const char *text, EccKey &key, LogBase &log, std::string &error,
+                           KeyFileInfo &info) {
     static const char kDashes[] = "-----";
     const char *search = text;
     for (;;) {
@@ -155,13 +158,13 @@ bool loadPem(const char *text, EccKey &key, LogBase &log, std::string &error, Ke
     }
 }
 
-bool isEcJwk(const ecckey::ClsJsonObject &jwk) {
+[[nodiscard]] bool isEcJwk(const ecckey::ClsJsonObject &jwk) {
     StringBuffer kty;
     ecckey::LogNull quiet;
     return jwk.isStringAt("kty") && jwk.sbOfPathUtf8("kty", kty, quiet) && kty.equals("EC");
 }
 
-bool hasKid(const ecckey::ClsJsonObject &jwk, const char *kid) {
+[[nodiscard]] bool hasKid(const ecckey::ClsJsonObject &jwk, const char *kid) {
     StringBuffer value;
     ecckey::LogNull quiet;
     return jwk.isStringAt("kid") && jwk.sbOfPathUtf8("kid", value, quiet) && value.equals(kid);
@@ -170,11 +173,12 @@ bool hasKid(const ecckey::ClsJsonObject &jwk, const char *kid) {
 // One JWK. The loader reads "crv", "x", "y" and "d" only, and reads a member that is not a string (null,
 // true, a number) from its JSON spelling: such a key is refused, as is an RSA or OKP key that would
 // otherwise pass for an EC one.
-bool loadJwkObject(ecckey::ClsJsonObject &jwk, EccKey &key, LogBase &log, std::string &error) {
+[[nodiscard]] bool loadJwkObject(ecckey::ClsJsonObject &jwk, EccKey &key, LogBase &log, std::string &error) {
     ecckey::LogNull quiet;
     if (!isEcJwk(jwk)) {
         StringBuffer kty;
-        jwk.sbOfPathUtf8("kty", kty, quiet);
+        // Without a kty the message names none.
+        (void)jwk.sbOfPathUtf8("kty", kty, quiet);
         const std::string name = quotedName(kty.getString());
         error = "the JWK is not an EC key" + (name.empty() ? std::string() : " (kty" + name + ")");
         return false;
@@ -193,8 +197,8 @@ bool loadJwkObject(ecckey::ClsJsonObject &jwk, EccKey &key, LogBase &log, std::s
 }
 
 // From a JWK Set ({"keys": [...]}), its one EC key, or the EC key whose "kid" is kid.
-bool selectFromJwkSet(const ecckey::ClsJsonObject &set, const char *kid, ecckey::ClsJsonObject &jwk,
-                      LogBase &log, std::string &error) {
+[[nodiscard]] bool selectFromJwkSet(const ecckey::ClsJsonObject &set, const char *kid,
+                                    ecckey::ClsJsonObject &jwk, LogBase &log, std::string &error) {
     const int numKeys = set.sizeOfArrayAt("keys");
     int numEcKeys = 0;
     int chosen = -1;
@@ -220,7 +224,7 @@ bool selectFromJwkSet(const ecckey::ClsJsonObject &set, const char *kid, ecckey:
     return false;
 }
 
-bool loadJwk(const char *text, const char *kid, EccKey &key, LogBase &log, std::string &error) {
+[[nodiscard]] bool loadJwk(const char *text, const char *kid, EccKey &key, LogBase &log, std::string &error) {
     ecckey::ClsJsonObject json;
     if (!json.load(text, log)) {
         error = "cannot parse the JSON key";
@@ -252,7 +256,8 @@ std::string sshComment(const char *afterKey) {
 
 // "ecdsa-sha2-ID BASE64 [comment]": the blob holds the key type again, the curve identifier and the
 // X9.63 point, and nothing after them.
-bool loadSshLine(const char *text, EccKey &key, LogBase &log, std::string &error, std::string &comment) {
+[[nodiscard]] bool loadSshLine(const char *text, EccKey &key, LogBase &log, std::string &error,
+                               std::string &comment) {
     const char *p = text;
     const char *typeEnd = p;
     while (*typeEnd != '\0' && !isSpace(*typeEnd))
@@ -312,7 +317,7 @@ StringBuffer *rawHexField(RawHexFields &fields, const char *name, std::size_t na
 
 // Fails on a line without a known name and colon, or a name given twice; the message gives the line
 // number only, since a line may hold a private scalar.
-bool parseRawHex(const char *text, RawHexFields &fields, std::string &error) {
+[[nodiscard]] bool parseRawHex(const char *text, RawHexFields &fields, std::string &error) {
     int lineNumber = 0;
     for (const char *line = text; *line != '\0';) {
         ++lineNumber;
@@ -330,7 +335,10 @@ bool parseRawHex(const char *text, RawHexFields &fields, std::string &error) {
                         " of the raw-hex key is not curve:, private: or public:";
                 return false;
             }
-            field->append(colon + 1, (unsigned)(end - colon - 1));
+            if (!field->append(colon + 1, (unsigned)(end - colon - 1))) {
+                error = "out of memory";
+                return false;
+            }
             field->trim2();
         }
         line = *end == '\n' ? end + 1 : end;
@@ -344,7 +352,7 @@ bool parseRawHex(const char *text, RawHexFields &fields, std::string &error) {
 
 // A compressed point made whole on the curve named (a curve the catalogue does not know is left to the
 // loader to refuse); any other point is left as it is.
-bool makeWhole(const char *curveName, DataBuffer &point, std::string &error) {
+[[nodiscard]] bool makeWhole(const char *curveName, DataBuffer &point, std::string &error) {
     ecckey::EccCurve curve;
     ecckey::LogNull quiet;
     DataBuffer whole;
@@ -356,7 +364,7 @@ bool makeWhole(const char *curveName, DataBuffer &point, std::string &error) {
     return true;
 }
 
-bool loadRawHex(const char *text, EccKey &key, LogBase &log, std::string &error) {
+[[nodiscard]] bool loadRawHex(const char *text, EccKey &key, LogBase &log, std::string &error) {
     RawHexFields fields;
     if (!parseRawHex(text, fields, error))
         return false;
@@ -389,7 +397,7 @@ bool loadRawHex(const char *text, EccKey &key, LogBase &log, std::string &error)
 
 // A bare hexadecimal string: an X9.63 point of 65, 97 or 133 bytes (compressed: 33, 49 or 67), or a
 // scalar of 32, 48 or 66 bytes.
-bool loadBareHex(const char *text, EccKey &key, LogBase &log, std::string &error) {
+[[nodiscard]] bool loadBareHex(const char *text, EccKey &key, LogBase &log, std::string &error) {
     DataBuffer bytes;
     bytes.setSensitive();
     if (!bytes.appendEncoded(text, "hex")) {
@@ -412,7 +420,7 @@ bool loadBareHex(const char *text, EccKey &key, LogBase &log, std::string &error
     return true;
 }
 
-bool onlyHex(const char *text) {
+[[nodiscard]] bool onlyHex(const char *text) {
     bool any = false;
     for (const char *p = text; *p != '\0'; ++p) {
         if (isSpace(*p))
@@ -424,7 +432,8 @@ bool onlyHex(const char *text) {
     return any;
 }
 
-bool loadText(const char *text, EccKey &key, LogBase &log, std::string &error, KeyFileInfo &info) {
+[[nodiscard]] bool loadText(const char *text, EccKey &key, LogBase &log, std::string &error,
+                            KeyFileInfo &info) {
     std::string &format = info.format;
     const char *start = skipSpace(text);
     if (isPuttyKeyFile(start)) {

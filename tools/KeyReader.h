@@ -37,12 +37,13 @@ struct KeyFileInfo {
 // how many it holds. A JWK member the loader reads (crv, x, y, d) must be a JSON string. False with a message
 // in error (the module's reasons in log); the key is then unusable. Messages quote no part of the content but
 // a short name (a PEM label, an SSH key type), since anything longer could be key material.
-bool loadKey(const ecckey::DataBuffer &content, ecckey::EccKey &key, ecckey::LogBase &log, std::string &error,
-             KeyFileInfo *info = nullptr);
+[[nodiscard]] bool loadKey(const ecckey::DataBuffer &content, ecckey::EccKey &key, ecckey::LogBase &log,
+                           std::string &error, KeyFileInfo *info = nullptr);
 
 // The passphrase of info.passin, for an encrypted key file; without --passin, false with a message that
 // asks for it.
-bool passphraseFor(const KeyFileInfo &info, ecckey::StringBuffer &passphrase, std::string &error);
+[[nodiscard]] bool passphraseFor(const KeyFileInfo &info, ecckey::StringBuffer &passphrase,
+                                 std::string &error);
 
 // A name read from a key file (a PEM label, an SSH key type, a JWK kty), as a message may quote it: a
 // space and the name in quotes when it is at most 40 letters, digits, spaces and "-._@", as such names
@@ -50,12 +51,12 @@ bool passphraseFor(const KeyFileInfo &info, ecckey::StringBuffer &passphrase, st
 std::string quotedName(const std::string &name);
 
 // Reads path ("-" for standard input) and loads it with loadKey. Messages name the file.
-bool readKeyFile(const char *path, ecckey::EccKey &key, ecckey::LogBase &log, std::string &error,
-                 KeyFileInfo *info = nullptr);
+[[nodiscard]] bool readKeyFile(const char *path, ecckey::EccKey &key, ecckey::LogBase &log,
+                               std::string &error, KeyFileInfo *info = nullptr);
 
 // Checks a loaded key with the library's checkPublicKey and, for a private key, checkPrivateKey. The
 // loaders trust the point a file carries; a point off the curve handed to ECDH or verification gives
 // answers about another curve. False with a message in error (the reason in log).
-bool checkKey(ecckey::EccKey &key, ecckey::LogBase &log, std::string &error);
+[[nodiscard]] bool checkKey(ecckey::EccKey &key, ecckey::LogBase &log, std::string &error);
 
 }  // namespace ecckey_cli

@@ -28,7 +28,7 @@ bool encodeInto(const _tvAsn1 &root, DataBuffer &der, ecckey::LogBase &log) {
 }
 
 // Part index of holder, an OCTET STRING, zero-extended on the left to len bytes.
-bool zeroExtendOctets(_tvAsn1 &holder, int index, unsigned len) {
+[[nodiscard]] bool zeroExtendOctets(_tvAsn1 &holder, int index, unsigned len) {
     const _tvAsn1 *octets = holder.getAsnPart(index);
     DataBuffer content;
     if (octets == nullptr || !octets->isOctetString() || !octets->getAsnContent(content))

@@ -32,7 +32,7 @@ char *optionValue(const char *option, char *arg, char *next) {
 }
 
 // The first line of the content, without its line end ("\n" or "\r\n").
-bool firstLine(const ecckey::DataBuffer &content, StringBuffer &line) {
+[[nodiscard]] bool firstLine(const ecckey::DataBuffer &content, StringBuffer &line) {
     const char *text = reinterpret_cast<const char *>(content.getData2());
     unsigned len = 0;
     while (len < content.getSize() && text[len] != '\n' && text[len] != '\0')
@@ -44,7 +44,8 @@ bool firstLine(const ecckey::DataBuffer &content, StringBuffer &line) {
 
 }  // namespace
 
-void takePassphraseArguments(int argc, char **argv) {
+bool takePassphraseArguments(int argc, char **argv) {
+    bool ok = true;
     for (int i = 0; i < argc && std::strcmp(argv[i], "--") != 0; ++i) {
         for (TakenPassphrase &taken : s_taken) {
             char *value = optionValue(taken.option, argv[i], i + 1 < argc ? argv[i + 1] : nullptr);
@@ -52,11 +53,12 @@ void takePassphraseArguments(int argc, char **argv) {
                 continue;
             char *text = value + 5;
             taken.text.secureClear();
-            taken.text.append(text);
+            ok = taken.text.append(text) && ok;
             taken.taken = true;
             explicit_bzero(text, std::strlen(text));
         }
     }
+    return ok;
 }
 
 bool readPassphrase(const char *option, const char *source, StringBuffer &passphrase, std::string &error) {

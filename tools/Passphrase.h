@@ -15,13 +15,14 @@ namespace ecckey_cli {
 
 // Copies the TEXT of every --passin or --passout pass:TEXT argument (also --passin=pass:TEXT) into a
 // wiping store and overwrites it in argv, which leaves "pass:" there. Call before anything copies argv.
-void takePassphraseArguments(int argc, char **argv);
+// False when memory is short for a copy; every such argument is overwritten all the same.
+[[nodiscard]] bool takePassphraseArguments(int argc, char **argv);
 
 // Reads the passphrase that source (the value of option, "--passin" or "--passout") names into passphrase:
 // pass:TEXT the text (from the store when takePassphraseArguments took it), env:VAR the variable's value,
 // file:PATH the first line of the file without its line end. False with a message in error for another
 // form, a variable that is not set or a file that cannot be read.
-bool readPassphrase(const char *option, const char *source, ecckey::StringBuffer &passphrase,
-                    std::string &error);
+[[nodiscard]] bool readPassphrase(const char *option, const char *source, ecckey::StringBuffer &passphrase,
+                                  std::string &error);
 
 }  // namespace ecckey_cli

@@ -64,7 +64,7 @@ bool readHeader(const char *&text, const char *name, std::string &value) {
     return true;
 }
 
-bool readNumber(const char *&text, const char *name, unsigned long max, unsigned long &value) {
+[[nodiscard]] bool readNumber(const char *&text, const char *name, unsigned long max, unsigned long &value) {
     std::string digits;
     if (!readHeader(text, name, digits) || digits.empty() || digits.size() > 10 ||
         digits.find_first_not_of("0123456789") != std::string::npos)
@@ -75,7 +75,7 @@ bool readNumber(const char *&text, const char *name, unsigned long max, unsigned
 
 // "NAME-Lines: N" and N lines of base64, decoded into out. The text is kept in a wiping buffer: the private
 // lines of an unencrypted file are the key.
-bool readLines(const char *&text, const char *name, DataBuffer &out) {
+[[nodiscard]] bool readLines(const char *&text, const char *name, DataBuffer &out) {
     unsigned long numLines = 0;
     if (!readNumber(text, name, kMaxLines, numLines))
         return false;
@@ -91,7 +91,7 @@ bool readLines(const char *&text, const char *name, DataBuffer &out) {
     return out.appendEncoded(base64.getString(), "base64");
 }
 
-bool parsePuttyFile(const char *text, PuttyFile &file) {
+[[nodiscard]] bool parsePuttyFile(const char *text, PuttyFile &file) {
     std::string salt;
     std::string mac;
     const char *p = text;
@@ -127,7 +127,8 @@ struct PuttyKeys {
     DataBuffer macKey;
 };
 
-bool sha1Of(const char *prefix, unsigned prefixLen, const StringBuffer &passphrase, DataBuffer &out) {
+[[nodiscard]] bool sha1Of(const char *prefix, unsigned prefixLen, const StringBuffer &passphrase,
+                          DataBuffer &out) {
     unsigned char digest[SHA_DIGEST_LENGTH];
     EVP_MD_CTX *ctx = EVP_MD_CTX_new();
     const bool ok = ctx != nullptr && EVP_DigestInit_ex(ctx, EVP_sha1(), nullptr) == 1 &&
@@ -141,7 +142,7 @@ bool sha1Of(const char *prefix, unsigned prefixLen, const StringBuffer &passphra
 
 // Version 2: key = SHA-1(0 || passphrase) || SHA-1(1 || passphrase), cut to 32 bytes, with a zero IV;
 // MAC key = SHA-1("putty-private-key-file-mac-key" || passphrase).
-bool deriveKeysV2(const StringBuffer &passphrase, PuttyKeys &keys) {
+[[nodiscard]] bool deriveKeysV2(const StringBuffer &passphrase, PuttyKeys &keys) {
     static const char kCounter0[4] = {0, 0, 0, 0};
     static const char kCounter1[4] = {0, 0, 0, 1};
     static const char kMacText[] = "putty-private-key-file-mac-key";
@@ -152,7 +153,7 @@ bool deriveKeysV2(const StringBuffer &passphrase, PuttyKeys &keys) {
 }
 
 // Version 3: Argon2 output of 80 bytes gives key, IV and MAC key in that order.
-bool deriveKeysV3(const PuttyFile &file, const StringBuffer &passphrase, PuttyKeys &keys) {
+[[nodiscard]] bool deriveKeysV3(const PuttyFile &file, const StringBuffer &passphrase, PuttyKeys &keys) {
     argon2_type type = Argon2_id;
     if (file.kdf == "Argon2d")
         type = Argon2_d;
@@ -173,7 +174,7 @@ bool deriveKeysV3(const PuttyFile &file, const StringBuffer &passphrase, PuttyKe
 }
 
 // AES-256-CBC without padding, in place: the blob is padded to the block by the writer.
-bool decryptBlob(const PuttyKeys &keys, DataBuffer &blob) {
+[[nodiscard]] bool decryptBlob(const PuttyKeys &keys, DataBuffer &blob) {
     EVP_CIPHER_CTX *ctx = EVP_CIPHER_CTX_new();
     int len = 0;
     const int size = (int)blob.getSize();
@@ -188,7 +189,7 @@ bool decryptBlob(const PuttyKeys &keys, DataBuffer &blob) {
 }
 
 // HMAC over string(type), string(encryption), string(comment), string(public blob), string(private blob).
-bool computeMac(int version, const PuttyFile &file, const DataBuffer &macKey, DataBuffer &mac) {
+[[nodiscard]] bool computeMac(int version, const PuttyFile &file, const DataBuffer &macKey, DataBuffer &mac) {
     DataBuffer data;
     data.setSensitive();
     unsigned char digest[EVP_MAX_MD_SIZE];
@@ -207,7 +208,7 @@ bool computeMac(int version, const PuttyFile &file, const DataBuffer &macKey, Da
 }
 
 // Decrypts the private blob when the file is encrypted and checks the MAC.
-bool unlockPuttyFile(PuttyFile &file, KeyFileInfo &info, std::string &error) {
+[[nodiscard]] bool unlockPuttyFile(PuttyFile &file, KeyFileInfo &info, std::string &error) {
     const bool encrypted = file.encryption != "none";
     if (encrypted && file.encryption != "aes256-cbc") {
         error = "the PuTTY key's encryption" + quotedName(file.encryption) + " is not known";
@@ -234,7 +235,7 @@ bool unlockPuttyFile(PuttyFile &file, KeyFileInfo &info, std::string &error) {
 }
 
 // Appends "NAME-Lines: N" and the base64 of blob in lines of 64 characters.
-bool appendLines(const char *name, const DataBuffer &blob, StringBuffer &text) {
+[[nodiscard]] bool appendLines(const char *name, const DataBuffer &blob, StringBuffer &text) {
     StringBuffer base64;
     if (!blob.encodeDB("base64", base64))
         return false;
@@ -307,8 +308,7 @@ bool writePuttyKey(ecckey::EccKey &key, DataBuffer &out, ecckey::LogBase &log, s
               text.append("\nEncryption: none\nComment: \n") &&
               appendLines("Public-Lines", file.publicBlob, text) &&
               appendLines("Private-Lines", file.privateBlob, text) && text.append("Private-MAC: ");
-    if (ok)
-        DataBuffer::toHexString2(mac.getData2(), mac.getSize(), false, text);
+    ok = ok && DataBuffer::toHexString2(mac.getData2(), mac.getSize(), false, text);
     return ok && text.appendChar('\n') && out.append(text);
 }
 

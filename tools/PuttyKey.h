@@ -23,15 +23,16 @@ namespace ecckey_cli {
 struct KeyFileInfo;
 
 // True when text starts as a PuTTY key file does.
-bool isPuttyKeyFile(const char *text);
+[[nodiscard]] bool isPuttyKeyFile(const char *text);
 
 // Loads the key of a .ppk file: its MAC must check out (with the passphrase of info's --passin for an
 // encrypted file) and the public blob must be the private key's. False with a message in error.
-bool loadPuttyKey(const char *text, ecckey::EccKey &key, ecckey::LogBase &log, std::string &error,
-                  KeyFileInfo &info);
+[[nodiscard]] bool loadPuttyKey(const char *text, ecckey::EccKey &key, ecckey::LogBase &log,
+                                std::string &error, KeyFileInfo &info);
 
 // Appends the private key as an unencrypted version 3 .ppk file with an empty comment. False when the
 // library fails or its curve has no name PuTTY's key type could carry.
-bool writePuttyKey(ecckey::EccKey &key, ecckey::DataBuffer &out, ecckey::LogBase &log, std::string &error);
+[[nodiscard]] bool writePuttyKey(ecckey::EccKey &key, ecckey::DataBuffer &out, ecckey::LogBase &log,
+                                 std::string &error);
 
 }  // namespace ecckey_cli

@@ -11,7 +11,7 @@ namespace {
 
 // True when the library's last word, data items aside, was an error: the failure being reported is then
 // the library's, and -v shows its reasons. (Its logs also hold errors it recovers from.)
-bool libraryFailedLast(const ecckey::LogRecorder &log) {
+[[nodiscard]] bool libraryFailedLast(const ecckey::LogRecorder &log) {
     const std::vector<ecckey::LogRecorder::Entry> &entries = log.entries();
     for (auto it = entries.rbegin(); it != entries.rend(); ++it) {
         if (it->kind != ecckey::LogRecorder::Kind::Data)
@@ -24,7 +24,9 @@ bool libraryFailedLast(const ecckey::LogRecorder &log) {
 
 Session::Session(bool verbose) : m_verbose(verbose) {
     m_log.m_verbose = verbose;
-    m_log.m_options.setString(kWriterOptions);
+    // A constructor cannot report failure; without the options the writers emit the library's defaults,
+    // which are valid encodings too.
+    (void)m_log.m_options.setString(kWriterOptions);
 }
 
 int Session::fail(const std::string &message) {

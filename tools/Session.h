@@ -23,12 +23,12 @@ class Session {
     explicit Session(bool verbose);
 
     ecckey::LogRecorder &log() { return m_log; }
-    bool verbose() const { return m_verbose; }
+    [[nodiscard]] bool verbose() const { return m_verbose; }
 
     // Prints "ecckey: message" on standard error, and with -v the whole log. Returns kExitError.
-    int fail(const std::string &message);
+    [[nodiscard]] int fail(const std::string &message);
     // With -v, prints the log tree on standard error. Returns exitCode.
-    int finish(int exitCode);
+    [[nodiscard]] int finish(int exitCode);
 
   private:
     ecckey::LogRecorder m_log;

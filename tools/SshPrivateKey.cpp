@@ -24,7 +24,7 @@ const char kOpenSshMagic[] = "openssh-key-v1";
 // The private section is padded with 1, 2, 3, ... to a multiple of the cipher's block, 8 for "none".
 const unsigned kOpenSshBlockLen = 8;
 
-bool readUint32(const DataBuffer &blob, unsigned &offset, unsigned &value) {
+[[nodiscard]] bool readUint32(const DataBuffer &blob, unsigned &offset, unsigned &value) {
     if (blob.getSize() < 4 || offset > blob.getSize() - 4)
         return false;
     const unsigned char *p = blob.getData2() + offset;
@@ -34,8 +34,8 @@ bool readUint32(const DataBuffer &blob, unsigned &offset, unsigned &value) {
 }
 
 // The private section: checkint, checkint, key type, curve identifier, point, mpint d, comment, padding.
-bool loadPrivateSection(const DataBuffer &section, ecckey::EccKey &key, ecckey::LogBase &log,
-                        std::string &error) {
+[[nodiscard]] bool loadPrivateSection(const DataBuffer &section, ecckey::EccKey &key, ecckey::LogBase &log,
+                                      std::string &error) {
     unsigned offset = 0;
     unsigned check1 = 0;
     unsigned check2 = 1;

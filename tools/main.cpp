@@ -132,7 +132,7 @@ void printCommandHelp(const Command &command, std::FILE *out) {
 }
 
 // "--help" or "-h" among the arguments, before any "--".
-bool asksForHelp(int argc, char **argv) {
+[[nodiscard]] bool asksForHelp(int argc, char **argv) {
     for (int i = 0; i < argc && std::strcmp(argv[i], "--") != 0; ++i) {
         if (std::strcmp(argv[i], "--help") == 0 || std::strcmp(argv[i], "-h") == 0)
             return true;
@@ -176,6 +176,9 @@ int main(int argc, char **argv) {
         return kExitOk;
     }
     s_commandName = command->name;
-    takePassphraseArguments(argc - 2, argv + 2);
+    if (!takePassphraseArguments(argc - 2, argv + 2)) {
+        std::fprintf(stderr, "ecckey: out of memory\n");
+        return kExitError;
+    }
     return command->run(argc - 2, argv + 2);
 }

@@ -31,8 +31,8 @@ TEST_P(ArithAlloc, MultiplicationsAllocateOnlyForSetUp) {
     ASSERT_TRUE(curve.load(GetParam().nid));
     TestPrng prng(testSeed() ^ (std::uint64_t)GetParam().nid);
     mp_int one, three, k, u1, u2;
-    TovarMp::mp_set(one, 1);
-    TovarMp::mp_set(three, 3);
+    EXPECT_EQ(0, TovarMp::mp_set(one, 1));
+    EXPECT_EQ(0, TovarMp::mp_set(three, 3));
     for (mp_int *v : {&k, &u1, &u2})
         mpOf(randomScalar(GetParam(), prng).get(), *v);
     EccPoint R, Q;

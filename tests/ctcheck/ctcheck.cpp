@@ -166,8 +166,10 @@ class SecretPrng : public _tvPrng {
   public:
     bool genRandom(unsigned count, DataBuffer &out, LogBase &) override {
         const unsigned start = out.getSize();
-        for (unsigned i = 0; i < count; ++i)
-            out.appendChar((char)nextWord());
+        for (unsigned i = 0; i < count; ++i) {
+            if (!out.appendChar((char)nextWord()))
+                return false;
+        }
         VALGRIND_MAKE_MEM_UNDEFINED(out.getDataMutable() + start, count);
         return true;
     }
@@ -179,7 +181,8 @@ class SecretPrng : public _tvPrng {
 // itself; here they are checked natively: the signatures verify and both sides agree on the secret.
 bool keyOperations(const char *name) {
     LogNull log, uniform;
-    uniform.m_options.setString(EccKey::kOptDrawUniform);
+    if (!uniform.m_options.setString(EccKey::kOptDrawUniform))
+        return false;
     SecretPrng prng;
     EccKey key, peer, loaded;
     const unsigned char hash[32] = {0x5C, 0x11, 0xE7};

@@ -68,8 +68,8 @@ void watchTexts(const Bytes &be) {
         for (const char *encoding : {"base64", "base64url"}) {
             DataBuffer run;
             StringBuffer text;
-            run.append(be.data() + k, 15);
-            run.encodeDB(encoding, text);
+            EXPECT_TRUE(run.append(be.data() + k, 15));
+            EXPECT_TRUE(run.encodeDB(encoding, text));
             g_patterns.push_back(
                 {std::string(text.getString(), 20), std::string("scalar (") + encoding + ")"});
         }
@@ -165,7 +165,7 @@ class Hygiene : public ::testing::TestWithParam<std::tuple<CurveInfo, Row>> {
     bool generate(const char *options) {
         EccKey k;
         LogNull withOptions;
-        withOptions.m_options.setString(options);
+        EXPECT_TRUE(withOptions.m_options.setString(options));
         DataBuffer scalar;
         scalar.setSensitive();
         const bool ok = k.generateNewKey(StringBuffer(curve.name), prng, withOptions) &&
@@ -175,8 +175,8 @@ class Hygiene : public ::testing::TestWithParam<std::tuple<CurveInfo, Row>> {
     // Both loaders mark their input sensitive themselves: the copies here are left unmarked on purpose.
     bool loadsDer(const DataBuffer &der) {
         DataBuffer input, copy;
-        input.append(der);
-        copy.append(der);
+        EXPECT_TRUE(input.append(der));
+        EXPECT_TRUE(copy.append(der));
         const bool checked = EccKey().loadEccDerChecked(copy, log);
         return EccKey().loadEccDer(input, log) && checked;
     }
@@ -197,7 +197,7 @@ class Hygiene : public ::testing::TestWithParam<std::tuple<CurveInfo, Row>> {
     // becomes 02: a compressed form the reader refuses after it has read d.
     DataBuffer spoilt(bool pkcs8) {
         LogNull options;
-        options.m_options.setString("EMIT_ECC_PKCS1_PUBKEY");
+        EXPECT_TRUE(options.m_options.setString("EMIT_ECC_PKCS1_PUBKEY"));
         DataBuffer o;
         EXPECT_TRUE(pkcs8 ? key->toEccPkcs8PrivateKeyDer(o, options)
                           : key->toEccPkcs1PrivateKeyDer(o, options));
@@ -211,12 +211,12 @@ class Hygiene : public ::testing::TestWithParam<std::tuple<CurveInfo, Row>> {
         DataBuffer blob, q;
         EXPECT_TRUE(key->exportEccPoint(q, log));
         if (dLen == d.size()) {
-            blob.append("\0\0\0\x08nistp256\0\0\0\x08nistp256", 24);
-            blob.appendUint32_be(q.getSize());
-            blob.append(q);
+            EXPECT_TRUE(blob.append("\0\0\0\x08nistp256\0\0\0\x08nistp256", 24));
+            EXPECT_TRUE(blob.appendUint32_be(q.getSize()));
+            EXPECT_TRUE(blob.append(q));
         }
-        blob.appendUint32_be(dLen);
-        blob.append(d.data() + d.size() - dLen, dLen);  // not marked here: the loader marks it
+        EXPECT_TRUE(blob.appendUint32_be(dLen));
+        EXPECT_TRUE(blob.append(d.data() + d.size() - dLen, dLen));  // not marked here: the loader marks it
         q.getDataMutable()[0] = spoilPoint ? 0x02 : 0x04;
         return EccKey().loadPrivateFromPuttySsh(curve.name, q, blob, log);
     }
@@ -235,8 +235,8 @@ const Row kRows[] = {
     {"Control", true,
      [](Hygiene &t) {
          DataBuffer plain;  // not sensitive: growing it leaves a copy behind, as does the hex text's copy
-         plain.append(t.d.data(), (unsigned)t.d.size());
-         plain.append(t.queue.data(), (unsigned)t.queue.size());
+         EXPECT_TRUE(plain.append(t.d.data(), (unsigned)t.d.size()));
+         EXPECT_TRUE(plain.append(t.queue.data(), (unsigned)t.queue.size()));
          plain.secureClear();
          return !std::string(t.hex).empty();
      }},
@@ -277,8 +277,8 @@ const Row kRows[] = {
      [](Hygiene &t) {
          DataBuffer blob, read;  // read is left unmarked: the parser marks what it takes from a secret blob
          blob.setSensitive();
-         blob.appendUint32_be((unsigned)t.d.size());
-         blob.append(t.d.data(), (unsigned)t.d.size());
+         EXPECT_TRUE(blob.appendUint32_be((unsigned)t.d.size()));
+         EXPECT_TRUE(blob.append(t.d.data(), (unsigned)t.d.size()));
          unsigned offset = 0;
          return SshMessage::parseBinaryString(blob, offset, read, t.log) &&
                 read.equals(t.d.data(), (unsigned)t.d.size());
@@ -297,7 +297,7 @@ const Row kRows[] = {
      [](Hygiene &t) {
          DataBuffer raw;  // the caller's: marked as a careful caller would
          raw.setSensitive();
-         raw.append(t.d.data(), (unsigned)t.d.size());
+         EXPECT_TRUE(raw.append(t.d.data(), (unsigned)t.d.size()));
          const bool knownLength = raw.getSize() == 32 || raw.getSize() == 48 || raw.getSize() == 66;
          return EccKey().loadEccPrivateRaw(raw, isK1(t.curve), t.log) == knownLength;
      }},

@@ -6,6 +6,7 @@
 #include <openssl/bn.h>
 #include <openssl/ec.h>
 
+#include <cstdlib>
 #include <memory>
 #include <vector>
 
@@ -24,7 +25,8 @@ inline void mpOf(const BIGNUM *bn, ecckey::mp_int &out) {
     }
     std::vector<unsigned char> b((size_t)len);
     BN_bn2bin(bn, b.data());
-    ecckey::TovarMp::mpint_from_bytes(out, b.data(), (unsigned)b.size());
+    if (!ecckey::TovarMp::mpint_from_bytes(out, b.data(), (unsigned)b.size()))
+        std::abort();  // out of memory: nothing to measure or compare
 }
 
 // y² = x³ + ax + b over p, base point G of order n.
@@ -61,7 +63,8 @@ struct ArithCurve {
         mpOf(EC_GROUP_get0_order(group.get()), n);
         mpOf(gx, G.m_x);
         mpOf(gy, G.m_y);
-        ecckey::TovarMp::mp_set(G.m_z, 1);
+        if (ecckey::TovarMp::mp_set(G.m_z, 1) != 0)
+            std::abort();  // out of memory: nothing to measure or compare
         BN_copy(pm3, bp);
         BN_sub_word(pm3, 3);
         aIsMinus3 = BN_cmp(pm3, ba) == 0;

@@ -73,7 +73,7 @@ std::string hexOf(const Bytes &b) {
 
 std::string hexOf(const ecckey::mp_int &v) {
     ecckey::StringBuffer sb;
-    ecckey::TovarMp::mpint_to_hex(v, sb);
+    EXPECT_TRUE(ecckey::TovarMp::mpint_to_hex(v, sb));
     return sb.getString();
 }
 
@@ -90,7 +90,7 @@ Bytes toBytes(const ecckey::DataBuffer &db) {
 
 ecckey::DataBuffer toDb(const Bytes &b) {
     ecckey::DataBuffer db;
-    db.append(b.data(), (unsigned)b.size());
+    EXPECT_TRUE(db.append(b.data(), (unsigned)b.size()));
     return db;
 }
 
@@ -114,7 +114,7 @@ BnPtr bnOf(const Bytes &bigEndian) {
 
 BnPtr bnOf(const ecckey::mp_int &v) {
     ecckey::DataBuffer db;
-    ecckey::TovarMp::mpint_to_db(v, db);
+    EXPECT_TRUE(ecckey::TovarMp::mpint_to_db(v, db));
     return bnOf(toBytes(db));
 }
 
@@ -267,7 +267,7 @@ void loadInto(const Ossl &o, const CurveInfo &c, ecckey::EccKey &key, bool priva
 ::testing::AssertionResult sameKey(const ecckey::EccKey &key, const Ossl &o, const CurveInfo &c) {
     ecckey::DataBuffer q;
     ecckey::LogNull log;
-    key.exportEccPoint(q, log);
+    EXPECT_TRUE(key.exportEccPoint(q, log));
     Bytes d = o.d(0);
     BnPtr mine = bnOf(key.m_privKey);
     if (!key.m_curve.m_name.equals(c.name) || toBytes(q) != o.point() || !o.isOn(c) ||

@@ -42,9 +42,8 @@ std::vector<unsigned char> TestPrng::bytes(unsigned count) {
 bool ScriptedPrng::genRandom(unsigned count, ecckey::DataBuffer &out, ecckey::LogBase &) {
     ++m_calls;
     for (unsigned i = 0; i < count; ++i) {
-        if (m_queue.empty() && m_failWhenEmpty)
+        if ((m_queue.empty() && m_failWhenEmpty) || !out.appendChar(m_queue.empty() ? 0 : m_queue.front()))
             return false;
-        out.appendChar(m_queue.empty() ? 0 : m_queue.front());
         if (!m_queue.empty())
             m_queue.erase(m_queue.begin());
     }
