@@ -141,7 +141,8 @@ bool EccKey::toRawHex(StringBuffer &privHex, StringBuffer &pubHex, LogBase &log)
     // A public key has a zero scalar, which gives an all-zero private part.
     bool ok = appendLowerHex(m_privKey, m_curve.m_byteLen, privHex);
 
-    StringBuffer pub("04");
+    StringBuffer pub;  // appended, not constructed from "04": a constructor cannot report failure
+    ok = pub.append("04") && ok;
     ok = appendLowerHex(m_pubPoint.m_x, m_curve.m_byteLen, pub) && ok;
     ok = appendLowerHex(m_pubPoint.m_y, m_curve.m_byteLen, pub) && ok;
     ok = pubHex.append(pub) && ok;

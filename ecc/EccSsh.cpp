@@ -22,8 +22,8 @@ bool EccKey::puttyPublicKeyBlob(DataBuffer &out, LogBase &log) {
     out.clear();
     const char *curveId = m_curve.puttyCurveName();
 
-    StringBuffer keyType("ecdsa-sha2-");
-    if (!keyType.append(curveId) || !SshMessage::pack_string(keyType.getString(), out) ||
+    StringBuffer keyType;  // appended, not constructed from the prefix: a constructor cannot report failure
+    if (!keyType.append("ecdsa-sha2-") || !keyType.append(curveId) || !SshMessage::pack_string(keyType.getString(), out) ||
         !SshMessage::pack_string(curveId, out)) {
         log.logError("Out of memory writing the SSH key blob.");
         return false;
@@ -54,10 +54,8 @@ bool EccKey::calc_fingerprint(StringBuffer &out, LogBase &log) {
 
     unsigned char digest[16];
     FingerprintDigest md;
-    md.digestData(blob, digest);
-
     out.clear();
-    if (!out.append("ecdsa-sha2-") || !out.append(m_curve.puttyCurveName()) || !out.appendChar(' ') ||
+    if (!md.digestData(blob, digest) || !out.append("ecdsa-sha2-") || !out.append(m_curve.puttyCurveName()) || !out.appendChar(' ') ||
         !out.append(m_curve.m_byteLen * 8) || !out.appendChar(' ') ||
         !DataBuffer::toHexString2(digest, 16, true, out)) {
         out.clear();

@@ -245,8 +245,8 @@ bool DataBuffer::append(const void *bytes, unsigned count) {
 
 bool DataBuffer::append(const DataBuffer &other) {
     if (&other == this) {
-        DataBuffer copy(other);
-        return append(copy.m_data, copy.m_size);
+        DataBuffer copy(other);  // left empty when it cannot allocate: then nothing is appended
+        return copy.m_size == other.m_size && append(copy.m_data, copy.m_size);
     }
     return append(other.m_data, other.m_size);
 }

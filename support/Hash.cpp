@@ -69,14 +69,15 @@ FingerprintDigest::FingerprintDigest() = default;
 
 FingerprintDigest::~FingerprintDigest() = default;
 
-void FingerprintDigest::digestData(const DataBuffer &data, unsigned char out[16]) {
+bool FingerprintDigest::digestData(const DataBuffer &data, unsigned char out[16]) {
     static const unsigned char kEmpty = 0;
     const unsigned char *bytes = data.getSize() ? data.getData2() : &kEmpty;
     unsigned digestLen = 0;
-    // MD5 cannot fail short of memory exhaustion inside OpenSSL; a zero fingerprint is then the
-    // visible result rather than stale bytes.
-    if (EVP_Digest(bytes, data.getSize(), out, &digestLen, EVP_md5(), nullptr) != 1 || digestLen != 16)
-        OPENSSL_cleanse(out, 16);
+    // MD5 fails only when OpenSSL runs out of memory; out is then zeroed rather than left stale.
+    if (EVP_Digest(bytes, data.getSize(), out, &digestLen, EVP_md5(), nullptr) == 1 && digestLen == 16)
+        return true;
+    OPENSSL_cleanse(out, 16);
+    return false;
 }
 
 }  // namespace ecckey

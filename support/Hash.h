@@ -35,7 +35,8 @@ class FingerprintDigest {
     FingerprintDigest(const FingerprintDigest &) = delete;
     FingerprintDigest &operator=(const FingerprintDigest &) = delete;
 
-    void digestData(const DataBuffer &data, unsigned char out[16]);
+    // out = MD5(data). False, with out zeroed, when libcrypto fails (it runs out of memory).
+    [[nodiscard]] bool digestData(const DataBuffer &data, unsigned char out[16]);
 };
 
 }  // namespace ecckey
