@@ -18,11 +18,13 @@ enum HashAlg {
 
 class _tvHash {
   public:
-    // Appends the digest of data under hashAlg; false for an unknown identifier.
+    // Appends the digest of data under hashAlg. False, out unchanged and nothing logged, for an unknown
+    // identifier, null data with a non-zero size, a failing libcrypto call, or when memory is short.
     [[nodiscard]] static bool doHash(const void *data, unsigned size, int hashAlg, DataBuffer &out);
-    static unsigned hashLen(int hashAlg);  // 0 for an unknown identifier
-    // HMAC of data under key with the hash hashAlg; out receives hashLen(hashAlg) bytes. False for an
-    // unknown identifier or a failing libcrypto call (out is then zeroed). Holds no copy of the key.
+    static unsigned hashLen(int hashAlg);  // the digest length in bytes; 0 for an unknown identifier
+    // HMAC of data under key with the hash hashAlg into out, which receives hashLen(hashAlg) bytes. False
+    // for an unknown identifier, a null key or out, or null data with a non-zero length (out untouched),
+    // and for a failing libcrypto call (out zeroed). Holds no copy of the key.
     [[nodiscard]] static bool hmac(int hashAlg, const unsigned char *key, unsigned keyLen,
                                    const unsigned char *data, unsigned dataLen, unsigned char *out);
 };

@@ -18,13 +18,19 @@ class LogBase {
     LogBase() = default;
     virtual ~LogBase() = default;
 
+    // The three kinds of line a subclass writes: an error (why an operation failed), a note, and a
+    // name/value data item.
     virtual void logError(const char *text) = 0;
     virtual void logInfo(const char *text) = 0;
+    // Operations open a named context on entry and close it on return, innermost first (see
+    // LogContextExitor); ignored unless overridden.
     virtual void enterContext(const char *name) { (void)name; }
     virtual void leaveContext() {}
     virtual void logData(const char *name, const char *value) = 0;
 
-    // Data items: each writes one name/value line through logData.
+    // Data items: each writes one name/value line through logData. LogDataSb writes the text, LogDataLong
+    // and LogDataUint32 decimal, LogDataBool "true" or "false", LogDataHex the bytes in upper-case hex
+    // without separators (an empty value when memory is short).
     void LogDataSb(const char *name, const StringBuffer &value);
     void LogDataLong(const char *name, long value);
     void LogDataBool(const char *name, bool value);
@@ -33,11 +39,13 @@ class LogBase {
 
     // Verbose flag: data items that only matter when debugging are written when it is set.
     bool m_verbose = false;
-    // Option keywords that switch optional behaviours on (for example "EMIT_ECC_PKCS1_PUBKEY").
+    // Option keywords that switch optional behaviours on (for example "EMIT_ECC_PKCS1_PUBKEY"), separated
+    // by spaces; an operation looks for its keyword as a substring.
     StringBuffer m_options;
 };
 
-// Opens a named context for the lifetime of the object.
+// Opens a named context for the lifetime of the object: enterContext on construction, leaveContext on
+// destruction.
 class LogContextExitor {
   public:
     LogContextExitor(LogBase &log, const char *name) : m_log(log) { m_log.enterContext(name); }
@@ -49,6 +57,7 @@ class LogContextExitor {
     LogBase &m_log;
 };
 
+// Discards every line: for calls whose failures the caller reports in its own words.
 class LogNull : public LogBase {
   public:
     void logError(const char *) override {}
@@ -68,24 +77,30 @@ class LogRecorder : public LogBase {
         int depth;         // number of open contexts
     };
 
+    // Each line becomes one entry at the current path and depth (a null text or name is kept as "");
+    // enterContext records a Context entry at the parent's path, then opens the context. leaveContext
+    // closes the innermost one, and does nothing when none is open.
     void logError(const char *text) override;
     void logInfo(const char *text) override;
     void enterContext(const char *name) override;
     void leaveContext() override;
     void logData(const char *name, const char *value) override;
 
-    const std::vector<Entry> &entries() const { return m_entries; }
-    std::vector<std::string> errors() const;  // error texts, in order
+    const std::vector<Entry> &entries() const { return m_entries; }  // every entry, in order
+    std::vector<std::string> errors() const;                         // error texts, in order
+    // Whether an error (or note) line of exactly this text was written, at any path.
     [[nodiscard]] bool hasError(const char *text) const;
     [[nodiscard]] bool hasInfo(const char *text) const;
-    // Value of the last data item with this name; false when there is none.
+    // Value of the last data item with this name; false, value unchanged, when there is none.
     [[nodiscard]] bool dataValue(const char *name, std::string &value) const;
 
     void reset();  // forgets every entry and open context
 
-    // Everything as an indented tree (contexts open a level).
+    // Everything as an indented tree, two spaces per open context, one line per entry: "name:" for a
+    // context, "error: text", a note's text as it is, "name: value" for a data item.
     std::string toText() const;
-    // Error lines only, one per line, each prefixed by its context path.
+    // Error lines only, one per line, each prefixed by its context path and ": " (no prefix outside any
+    // context).
     std::string errorText() const;
 
   private:

@@ -12,8 +12,9 @@ class RefCountedObject {
     RefCountedObject(const RefCountedObject &) = delete;
     RefCountedObject &operator=(const RefCountedObject &) = delete;
 
-    void incRefCount() { ++m_refCount; }
-    // Drops one reference; the object deletes itself when none is left.
+    void incRefCount() { ++m_refCount; }  // one more reference, for a new holder
+    // Drops one reference; the object deletes itself when none is left. Not thread-safe: an object and
+    // its holders stay on one thread.
     void decRefCount();
 
   protected:
@@ -23,7 +24,7 @@ class RefCountedObject {
     int m_refCount = 1;
 };
 
-// Deletes the object it was given.
+// Deletes the object it was given (allocated with new; null is allowed) when it goes out of scope.
 template <typename T>
 class ObjectOwner {
   public:
@@ -32,11 +33,13 @@ class ObjectOwner {
     ObjectOwner(const ObjectOwner &) = delete;
     ObjectOwner &operator=(const ObjectOwner &) = delete;
 
+    // Deletes the object held and holds object instead.
     void set(T *object) {
         delete m_object;
         m_object = object;
     }
-    T *get() const { return m_object; }
+    T *get() const { return m_object; }  // borrowed; the owner still deletes it
+    // Gives the object back to the caller, who then deletes it; the owner then holds nothing.
     T *release() {
         T *o = m_object;
         m_object = nullptr;
@@ -47,7 +50,7 @@ class ObjectOwner {
     T *m_object;
 };
 
-// Drops one reference of the object it holds.
+// Drops the one reference it holds (null is allowed) when it goes out of scope.
 class RefCountedObjectOwner {
   public:
     explicit RefCountedObjectOwner(RefCountedObject *object = nullptr) : m_object(object) {}
@@ -58,6 +61,7 @@ class RefCountedObjectOwner {
     RefCountedObjectOwner(const RefCountedObjectOwner &) = delete;
     RefCountedObjectOwner &operator=(const RefCountedObjectOwner &) = delete;
 
+    // Drops the reference held and holds object's instead.
     void set(RefCountedObject *object) {
         if (m_object)
             m_object->decRefCount();
@@ -74,11 +78,13 @@ class RefCountedObjectOwner {
     RefCountedObject *m_object;
 };
 
-// Allocates a byte array; null on failure. Release with tvDeleteUnsignedChar or a ByteArrayOwner.
+// Allocates a byte array of count bytes (one byte for a count of 0), not initialised; null when memory is
+// short. Release with tvDeleteUnsignedChar, which does not zero it and accepts null, or a ByteArrayOwner.
 unsigned char *tvNewUnsignedChar(std::size_t count);
 void tvDeleteUnsignedChar(unsigned char *bytes);
 
-// Frees, after zeroing, a byte array from tvNewUnsignedChar.
+// Frees, after zeroing its first count bytes, a byte array from tvNewUnsignedChar (null is allowed) when it
+// goes out of scope.
 class ByteArrayOwner {
   public:
     ByteArrayOwner(unsigned char *bytes, std::size_t count) : m_bytes(bytes), m_count(count) {}

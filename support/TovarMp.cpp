@@ -295,8 +295,7 @@ int TovarMp::mp_montgomery_reduce(mp_int &x, const mp_int &m, MpDigit rho) {
     return usable(x, m) ? ::mp_montgomery_reduce(L(x), L(m), rho) : MP_MEM;
 }
 
-// Hexadecimal only ever arrives here from the catalogue and from tests; anything but a non-empty run of
-// hex digits (either case) is refused, a sign included.
+// Texts only ever arrive here from the catalogue and from tests, in hexadecimal: anything unusual is refused.
 bool TovarMp::mpint_from_radix(mp_int &a, const char *text, int radix) {
     if (!usable(a) || !text || !*text || radix < 2 || radix > 36)
         return false;
