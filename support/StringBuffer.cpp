@@ -20,6 +20,17 @@ StringBuffer::StringBuffer(const char *text) : StringBuffer() {
     (void)setString(text);
 }
 
+StringBuffer::StringBuffer(const StringBuffer &other)
+    : m_buf(other.m_buf), m_len(m_buf.getSize() == other.m_buf.getSize() ? other.m_len : 0) {}
+
+StringBuffer &StringBuffer::operator=(const StringBuffer &other) {
+    if (this != &other) {
+        m_buf = other.m_buf;
+        m_len = m_buf.getSize() == other.m_buf.getSize() ? other.m_len : 0;
+    }
+    return *this;
+}
+
 const char *StringBuffer::getString() const {
     return m_len ? reinterpret_cast<const char *>(m_buf.getData2()) : "";
 }
@@ -138,8 +149,9 @@ bool StringBuffer::replaceFirstOccurance(const char *find, const char *replaceme
            result.append(hit + std::strlen(find)) && setString(result);
 }
 
+// By length as well: a name read from an SSH blob may hold a NUL, and "name\0junk" is not "name".
 bool StringBuffer::equals(const char *text) const {
-    return text && std::strcmp(getString(), text) == 0;
+    return text && std::strlen(text) == m_len && std::memcmp(getString(), text, m_len) == 0;
 }
 
 bool StringBuffer::equals(const StringBuffer &other) const {

@@ -13,8 +13,9 @@ class StringBuffer {
     StringBuffer();  // empty
     // A copy of text; empty when text is null or memory is short (a constructor cannot report it).
     explicit StringBuffer(const char *text);
-    StringBuffer(const StringBuffer &other) = default;
-    StringBuffer &operator=(const StringBuffer &other) = default;
+    // Copies of other; empty when memory is short, never a length without its characters.
+    StringBuffer(const StringBuffer &other);
+    StringBuffer &operator=(const StringBuffer &other);
     ~StringBuffer() = default;
 
     // Replaces the text with a copy of text (or other). False for a null text, and when memory is short;
@@ -46,7 +47,8 @@ class StringBuffer {
     [[nodiscard]] bool replaceFirstOccurance(const char *find, const char *replacement, bool unused);
 
     // Comparisons, byte for byte, not constant time; each is false for a null text. equals(const char *)
-    // compares up to the first NUL; every text begins with and contains the empty text.
+    // also compares lengths, so a text holding a NUL never equals a shorter one; every text begins with
+    // and contains the empty text.
     [[nodiscard]] bool equals(const char *text) const;
     [[nodiscard]] bool equals(const StringBuffer &other) const;
     [[nodiscard]] bool beginsWith(const char *text) const;
