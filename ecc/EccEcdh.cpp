@@ -5,8 +5,6 @@
 // where a product at infinity yields x = 0 (an all-zero secret); the generic curves take the ladder for
 // secret scalars, where it fails. The x-coordinate is written from the digits straight into the output.
 
-#include <openssl/crypto.h>
-
 #include "ecc/EccKey.h"
 #include "ecc/arith/EccArith.h"
 #include "ecc/secp256k1/CurvePt.h"
@@ -14,6 +12,7 @@
 #include "support/DataBuffer.h"
 #include "support/LogBase.h"
 #include "support/TovarMp.h"
+#include "support/Wipe.h"
 
 namespace ecckey {
 
@@ -21,24 +20,21 @@ namespace {
 
 // S.X = x(d·Q) on secp256k1. Never fails; a value wider than 256 bits is not converted and acts as zero.
 void sharedXK(const mp_int &d, const EccPoint &Q, EccPoint &S) {
-    _tvUnsigned256 k;
+    // The scalar and the shared point stay on the stack otherwise.
+    Wiped<_tvUnsigned256> k;
     _tvUnsigned256 qx;
     _tvUnsigned256 qy;
-    mp_int_to_uint256(d, k);
+    mp_int_to_uint256(d, k.get());
     mp_int_to_uint256(Q.m_x, qx);
     mp_int_to_uint256(Q.m_y, qy);
 
     // Peer coordinates not below p are brought into the field by one masked subtraction of p.
-    _tvCurvePt R{FieldInt256(qx), FieldInt256(qy)};
-    R.z = _tvCurvePt::m_s_fiOne;
-    R.multiplyPt(k);
-    R.normalizePt();
-    ct::declassify(&R.x, sizeof R.x);  // the shared secret, handed to the caller
-    uint256_to_mp_int(R.x, S.m_x);
-
-    // The scalar and the shared point stay on the stack otherwise.
-    OPENSSL_cleanse(&k, sizeof k);
-    OPENSSL_cleanse(&R, sizeof R);
+    Wiped<_tvCurvePt> R(_tvCurvePt{FieldInt256(qx), FieldInt256(qy)});
+    R.get().z = _tvCurvePt::m_s_fiOne;
+    R.get().multiplyPt(k.get());
+    R.get().normalizePt();
+    ct::declassify(&R.get().x, sizeof R.get().x);  // the shared secret, handed to the caller
+    uint256_to_mp_int(R.get().x, S.m_x);
 }
 
 }  // namespace
@@ -97,7 +93,7 @@ bool EccKey::sharedSecret(EccKey &peer, DataBuffer &out, LogBase &log) {
     unsigned char x[66];
     const unsigned len = (unsigned)m_curve.m_byteLen;
     const bool ok = len <= sizeof x && TovarMp::mpint_to_fixed_bytes(S.m_x, x, len) && out.append(x, len);
-    ct::wipe(x, sizeof x);
+    wipe(x, sizeof x);
     return ok;
 }
 

@@ -5,8 +5,6 @@
 // ladder for secret scalars. The generic branch reduces a scalar that is not below n in place: callers that
 // store the key afterwards (key generation, the loaders) keep the reduced scalar.
 
-#include <openssl/crypto.h>
-
 #include "ecc/EccKey.h"
 #include "ecc/arith/EccArith.h"
 #include "ecc/arith/ScalarField.h"
@@ -14,6 +12,7 @@
 #include "support/ConstantTime.h"
 #include "support/LogBase.h"
 #include "support/TovarMp.h"
+#include "support/Wipe.h"
 
 namespace ecckey {
 
@@ -22,21 +21,18 @@ namespace {
 // Q = d·G on secp256k1. Never fails: a scalar wider than 256 bits is not converted and acts as zero,
 // which gives the canonical zero point (0, 1, 0); a scalar not below n is used as it stands.
 void derivePubKeyK(const mp_int &d, EccPoint &Q) {
-    _tvUnsigned256 k;
-    mp_int_to_uint256(d, k);
-
-    _tvCurvePt R = _tvCurvePt::m_s_G;
-    R.multiplyPt(k);
-    R.normalizePt();
-    ct::declassify(&R, sizeof R);  // the public key
-
-    uint256_to_mp_int(R.x, Q.m_x);
-    uint256_to_mp_int(R.y, Q.m_y);
-    uint256_to_mp_int(R.z, Q.m_z);
-
     // The scalar and the point it produced stay on the stack otherwise.
-    OPENSSL_cleanse(&k, sizeof k);
-    OPENSSL_cleanse(&R, sizeof R);
+    Wiped<_tvUnsigned256> k;
+    mp_int_to_uint256(d, k.get());
+
+    Wiped<_tvCurvePt> R(_tvCurvePt::m_s_G);
+    R.get().multiplyPt(k.get());
+    R.get().normalizePt();
+    ct::declassify(&R.get(), sizeof R.get());  // the public key
+
+    uint256_to_mp_int(R.get().x, Q.m_x);
+    uint256_to_mp_int(R.get().y, Q.m_y);
+    uint256_to_mp_int(R.get().z, Q.m_z);
 }
 
 }  // namespace

@@ -21,6 +21,7 @@
 #include "support/Prng.h"
 #include "support/SshMessage.h"
 #include "support/TovarMp.h"
+#include "support/Wipe.h"
 
 namespace ecckey {
 
@@ -155,12 +156,10 @@ bool seedDeterministicNonce(const EccKey &key, const unsigned char *hash, unsign
         return false;
     }
     // A scalar longer than n is refused by the range test as all ones would be.
-    unsigned char d[DeterministicNonce::kMaxOrderLen];
-    if (!TovarMp::mpint_to_fixed_bytes(key.m_privKey, d, order.getSize()))
-        std::memset(d, 0xFF, sizeof d);
-    const bool seeded = nonce.seed(order.getData2(), order.getSize(), d, hash, hashLen, log);
-    OPENSSL_cleanse(d, sizeof d);
-    return seeded;
+    Wiped<unsigned char[DeterministicNonce::kMaxOrderLen]> d;
+    if (!TovarMp::mpint_to_fixed_bytes(key.m_privKey, d.get(), order.getSize()))
+        std::memset(d.get(), 0xFF, sizeof d.get());
+    return nonce.seed(order.getData2(), order.getSize(), d.get(), hash, hashLen, log);
 }
 
 }  // namespace

@@ -1,11 +1,10 @@
-// Helpers for masks, wiping and declassifying, shared by the fixed-width code: the secp256k1 engine, the
+// Helpers for masks and declassifying, shared by the fixed-width code: the secp256k1 engine, the
 // generic curves' field and scalars (ecc/arith/) and the conversions of secrets to and from mp_int
 // (support/TovarMp.cpp). Internal to the library.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 #if __has_include(<valgrind/memcheck.h>)
 #include <valgrind/memcheck.h>
@@ -56,13 +55,6 @@ template <class T>
 inline T declassified(T v) {
     declassify(&v, sizeof v);
     return v;
-}
-
-// Zeroes a temporary that held secret-dependent values; the barrier keeps the store from being elided
-// as dead.
-inline void wipe(void *p, std::size_t len) {
-    std::memset(p, 0, len);
-    __asm__ __volatile__("" : : "r"(p) : "memory");
 }
 
 }  // namespace ct

@@ -2,8 +2,6 @@
 // freed (a JWK carries its private scalar as text).
 #include "support/JsonObject.h"
 
-#include <openssl/crypto.h>
-
 #include <cstdint>
 #include <cstring>
 #include <map>
@@ -14,6 +12,7 @@
 
 #include "support/LogBase.h"
 #include "support/StringBuffer.h"
+#include "support/Wipe.h"
 
 namespace ecckey {
 
@@ -28,7 +27,7 @@ struct WipingAllocator {
     WipingAllocator(const WipingAllocator<U> &) noexcept {}
     T *allocate(std::size_t n) { return std::allocator<T>().allocate(n); }
     void deallocate(T *p, std::size_t n) noexcept {
-        OPENSSL_cleanse(p, n * sizeof(T));
+        wipe(p, n * sizeof(T));
         std::allocator<T>().deallocate(p, n);
     }
 };

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "support/DataBuffer.h"
+#include "support/Wipe.h"
 
 namespace ecckey_cli {
 
@@ -63,7 +64,7 @@ bool readAll(int fd, const char *path, ecckey::DataBuffer &out, std::string &err
             break;
         }
     }
-    explicit_bzero(chunk, sizeof chunk);
+    ecckey::wipe(chunk, sizeof chunk);
     return ok;
 }
 

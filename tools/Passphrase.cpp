@@ -6,6 +6,7 @@
 #include "FileIo.h"
 #include "support/DataBuffer.h"
 #include "support/StringBuffer.h"
+#include "support/Wipe.h"
 
 namespace ecckey_cli {
 
@@ -54,7 +55,7 @@ void takePassphraseArguments(int argc, char **argv) {
             taken.text.secureClear();
             taken.text.append(text);
             taken.taken = true;
-            explicit_bzero(text, std::strlen(text));
+            ecckey::wipe(text, std::strlen(text));
         }
     }
 }

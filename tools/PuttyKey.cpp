@@ -15,6 +15,7 @@
 #include "ecc/EccKey.h"
 #include "support/LogBase.h"
 #include "support/SshMessage.h"
+#include "support/Wipe.h"
 
 namespace ecckey_cli {
 
@@ -135,7 +136,7 @@ bool sha1Of(const char *prefix, unsigned prefixLen, const StringBuffer &passphra
                     EVP_DigestUpdate(ctx, passphrase.getString(), passphrase.getSize()) == 1 &&
                     EVP_DigestFinal_ex(ctx, digest, nullptr) == 1 && out.append(digest, sizeof digest);
     EVP_MD_CTX_free(ctx);
-    OPENSSL_cleanse(digest, sizeof digest);
+    ecckey::wipe(digest, sizeof digest);
     return ok;
 }
 
@@ -168,7 +169,7 @@ bool deriveKeysV3(const PuttyFile &file, const StringBuffer &passphrase, PuttyKe
                     keys.cipherKey.append(derived, kCipherKeyLen) &&
                     keys.iv.append(derived + kCipherKeyLen, kIvLen) &&
                     keys.macKey.append(derived + kCipherKeyLen + kIvLen, kMacKeyLenV3);
-    OPENSSL_cleanse(derived, sizeof derived);
+    ecckey::wipe(derived, sizeof derived);
     return ok;
 }
 
@@ -202,7 +203,7 @@ bool computeMac(int version, const PuttyFile &file, const DataBuffer &macKey, Da
         HMAC(version == 2 ? EVP_sha1() : EVP_sha256(), macKey.isEmpty() ? &kNoKey : macKey.getData2(),
              (int)macKey.getSize(), data.getData2(), data.getSize(), digest, &digestLen) != nullptr &&
         mac.append(digest, digestLen);
-    OPENSSL_cleanse(digest, sizeof digest);
+    ecckey::wipe(digest, sizeof digest);
     return ok;
 }
 

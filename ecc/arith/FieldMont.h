@@ -18,6 +18,7 @@
 #endif
 
 #include "support/ConstantTime.h"
+#include "support/Wipe.h"
 
 namespace ecckey {
 
@@ -344,8 +345,8 @@ void FieldMont<N>::invert(const Elem &a, Elem &c) const {
         }
     }
     c = r;
-    ct::wipe(powers, sizeof powers);
-    ct::wipe(&r, sizeof r);
+    wipe(powers, sizeof powers);
+    wipe(&r, sizeof r);
 }
 
 template <int N>

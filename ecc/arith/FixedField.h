@@ -16,6 +16,7 @@
 #include "ecc/arith/PointFormulas.h"
 #include "support/MpInt.h"
 #include "support/TovarMp.h"
+#include "support/Wipe.h"
 
 namespace ecckey {
 
@@ -210,8 +211,8 @@ bool FixedField<N>::store(const Point &M, EccPoint &R) const {
             (void)TovarMp::mp_mulmod(R.m_y, mu, *m_p, R.m_y);
         }
     }
-    ct::wipe(&P, sizeof P);
-    ct::wipe(&s, sizeof s);
+    wipe(&P, sizeof P);
+    wipe(&s, sizeof s);
     return ok;
 }
 

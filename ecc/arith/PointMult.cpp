@@ -10,6 +10,7 @@
 #include "support/ConstantTime.h"
 #include "support/LogBase.h"
 #include "support/TovarMp.h"
+#include "support/Wipe.h"
 
 namespace ecckey {
 
@@ -20,10 +21,7 @@ class ScalarBitReader {
   public:
     explicit ScalarBitReader(const mp_int &k) : m_k(k), m_index(k.get_digit_count() - 1) {}
     // The digit holds bits of a secret scalar.
-    ~ScalarBitReader() {
-        volatile MpDigit *d = &m_digit;
-        *d = 0;
-    }
+    ~ScalarBitReader() { wipe(&m_digit, sizeof m_digit); }
     ScalarBitReader(const ScalarBitReader &) = delete;
     ScalarBitReader &operator=(const ScalarBitReader &) = delete;
 
@@ -113,7 +111,7 @@ template <int N>
 struct FixedLadderState {
     typename FixedField<N>::Point tG, M0, M1;
     typename FixedField<N>::Scratch s;
-    ~FixedLadderState() { ct::wipe(this, sizeof *this); }
+    ~FixedLadderState() { wipe(this, sizeof *this); }
 };
 
 // The ladder on N-limb field elements: G is converted once, the steps run on the stack, and the result
@@ -138,7 +136,7 @@ struct SecretLadderState {
     typename FixedField<N>::Scratch s;
     typename FixedField<N>::Elem negated;
     std::uint64_t k[9];
-    ~SecretLadderState() { ct::wipe(this, sizeof *this); }
+    ~SecretLadderState() { wipe(this, sizeof *this); }
 };
 
 template <int N>

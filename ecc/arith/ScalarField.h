@@ -17,6 +17,7 @@
 #include "support/ConstantTime.h"
 #include "support/MpInt.h"
 #include "support/TovarMp.h"
+#include "support/Wipe.h"
 
 namespace ecckey {
 
@@ -67,7 +68,7 @@ void ScalarField<N>::shiftIn(Elem &acc, const Elem &shift, std::uint64_t v) cons
     low.w[0] = v;
     m_f.mul(acc, shift, acc);
     m_f.add(acc, low, acc);
-    ct::wipe(&low, sizeof low);
+    wipe(&low, sizeof low);
 }
 
 template <int N>
@@ -116,10 +117,10 @@ void ScalarField<N>::sign(const Elem &k, const Elem &d, const Elem &e, const Ele
     m_f.toMont(k, kMont);
     m_f.invert(kMont, kInverse);  // k⁻¹·R
     m_f.mul(t, kInverse, s);      // s = (e + d·r)·k⁻¹
-    ct::wipe(&dMont, sizeof dMont);
-    ct::wipe(&t, sizeof t);
-    ct::wipe(&kMont, sizeof kMont);
-    ct::wipe(&kInverse, sizeof kInverse);
+    wipe(&dMont, sizeof dMont);
+    wipe(&t, sizeof t);
+    wipe(&kMont, sizeof kMont);
+    wipe(&kInverse, sizeof kInverse);
 }
 
 // d = be, unreduced (secp256k1 keeps its default draw as it is), through limbs: LibTomMath's reader would

@@ -3,8 +3,6 @@
 // The signer draws its nonce straight from the random generator (at most 100 attempts), does every
 // reduction modulo n with word masks and returns low-S signatures. The verifier accepts high S and
 // reports out-of-range values and bad public points as an invalid verdict, not as an error.
-#include <openssl/crypto.h>
-
 #include "ecc/EccKey.h"
 #include "ecc/EcdsaSig.h"
 #include "ecc/secp256k1/CurvePt.h"
@@ -14,6 +12,7 @@
 #include "support/Owners.h"
 #include "support/Prng.h"
 #include "support/TovarMp.h"
+#include "support/Wipe.h"
 
 namespace ecckey {
 
@@ -21,19 +20,6 @@ namespace {
 
 const unsigned kMaxNonceAttempts = 100;
 const unsigned kScalarLen = 32;
-
-// Zeroes a fixed-width secret when it goes out of scope, on every path. OPENSSL_cleanse, because a plain
-// memset of a dying object may be optimised away.
-class WipeOnExit {
-  public:
-    explicit WipeOnExit(_tvUnsigned256 &v) : m_v(v) {}
-    ~WipeOnExit() { OPENSSL_cleanse(&m_v, sizeof m_v); }
-    WipeOnExit(const WipeOnExit &) = delete;
-    WipeOnExit &operator=(const WipeOnExit &) = delete;
-
-  private:
-    _tvUnsigned256 &m_v;
-};
 
 // The nonce bytes are taken as they stand into the integer's storage: byte 0 is the least significant
 // byte of k. (The hash, by contrast, is read big-endian.)
@@ -65,18 +51,18 @@ bool signWithNonce(const _tvUnsigned256 &k, const _tvUnsigned256 &d, const _tvUn
     r = _tvUnsigned256(R.x);
     reduceOnceModOrder(r);         // r = x(R) mod n (x < p < 2n)
     ct::declassify(&r, sizeof r);  // the signature's first half
-    ct::wipe(&R, sizeof R);
+    wipe(&R, sizeof R);
     if (r == s_ZERO)
         return false;
 
-    _tvUnsigned256 t = r;  // t = r·d mod n
-    WipeOnExit wipeT(t);   // with r public, t gives d away
+    Wiped<_tvUnsigned256> wipedT(r);  // t = r·d mod n: with r public, t gives d away
+    _tvUnsigned256 &t = wipedT.get();
     multiplyModOrder(t, d);
     unsigned carry = t.add(e, 1);  // t = t + e as a 257-bit sum, then below n again
     t.subtract(n, carry | (unsigned)(t >= n));
 
-    _tvUnsigned256 kInv = k;  // k^-1 mod n
-    WipeOnExit wipeKInv(kInv);
+    Wiped<_tvUnsigned256> wipedKInv(k);  // k^-1 mod n
+    _tvUnsigned256 &kInv = wipedKInv.get();
     kInv.reciprocal(n);
     s = t;  // s = t·k^-1 mod n
     multiplyModOrder(s, kInv);
@@ -115,9 +101,10 @@ bool EccKey::eccSignHashK(const unsigned char *hash, unsigned hashLen, _tvPrng &
         return false;
     }
 
-    _tvUnsigned256 d, k, r, s;
-    WipeOnExit wipeD(d);
-    WipeOnExit wipeK(k);
+    Wiped<_tvUnsigned256> wipedD, wipedK;
+    _tvUnsigned256 &d = wipedD.get();
+    _tvUnsigned256 &k = wipedK.get();
+    _tvUnsigned256 r, s;
     if (!mp_int_to_uint256(m_privKey, d))
         return false;
 

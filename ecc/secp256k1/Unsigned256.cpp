@@ -8,6 +8,7 @@
 #include "support/DataBuffer.h"
 #include "support/MpInt.h"
 #include "support/TovarMp.h"
+#include "support/Wipe.h"
 
 namespace ecckey {
 
@@ -128,10 +129,10 @@ void _tvUnsigned256::reciprocal(const _tvUnsigned256 &modulus) {
     }
     replace(a, static_cast<unsigned>(*this != s_ZERO));
 
-    ct::wipe(&x, sizeof x);
-    ct::wipe(&y, sizeof y);
-    ct::wipe(&a, sizeof a);
-    ct::wipe(&b, sizeof b);
+    wipe(&x, sizeof x);
+    wipe(&y, sizeof y);
+    wipe(&a, sizeof a);
+    wipe(&b, sizeof b);
 }
 
 void _tvUnsigned256::replace(const _tvUnsigned256 &other, unsigned enable) {
@@ -201,7 +202,7 @@ void multiplyModOrder(_tvUnsigned256 &x, const _tvUnsigned256 &y) {
         r.subtract(n, carry | static_cast<unsigned>(r >= n));
     }
     x = r;
-    ct::wipe(&r, sizeof r);
+    wipe(&r, sizeof r);
 }
 
 // Read from the digits on the stack, with no branch on their values (d reaches the engine this way).
@@ -210,7 +211,7 @@ bool mp_int_to_uint256(const mp_int &in, _tvUnsigned256 &out) {
     const bool fits = TovarMp::mpint_to_fixed_bytes(in, bytes, sizeof bytes);
     if (fits)
         out = _tvUnsigned256(bytes);
-    ct::wipe(bytes, sizeof bytes);
+    wipe(bytes, sizeof bytes);
     return fits;
 }
 
