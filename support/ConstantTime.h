@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "support/Invariant.h"
+
 #if __has_include(<valgrind/memcheck.h>)
 #include <valgrind/memcheck.h>
 #define ECCKEY_MARK_DEFINED(p, n) VALGRIND_MAKE_MEM_DEFINED(p, n)
@@ -30,10 +32,12 @@ inline std::uint64_t opaque64(std::uint64_t v) {
 
 // m = -c: all ones when c is 1, zero when c is 0.
 inline std::uint32_t takeMask(unsigned c) {
+    ECCKEY_INVARIANT(c <= 1u);
     return opaque(0u - c);
 }
 // k = c - 1: all ones when c is 0, zero when c is 1.
 inline std::uint32_t keepMask(unsigned c) {
+    ECCKEY_INVARIANT(c <= 1u);
     return opaque(c - 1u);
 }
 

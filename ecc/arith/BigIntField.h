@@ -53,6 +53,7 @@ class BigIntField {
     bool negate(const mp_int &a, mp_int &c) const { return TovarMp::mp_sub(m_p, a, c) == 0; }
     bool isEqual(const mp_int &a, const mp_int &b) const { return TovarMp::mp_cmp(a, b) == 0; }
     bool isPlainOne(const mp_int &z) const { return TovarMp::mp_cmp_d(z, 1) == 0; }
+    bool isReduced(const mp_int &a) const { return !TovarMp::isNegative(a) && TovarMp::mp_cmp(a, m_p) < 0; }
     bool copy(const mp_int &a, mp_int &c) const { return TovarMp::mp_copy(a, c) == 0; }
     // m_format, X, Y and Z; the copies are not checked (the coordinates have room by then).
     void copyPoint(const EccPoint &P, EccPoint &R) const {

@@ -13,7 +13,8 @@
 // PointFormulas.h, which the fixed-width field (FixedField.h) runs as well.
 //
 // This arithmetic is not constant time, except pointMultSecret (below) on the catalogue's sizes, which
-// secret scalars take. secp256k1 (a = 0) must never reach it.
+// secret scalars take. secp256k1 (a = 0) must never reach it: its keys go to the fixed-width engine, and a
+// null a here would mean −3. An invariant-check build checks the multipliers' p (isSecp256k1Prime).
 #pragma once
 
 #include "support/MpInt.h"
@@ -83,5 +84,9 @@ bool pointMult_tmr(mp_int &k, EccPoint &G, EccPoint &R, mp_int *a, mp_int &p, in
 // other k (0, n and above, negative) or p takes pointMult_tmr.
 bool pointMultSecret(mp_int &k, const mp_int &n, EccPoint &G, EccPoint &R, mp_int *a, mp_int &p,
                      LogBase &log);
+
+// Whether p is secp256k1's prime, which none of the functions above may be given. For the invariant
+// checks; variable time, on a public p.
+[[nodiscard]] bool isSecp256k1Prime(const mp_int &p);
 
 }  // namespace ecckey

@@ -105,6 +105,7 @@ class FixedField {
     }
     bool isEqual(const Elem &a, const Elem &b) const { return Field::isEqual(a, b); }
     bool isPlainOne(const Elem &z) const { return Field::isEqual(z, m_plainOne); }
+    bool isReduced(const Elem &a) const { return m_f.isReduced(a); }
     bool copy(const Elem &a, Elem &c) const {
         c = a;
         return true;

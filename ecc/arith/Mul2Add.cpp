@@ -8,6 +8,7 @@
 #include "ecc/arith/EccArith.h"
 #include "ecc/arith/FixedField.h"
 #include "ecc/arith/PointFormulas.h"
+#include "support/Invariant.h"
 #include "support/Owners.h"
 #include "support/TovarMp.h"
 
@@ -126,6 +127,7 @@ bool mul2addFixed(EccPoint &A, EccPoint &B, EccPoint &R, mp_int *a, mp_int &p, c
 // any other p and for kA = kB = 0.
 bool EccKey::mul2add(EccPoint &A, mp_int &kA, EccPoint &B, mp_int &kB, EccPoint &R, mp_int *a, mp_int &p,
                      LogBase & /*log*/) {
+    ECCKEY_INVARIANT(!isSecp256k1Prime(p));
     unsigned char *bytesA = tvNewUnsignedChar(kMaxScalarLen);
     ByteArrayOwner ownA(bytesA, kMaxScalarLen);
     unsigned char *bytesB = tvNewUnsignedChar(kMaxScalarLen);

@@ -21,9 +21,19 @@
 //   copy(a, c), copyPoint(P, R)      R's X9.63 form byte too, where the point has one
 //   leaveMontgomery(a), invert(a, c), sqrPlain(a, c), mulPlain(a, b, c), setOne(a)
 //                                    the map's steps on normal-form values; invert fails on zero
+//   isReduced(a)                     a is below p: what every coordinate is on the way in and out
 #pragma once
 
+#include "support/Invariant.h"
+
 namespace ecckey {
+
+// Whether every coordinate of P is below p. For the invariant checks: the formulas' one correction per
+// sum or difference is enough only for reduced inputs.
+template <class F>
+bool isReducedPoint(const F &f, const typename F::Point &P) {
+    return f.isReduced(P.m_x) && f.isReduced(P.m_y) && f.isReduced(P.m_z);
+}
 
 // R = 2P. R may be P; when it is not, P is copied to R first (unchecked, as the copy cannot fail once
 // the coordinates have room).
@@ -33,6 +43,7 @@ namespace ecckey {
 // tested for.
 template <class F>
 bool jacobianDouble(F &f, const typename F::Point &P, typename F::Point &R, typename F::Scratch &s) {
+    ECCKEY_INVARIANT(isReducedPoint(f, P));
     if (&P != &R)
         f.copyPoint(P, R);
     auto &X = R.m_x;
@@ -69,6 +80,7 @@ bool jacobianDouble(F &f, const typename F::Point &P, typename F::Point &R, type
     ok = ok && f.sub(Y, X, Y);   // Y = S − X'
     ok = ok && f.mul(Y, t1, Y);  // Y = M(S − X')
     ok = ok && f.sub(Y, t2, Y);  // Y = Y' = M(S − X') − T
+    ECCKEY_INVARIANT(!ok || isReducedPoint(f, R));
     return ok;
 }
 
@@ -99,6 +111,7 @@ bool jacobianAddGeneral(F &f, const typename F::Point &Q, bool qzIsOne, typename
     auto &z = s.z;
     auto &t1 = s.t1;
     auto &t2 = s.t2;
+    ECCKEY_INVARIANT(isReducedPoint(f, Q) && f.isReduced(x) && f.isReduced(y) && f.isReduced(z));
 
     bool ok = true;
     if (!qzIsOne) {
@@ -140,6 +153,7 @@ bool jacobianAddGeneral(F &f, const typename F::Point &Q, bool qzIsOne, typename
 template <class F>
 bool jacobianAdd(F &f, const typename F::Point &P, const typename F::Point &Q, typename F::Point &R,
                  typename F::Scratch &s) {
+    ECCKEY_INVARIANT(isReducedPoint(f, P) && isReducedPoint(f, Q));
     // t1 = −Q.Y, first of all: R may be Q.
     if (!f.negate(Q.m_y, s.t1))
         return false;
@@ -149,7 +163,9 @@ bool jacobianAdd(F &f, const typename F::Point &P, const typename F::Point &Q, t
         return false;
     if (!jacobianAddGeneral(f, Q, f.isPlainOne(Q.m_z), s))
         return false;
-    return f.copy(s.x, R.m_x) && f.copy(s.y, R.m_y) && f.copy(s.z, R.m_z);
+    const bool ok = f.copy(s.x, R.m_x) && f.copy(s.y, R.m_y) && f.copy(s.z, R.m_z);
+    ECCKEY_INVARIANT(!ok || isReducedPoint(f, R));
+    return ok;
 }
 
 // (X, Y, Z) -> (X/Z², Y/Z³, 1), in place, in normal form. The inverse is taken of Z in normal form;
@@ -160,6 +176,7 @@ template <class F>
 bool jacobianToAffine(F &f, typename F::Point &P, typename F::Scratch &s) {
     auto &t1 = s.t1;
     auto &t2 = s.t2;
+    ECCKEY_INVARIANT(isReducedPoint(f, P));
 
     bool ok = f.leaveMontgomery(P.m_z);  // Z in normal form
     ok = ok && f.invert(P.m_z, t1);      // t1 = Z⁻¹; fails for Z = 0

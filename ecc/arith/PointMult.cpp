@@ -8,6 +8,7 @@
 #include "ecc/arith/PointFormulas.h"
 #include "ecc/arith/ScalarField.h"
 #include "support/ConstantTime.h"
+#include "support/Invariant.h"
 #include "support/LogBase.h"
 #include "support/TovarMp.h"
 #include "support/Wipe.h"
@@ -225,6 +226,7 @@ bool multiplySecret(const mp_int &k, int bits, EccPoint &G, EccPoint &R, mp_int 
 
 bool pointMultSecret(mp_int &k, const mp_int &n, EccPoint &G, EccPoint &R, mp_int *a, mp_int &p,
                      LogBase &log) {
+    ECCKEY_INVARIANT(!isSecp256k1Prime(p));
     if (!scalarInRange(n, k))
         return pointMult_tmr(k, G, R, a, p, 1, log);
     LogContextExitor ctx(log, "pointMultiply");
@@ -237,6 +239,7 @@ bool pointMultSecret(mp_int &k, const mp_int &n, EccPoint &G, EccPoint &R, mp_in
 // Every temporary of either path is set up before the ladder starts, so the loop allocates nothing. On
 // the generic curves' sizes the fixed-width field runs the ladder; the big-integer path serves any other p.
 bool pointMult_tmr(mp_int &k, EccPoint &G, EccPoint &R, mp_int *a, mp_int &p, int /*map*/, LogBase &log) {
+    ECCKEY_INVARIANT(!isSecp256k1Prime(p));
     LogContextExitor ctx(log, "pointMultiply");
     return withFixedFieldLimbs(
         p, [&](auto limbs) { return multiplyFixed<decltype(limbs)::value>(k, G, R, a, p); },

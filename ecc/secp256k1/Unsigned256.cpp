@@ -6,6 +6,7 @@
 #include "ecc/secp256k1/FieldInt256.h"
 #include "support/ConstantTime.h"
 #include "support/DataBuffer.h"
+#include "support/Invariant.h"
 #include "support/MpInt.h"
 #include "support/TovarMp.h"
 #include "support/Wipe.h"
@@ -191,6 +192,7 @@ bool _tvUnsigned256::operator>=(const _tvUnsigned256 &other) const {
 
 void multiplyModOrder(_tvUnsigned256 &x, const _tvUnsigned256 &y) {
     const _tvUnsigned256 &n = _tvCurvePt::m_s_order;
+    ECCKEY_INVARIANT(x < n);
     // r < n holds before every step, and x < n, so one conditional subtraction of n after the doubling
     // and one after the addition keep it there (a carry out of bit 255 means r went past 2^256 > n).
     _tvUnsigned256 r = s_ZERO;
@@ -201,6 +203,7 @@ void multiplyModOrder(_tvUnsigned256 &x, const _tvUnsigned256 &y) {
         carry = r.add(x, bit);
         r.subtract(n, carry | static_cast<unsigned>(r >= n));
     }
+    ECCKEY_INVARIANT(r < n);
     x = r;
     wipe(&r, sizeof r);
 }

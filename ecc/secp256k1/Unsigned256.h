@@ -74,7 +74,8 @@ extern const _tvUnsigned256 s_ZERO;
 extern const _tvUnsigned256 s_ONE;
 extern const _tvUnsigned256 m_Modulus;  // p = 2^256 - 2^32 - 977
 
-// x = x·y mod n (the group order); both below n. Constant time: 256 fixed double-and-add steps.
+// x = x·y mod n (the group order) for x below n and any 256-bit y (the verifier hands it an unreduced
+// hash). Constant time: 256 fixed double-and-add steps.
 void multiplyModOrder(_tvUnsigned256 &x, const _tvUnsigned256 &y);
 // True and out set when in fits in 32 bytes; false, out untouched, otherwise. The magnitude of a
 // negative input is taken. in may be a private scalar: its digits are read with no branch on their values
