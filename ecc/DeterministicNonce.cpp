@@ -12,6 +12,9 @@ namespace ecckey {
 
 namespace {
 
+const char kMsgSeedFailed[] = "Failed to seed the nonce generator.";
+const char kMsgDeriveFailed[] = "Failed to derive a nonce.";
+
 // The longest HMAC input: V || separator || int2octets(d) || bits2octets(h1).
 const unsigned kMaxSeedLen = DeterministicNonce::kMaxHashLen + 1 + 2 * DeterministicNonce::kMaxOrderLen;
 // Refused candidates in a row before giving up. On brainpoolP256r1 (n just above 2^255 · 1.32) about a
@@ -99,7 +102,7 @@ bool DeterministicNonce::seed(const unsigned char *order, unsigned orderLen, con
     m_hashLen = _tvHash::hashLen(m_hashAlg);
     if (m_hashLen == 0 || m_hashLen > kMaxHashLen || !order || orderLen == 0 || orderLen > kMaxOrderLen ||
         order[0] == 0 || !privKey || (!hash && hashLen != 0)) {
-        log.logError("Failed to seed the nonce generator.");
+        log.logError(kMsgSeedFailed);
         return false;
     }
     std::memcpy(m_order, order, orderLen);
@@ -126,7 +129,7 @@ bool DeterministicNonce::seed(const unsigned char *order, unsigned orderLen, con
     std::memset(m_V, 0x01, m_hashLen);
     std::memset(m_K, 0x00, m_hashLen);
     if (!rekey(0x00, privKey, h) || !rekey(0x01, privKey, h)) {
-        log.logError("Failed to seed the nonce generator.");
+        log.logError(kMsgSeedFailed);
         return false;
     }
     m_seeded = true;
@@ -139,7 +142,7 @@ bool DeterministicNonce::genRandom(unsigned count, DataBuffer &out, LogBase &log
         return false;
     }
     if (m_drawn && !retry()) {
-        log.logError("Failed to derive a nonce.");
+        log.logError(kMsgDeriveFailed);
         return false;
     }
     m_drawn = true;
@@ -166,7 +169,7 @@ bool DeterministicNonce::genRandom(unsigned count, DataBuffer &out, LogBase &log
         found = ct::declassified(inRange(k));  // a refused candidate tells nothing of the k that is kept
     }
     if (!found) {
-        log.logError("Failed to derive a nonce.");
+        log.logError(kMsgDeriveFailed);
         return false;
     }
     if (m_leastSignificantFirst) {

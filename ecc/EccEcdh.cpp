@@ -6,6 +6,7 @@
 // secret scalars, where it fails. The x-coordinate is written from the digits straight into the output.
 
 #include "ecc/EccKey.h"
+#include "ecc/EccMessages.h"
 #include "ecc/arith/EccArith.h"
 #include "ecc/secp256k1/CurvePt.h"
 #include "support/ConstantTime.h"
@@ -48,25 +49,25 @@ bool EccKey::sharedSecret(EccKey &peer, DataBuffer &out, LogBase &log) {
     EccPoint S;  // m_format 4
 
     if (m_keyType != 1) {
-        log.logError("Must be a private key.");
+        log.logError(kMsgMustBePrivateKey);
         return false;
     }
     if (!m_curve.m_name.equals(peer.m_curve.m_name)) {
-        log.logError("ECC curves are different");
-        log.LogDataSb("privKeyCurve", m_curve.m_name);
-        log.LogDataSb("pubKeyCurve", peer.m_curve.m_name);
+        log.logError(kMsgCurvesDiffer);
+        log.LogDataSb(kDataPrivKeyCurve, m_curve.m_name);
+        log.LogDataSb(kDataPubKeyCurve, peer.m_curve.m_name);
         return false;
     }
 
     // Parsed for every curve, secp256k1 included, where the engine has its own modulus.
     mp_int p;
     if (!TovarMp::mpint_from_radix(p, m_curve.m_p.getString(), 16)) {
-        log.LogDataSb("curvePrime", m_curve.m_p);
-        log.logError("Failed to decode curve prime.");
+        log.LogDataSb(kDataCurvePrime, m_curve.m_p);
+        log.logError(kMsgDecodePrimeFailed);
         return false;
     }
 
-    if (m_curve.m_name.equals("secp256k1")) {
+    if (m_curve.isSecp256k1()) {
         sharedXK(m_privKey, peer.m_pubPoint, S);
     } else {
         // An order that does not parse stays zero, and the scalar then takes the variable ladder.
@@ -76,7 +77,7 @@ bool EccKey::sharedSecret(EccKey &peer, DataBuffer &out, LogBase &log) {
         if (m_curve.m_hasA) {
             mp_int a;
             if (!TovarMp::mpint_from_radix(a, m_curve.m_a.getString(), 16)) {
-                log.logError("Failed to decode curve A.");
+                log.logError(kMsgDecodeAFailed);
                 return false;
             }
             ok = pointMultSecret(m_privKey, n, peer.m_pubPoint, S, &a, p, log);

@@ -61,7 +61,7 @@ class EccKey : public KeyBase {
     // A private key: checkPublicKey, then 1 <= d < n and Q = d·G.
     [[nodiscard]] bool checkPrivateKey(LogBase &log) const;
 
-    // ---- Double-scalar multiplication (arith/Mul2Add.cpp) ----
+    // ---- Double-scalar multiplication (EccVerify.cpp, over arith/Mul2Add.cpp's pointMul2Add) ----
     // R = kA·A + kB·B (affine, normal form). a is null for a = −3 curves. Scalars up to 256 bytes. Runs on
     // the fixed-width field for a p of the catalogue's sizes (fixedFieldLimbs), on LibTomMath otherwise.
     static bool mul2add(EccPoint &A, mp_int &kA, EccPoint &B, mp_int &kB, EccPoint &R, mp_int *a, mp_int &p,
@@ -105,7 +105,7 @@ class EccKey : public KeyBase {
     bool eccVerifyHash(const unsigned char *sig, unsigned sigLen, bool split, const unsigned char *hash,
                        unsigned hashLen, bool &valid, LogBase &log, unsigned rLen);
 
-    // ---- secp256k1 signer and verifier (secp256k1/Secp256k1Ecdsa.cpp) ----
+    // ---- secp256k1 signer and verifier (EccEcdsaK.cpp, over secp256k1/Secp256k1Ecdsa.h) ----
     bool eccSignHashK(const unsigned char *hash, unsigned hashLen, _tvPrng &prng, bool bAsn, DataBuffer &out,
                       LogBase &log);
     bool eccVerifyHashK(const unsigned char *sig, unsigned sigLen, bool split, const unsigned char *hash,

@@ -6,6 +6,7 @@
 // store the key afterwards (key generation, the loaders) keep the reduced scalar.
 
 #include "ecc/EccKey.h"
+#include "ecc/EccMessages.h"
 #include "ecc/arith/EccArith.h"
 #include "ecc/arith/ScalarField.h"
 #include "ecc/secp256k1/CurvePt.h"
@@ -17,6 +18,8 @@
 namespace ecckey {
 
 namespace {
+
+const char kMsgFailed[] = "Failed.";
 
 // Q = d·G on secp256k1. Never fails: a scalar wider than 256 bits is not converted and acts as zero,
 // which gives the canonical zero point (0, 1, 0); a scalar not below n is used as it stands.
@@ -40,7 +43,7 @@ void derivePubKeyK(const mp_int &d, EccPoint &Q) {
 bool EccKey::genPubKey(LogBase &log) {
     LogContextExitor ctx(log, "genPubKey");
 
-    if (m_curve.m_name.equals("secp256k1")) {
+    if (m_curve.isSecp256k1()) {
         derivePubKeyK(m_privKey, m_pubPoint);
         return true;
     }
@@ -53,7 +56,7 @@ bool EccKey::genPubKey(LogBase &log) {
         !TovarMp::mpint_from_radix(G.m_x, m_curve.m_Gx.getString(), 16) ||
         !TovarMp::mpint_from_radix(G.m_y, m_curve.m_Gy.getString(), 16) ||
         TovarMp::mp_set_int(G.m_z, 1) != 0) {
-        log.logError("Big integer calculations failed.");
+        log.logError(kMsgBigIntFailed);
         return false;
     }
 
@@ -67,7 +70,7 @@ bool EccKey::genPubKey(LogBase &log) {
     if (m_curve.m_hasA) {
         mp_int a;
         if (!TovarMp::mpint_from_radix(a, m_curve.m_a.getString(), 16)) {
-            log.logError("Failed to decode curve A.");
+            log.logError(kMsgDecodeAFailed);
             return false;
         }
         ok = pointMultSecret(m_privKey, n, G, m_pubPoint, &a, p, log);
@@ -100,7 +103,7 @@ bool EccKey::regeneratePubKey(EccKey &other, LogBase &log) {
 
     TovarMp::mp_copy(src->m_privKey, m_privKey);
     if (!genPubKey(log)) {
-        log.logError("Failed.");
+        log.logError(kMsgFailed);
         return false;
     }
 
@@ -119,7 +122,7 @@ bool EccKey::regeneratePubKey(EccKey &other, LogBase &log) {
         same = false;
     }
     if (!same) {
-        log.logError("Failed.");
+        log.logError(kMsgFailed);
         return false;
     }
     return true;
@@ -130,8 +133,8 @@ bool EccKey::isPoint(LogBase &log) {
     // would never end on it.
     mp_int p;
     if (!TovarMp::mpint_from_radix(p, m_curve.m_p.getString(), 16) || TovarMp::mp_cmp_d(p, 0) <= 0) {
-        log.LogDataSb("curvePrime", m_curve.m_p);
-        log.logError("Failed to decode curve prime.");
+        log.LogDataSb(kDataCurvePrime, m_curve.m_p);
+        log.logError(kMsgDecodePrimeFailed);
         return false;
     }
     mp_int b;

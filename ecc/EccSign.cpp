@@ -12,6 +12,7 @@
 
 #include "ecc/DeterministicNonce.h"
 #include "ecc/EccKey.h"
+#include "ecc/EccMessages.h"
 #include "ecc/EcdsaSig.h"
 #include "ecc/arith/ScalarField.h"
 #include "support/AsnItem.h"
@@ -26,6 +27,9 @@
 namespace ecckey {
 
 namespace {
+
+const char kMsgGetPFailed[] = "Failed to get p";
+const char kMsgGetEFailed[] = "Failed to get e";
 
 // Reads count bytes as an unsigned big-endian integer; an empty string is zero.
 bool readUnsigned(mp_int &out, const unsigned char *bytes, unsigned count) {
@@ -65,7 +69,7 @@ bool computeSignature(const EccKey &key, const mp_int &n, const mp_int &e, _tvPr
 
     for (;;) {
         if (!eph.generateNewKey(key.m_curve.m_name, prng, quiet)) {
-            log.LogDataSb("curveName", key.m_curve.m_name);
+            log.LogDataSb(kDataCurveName, key.m_curve.m_name);
             log.logError("Failed to generate point on curve.");
             break;
         }
@@ -104,11 +108,11 @@ bool computeSignature(const EccKey &key, const mp_int &n, const mp_int &e, _tvPr
 // parse. Logs "Must be a private key." or "Failed to get p".
 bool prepareSigning(const EccKey &key, mp_int &n, LogBase &log) {
     if (key.m_keyType != 1) {
-        log.logError("Must be a private key.");
+        log.logError(kMsgMustBePrivateKey);
         return false;
     }
     if (!TovarMp::mpint_from_radix(n, key.m_curve.m_order.getString(), 16)) {
-        log.logError("Failed to get p");
+        log.logError(kMsgGetPFailed);
         return false;
     }
     return true;
@@ -117,7 +121,7 @@ bool prepareSigning(const EccKey &key, mp_int &n, LogBase &log) {
 bool signIsNegative(const mp_int &r, const mp_int &s, LogBase &log) {
     if (!TovarMp::isNegative(r) && !TovarMp::isNegative(s))
         return false;
-    log.logInfo("R or S is negative");
+    log.logInfo(kMsgSigHalfNegative);
     return true;
 }
 
@@ -130,7 +134,7 @@ bool signGeneric(const EccKey &key, const unsigned char *hash, unsigned eLen, _t
     if (!prepareSigning(key, n, log))
         return false;
     if (!readUnsigned(e, hash, eLen)) {  // e is not reduced modulo n
-        log.logError("Failed to get e");
+        log.logError(kMsgGetEFailed);
         return false;
     }
     if (!computeSignature(key, n, e, prng, rejectHighLeadingByte, r, s, log))
@@ -152,7 +156,7 @@ bool seedDeterministicNonce(const EccKey &key, const unsigned char *hash, unsign
     if (!TovarMp::mpint_from_radix(n, key.m_curve.m_order.getString(), 16) ||
         !TovarMp::mpint_to_db(n, order) || order.isEmpty() ||
         order.getSize() > DeterministicNonce::kMaxOrderLen) {
-        log.logError("Failed to get p");
+        log.logError(kMsgGetPFailed);
         return false;
     }
     // A scalar longer than n is refused by the range test as all ones would be.
@@ -179,7 +183,7 @@ bool EccKey::eccSignHash(const unsigned char *hash, unsigned hashLen, _tvPrng &p
 
     unsigned eLen = ecdsaHashLen(m_curve.m_byteLen, hashLen);
     // A longer hash reaches the fixed-width signer already cut to 32 bytes; a shorter one is refused there.
-    if (m_curve.m_name.equals("secp256k1"))
+    if (m_curve.isSecp256k1())
         return eccSignHashK(hash, eLen, prng, bAsn, out, log);
     return signGeneric(*this, hash, eLen, prng, true, bAsn, out, log);
 }
@@ -189,7 +193,7 @@ bool EccKey::eccSignHashDeterministic(const unsigned char *hash, unsigned hashLe
     LogContextExitor ctx(log, "eccSignHashDeterministic");
     out.clear();
     if (m_keyType != 1) {
-        log.logError("Must be a private key.");
+        log.logError(kMsgMustBePrivateKey);
         return false;
     }
     const unsigned digestLen = _tvHash::hashLen(hashAlg);
@@ -204,7 +208,7 @@ bool EccKey::eccSignHashDeterministic(const unsigned char *hash, unsigned hashLe
         return false;
     }
 
-    const bool k1 = m_curve.m_name.equals("secp256k1");
+    const bool k1 = m_curve.isSecp256k1();
     DeterministicNonce nonce(hashAlg, k1);
     if (!seedDeterministicNonce(*this, hash, hashLen, nonce, log))
         return false;
@@ -238,7 +242,7 @@ bool EccKey::eccSignHash_forSsh(const unsigned char *hash, unsigned hashLen, _tv
     if (eOk)
         eOk = readUnsigned(e, eBytes.getData2(), eBytes.getSize());
     if (!eOk) {
-        log.logError("Failed to get e");
+        log.logError(kMsgGetEFailed);
         return false;
     }
     if (!computeSignature(*this, n, e, prng, false, r, s, log))

@@ -18,6 +18,8 @@ namespace ecckey {
 
 namespace {
 
+const char kMsgInvalidJson[] = "Invalid JSON.";
+
 // std::allocator that zeroes each block before releasing it.
 template <typename T>
 struct WipingAllocator {
@@ -141,7 +143,7 @@ bool ClsJsonObject::load(const char *jsonText, LogBase &log) {
     try {
         Json parsed;
         if (!parseLeavingNoCopy(jsonText, len, parsed)) {
-            log.logError("Invalid JSON.");
+            log.logError(kMsgInvalidJson);
             return false;
         }
         if (!parsed.is_object()) {
@@ -152,7 +154,7 @@ bool ClsJsonObject::load(const char *jsonText, LogBase &log) {
     } catch (const Json::parse_error &e) {
         // The parser's own message quotes the text around the error, which may be a private key:
         // only the position is logged (the wrapping adds one character in front).
-        log.logError("Invalid JSON.");
+        log.logError(kMsgInvalidJson);
         log.LogDataLong("byteOffset", (long)(e.byte > len ? len : (e.byte ? e.byte - 1 : 0)));
         return false;
     } catch (const std::exception &) {

@@ -1,5 +1,6 @@
 #include "CompressedPoint.h"
 
+#include "Messages.h"
 #include "ecc/EccCurve.h"
 #include "support/Asn1.h"
 #include "support/DataBuffer.h"
@@ -95,7 +96,7 @@ bool decompressPart(_tvAsn1 &holder, int index, bool bitString, const CurveEquat
     _tvAsn1 *replacement = bitString ? _tvAsn1::newBitString(whole.getData2(), whole.getSize())
                                      : _tvAsn1::newOctetString(whole.getData2(), whole.getSize());
     if (!holder.replacePart(index, replacement)) {
-        error = "out of memory";
+        error = kOutOfMemory;
         return false;
     }
     changed = true;
@@ -188,7 +189,7 @@ bool decompressPkcs8(_tvAsn1 &pkcs8, ecckey::LogBase &log, bool &changed, std::s
     innerDer.secureClear();
     if (!inner->EncodeToDer(innerDer, false, log) ||
         !pkcs8.replacePart(2, _tvAsn1::newOctetString(innerDer.getData2(), innerDer.getSize()))) {
-        error = "out of memory";
+        error = kOutOfMemory;
         return false;
     }
     changed = true;
@@ -240,7 +241,7 @@ bool decompressKeyDer(DataBuffer &der, ecckey::LogBase &log, std::string &error)
     DataBuffer rewritten;
     rewritten.setSensitive();
     if (!root->EncodeToDer(rewritten, false, log)) {
-        error = "out of memory";
+        error = kOutOfMemory;
         return false;
     }
     der.secureClear();

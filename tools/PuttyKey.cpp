@@ -11,6 +11,7 @@
 
 #include "KeyFormats.h"
 #include "KeyReader.h"
+#include "Messages.h"
 #include "SshPrivateKey.h"
 #include "ecc/EccKey.h"
 #include "support/LogBase.h"
@@ -20,6 +21,9 @@
 namespace ecckey_cli {
 
 namespace {
+
+const char kPublicLines[] = "Public-Lines";
+const char kPrivateLines[] = "Private-Lines";
 
 using ecckey::DataBuffer;
 using ecckey::SshMessage;
@@ -103,7 +107,7 @@ bool parsePuttyFile(const char *text, PuttyFile &file) {
     file.privateBlob.setSensitive();
     if (file.version == 0 || !readHeader(++p, "", file.keyType) ||
         !readHeader(p, "Encryption", file.encryption) || !readHeader(p, "Comment", file.comment) ||
-        !readLines(p, "Public-Lines", file.publicBlob))
+        !readLines(p, kPublicLines, file.publicBlob))
         return false;
     if (file.version == 3 && file.encryption != "none" &&
         (!readHeader(p, "Key-Derivation", file.kdf) ||
@@ -112,7 +116,7 @@ bool parsePuttyFile(const char *text, PuttyFile &file) {
          !readNumber(p, "Argon2-Parallelism", kMaxArgon2Parallelism, file.argon2Parallelism) ||
          !readHeader(p, "Argon2-Salt", salt) || !file.argon2Salt.appendEncoded(salt.c_str(), "hex")))
         return false;
-    return readLines(p, "Private-Lines", file.privateBlob) && readHeader(p, "Private-MAC", mac) &&
+    return readLines(p, kPrivateLines, file.privateBlob) && readHeader(p, "Private-MAC", mac) &&
            file.mac.appendEncoded(mac.c_str(), "hex");
 }
 
@@ -263,7 +267,7 @@ bool loadPuttyKey(const char *text, ecckey::EccKey &key, ecckey::LogBase &log, s
         return false;
     }
     if (file.keyType.compare(0, 11, "ecdsa-sha2-") != 0) {
-        error = "the PuTTY key" + quotedName(file.keyType) + " is not an ECDSA key";
+        error = "the PuTTY key" + quotedName(file.keyType) + kNotAnEcdsaKey;
         return false;
     }
     if (!unlockPuttyFile(file, info, error))
@@ -306,8 +310,8 @@ bool writePuttyKey(ecckey::EccKey &key, DataBuffer &out, ecckey::LogBase &log, s
               SshMessage::pack_db(dMpint, file.privateBlob) && computeMac(3, file, DataBuffer(), mac) &&
               text.append3(kPuttyMagic, "3: ", file.keyType.c_str()) &&
               text.append("\nEncryption: none\nComment: \n") &&
-              appendLines("Public-Lines", file.publicBlob, text) &&
-              appendLines("Private-Lines", file.privateBlob, text) && text.append("Private-MAC: ");
+              appendLines(kPublicLines, file.publicBlob, text) &&
+              appendLines(kPrivateLines, file.privateBlob, text) && text.append("Private-MAC: ");
     if (ok)
         DataBuffer::toHexString2(mac.getData2(), mac.getSize(), false, text);
     return ok && text.appendChar('\n') && out.append(text);

@@ -85,6 +85,15 @@ bool pointMult_tmr(mp_int &k, EccPoint &G, EccPoint &R, mp_int *a, mp_int &p, in
 bool pointMultSecret(mp_int &k, const mp_int &n, EccPoint &G, EccPoint &R, mp_int *a, mp_int &p,
                      LogBase &log);
 
+// R = kA·A + kB·B, affine in normal form with Z = 1, by Shamir's trick with a joint table of sixteen points
+// (two bits of each scalar per step). A and B are affine in normal form and are read only before R is
+// first written, so R may be either of them. Scalars up to 256 bytes. Runs on the fixed-width field for a
+// p of the catalogue's sizes (fixedFieldLimbs), on LibTomMath otherwise and for kA = kB = 0. False,
+// logging nothing, when a scalar is longer, memory is short, an integer operation fails or the sum is the
+// point at infinity (the method has none: a partial sum that meets its opposite ends there).
+[[nodiscard]] bool pointMul2Add(EccPoint &A, mp_int &kA, EccPoint &B, mp_int &kB, EccPoint &R, mp_int *a,
+                                mp_int &p);
+
 // Whether p is secp256k1's prime, which none of the functions above may be given. For the invariant
 // checks; variable time, on a public p.
 [[nodiscard]] bool isSecp256k1Prime(const mp_int &p);

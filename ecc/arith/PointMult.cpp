@@ -17,6 +17,8 @@ namespace ecckey {
 
 namespace {
 
+const char kContextPointMultiply[] = "pointMultiply";
+
 // Reads k most significant bit first, a digit of mp_int::digitBits() bits at a time.
 class ScalarBitReader {
   public:
@@ -229,7 +231,7 @@ bool pointMultSecret(mp_int &k, const mp_int &n, EccPoint &G, EccPoint &R, mp_in
     ECCKEY_INVARIANT(!isSecp256k1Prime(p));
     if (!scalarInRange(n, k))
         return pointMult_tmr(k, G, R, a, p, 1, log);
-    LogContextExitor ctx(log, "pointMultiply");
+    LogContextExitor ctx(log, kContextPointMultiply);
     const int bits = TovarMp::mp_count_bits(n);
     return withFixedFieldLimbs(
         p, [&](auto limbs) { return multiplySecret<decltype(limbs)::value>(k, bits, G, R, a, p); },
@@ -240,7 +242,7 @@ bool pointMultSecret(mp_int &k, const mp_int &n, EccPoint &G, EccPoint &R, mp_in
 // the generic curves' sizes the fixed-width field runs the ladder; the big-integer path serves any other p.
 bool pointMult_tmr(mp_int &k, EccPoint &G, EccPoint &R, mp_int *a, mp_int &p, int /*map*/, LogBase &log) {
     ECCKEY_INVARIANT(!isSecp256k1Prime(p));
-    LogContextExitor ctx(log, "pointMultiply");
+    LogContextExitor ctx(log, kContextPointMultiply);
     return withFixedFieldLimbs(
         p, [&](auto limbs) { return multiplyFixed<decltype(limbs)::value>(k, G, R, a, p); },
         [&] { return multiplyBigInt(k, G, R, a, p); });
