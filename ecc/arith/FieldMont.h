@@ -59,11 +59,11 @@ class FieldMont {
 
     // True when a = b (isZero: when a = 0). Every limb is compared, whatever the earlier ones held, and the
     // answer is formed without a branch; only the caller's use of it may branch.
-    static bool isEqual(const Elem &a, const Elem &b);
-    static bool isZero(const Elem &a);
+    [[nodiscard]] static bool isEqual(const Elem &a, const Elem &b);
+    [[nodiscard]] static bool isZero(const Elem &a);
     // True when a < m: every element the operations above take and give is. Branch-free; the invariant
     // checks (support/Invariant.h) are its callers.
-    bool isReduced(const Elem &a) const;
+    [[nodiscard]] bool isReduced(const Elem &a) const;
     // c = a where mask is all ones, b where it is zero (a mask from ct::mask64). c may be a or b.
     static void select(std::uint64_t mask, const Elem &a, const Elem &b, Elem &c) {
         ECCKEY_INVARIANT(mask == 0 || mask == ~std::uint64_t(0));

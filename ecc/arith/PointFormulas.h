@@ -31,7 +31,7 @@ namespace ecckey {
 // Whether every coordinate of P is below p. For the invariant checks: the formulas' one correction per
 // sum or difference is enough only for reduced inputs.
 template <class F>
-bool isReducedPoint(const F &f, const typename F::Point &P) {
+[[nodiscard]] bool isReducedPoint(const F &f, const typename F::Point &P) {
     return f.isReduced(P.m_x) && f.isReduced(P.m_y) && f.isReduced(P.m_z);
 }
 
@@ -42,7 +42,8 @@ bool isReducedPoint(const F &f, const typename F::Point &P) {
 // Degenerate cases: Z = 0 gives Z' = 0 again; Y = 0 (a point of order two) gives Z' = 0. Neither is
 // tested for.
 template <class F>
-bool jacobianDouble(F &f, const typename F::Point &P, typename F::Point &R, typename F::Scratch &s) {
+[[nodiscard]] bool jacobianDouble(F &f, const typename F::Point &P, typename F::Point &R,
+                                  typename F::Scratch &s) {
     ECCKEY_INVARIANT(isReducedPoint(f, P));
     if (&P != &R)
         f.copyPoint(P, R);
@@ -88,8 +89,8 @@ bool jacobianDouble(F &f, const typename F::Point &P, typename F::Point &R, type
 // comparison is made, so the fixed-width field compares in constant time; only the outcome chooses the
 // path, and it is true only for P = ±Q with equal Z.
 template <class F>
-bool isDoublingCase(F &f, const typename F::Point &P, const typename F::Point &Q,
-                    const typename F::Elem &negQY) {
+[[nodiscard]] bool isDoublingCase(F &f, const typename F::Point &P, const typename F::Point &Q,
+                                  const typename F::Elem &negQY) {
     const int sameX = f.isEqual(P.m_x, Q.m_x);
     const int sameZ = f.isEqual(P.m_z, Q.m_z);
     const int sameY = f.isEqual(P.m_y, Q.m_y);
@@ -105,7 +106,8 @@ bool isDoublingCase(F &f, const typename F::Point &P, const typename F::Point &Q
 // Degenerate cases: equal or opposite points give H = 0 and so Z3 = 0; an input at infinity (Z = 0) is not
 // recognised and gives Z3 = 0.
 template <class F>
-bool jacobianAddGeneral(F &f, const typename F::Point &Q, bool qzIsOne, typename F::Scratch &s) {
+[[nodiscard]] bool jacobianAddGeneral(F &f, const typename F::Point &Q, bool qzIsOne,
+                                      typename F::Scratch &s) {
     auto &x = s.x;
     auto &y = s.y;
     auto &z = s.z;
@@ -151,8 +153,8 @@ bool jacobianAddGeneral(F &f, const typename F::Point &Q, bool qzIsOne, typename
 // equal points with different Z take the general formula and give Z = 0. A Q whose Z is the big-integer
 // path's plain integer 1 is taken as affine (the Montgomery form of one does not count).
 template <class F>
-bool jacobianAdd(F &f, const typename F::Point &P, const typename F::Point &Q, typename F::Point &R,
-                 typename F::Scratch &s) {
+[[nodiscard]] bool jacobianAdd(F &f, const typename F::Point &P, const typename F::Point &Q,
+                               typename F::Point &R, typename F::Scratch &s) {
     ECCKEY_INVARIANT(isReducedPoint(f, P) && isReducedPoint(f, Q));
     // t1 = −Q.Y, first of all: R may be Q.
     if (!f.negate(Q.m_y, s.t1))
@@ -173,7 +175,7 @@ bool jacobianAdd(F &f, const typename F::Point &P, const typename F::Point &Q, t
 // their Montgomery factor at the same time. False for Z = 0 (the point at infinity), with Z then already
 // in normal form and X, Y untouched.
 template <class F>
-bool jacobianToAffine(F &f, typename F::Point &P, typename F::Scratch &s) {
+[[nodiscard]] bool jacobianToAffine(F &f, typename F::Point &P, typename F::Scratch &s) {
     auto &t1 = s.t1;
     auto &t2 = s.t2;
     ECCKEY_INVARIANT(isReducedPoint(f, P));

@@ -47,12 +47,12 @@ class _tvUnsigned256 {
     void getBigEndian(unsigned char *out32) const;
 
     // Branch-free comparisons as plain 256-bit integers.
-    bool operator==(const _tvUnsigned256 &other) const;
-    bool operator!=(const _tvUnsigned256 &other) const;
-    bool operator<(const _tvUnsigned256 &other) const;
-    bool operator<=(const _tvUnsigned256 &other) const;
-    bool operator>(const _tvUnsigned256 &other) const;
-    bool operator>=(const _tvUnsigned256 &other) const;
+    [[nodiscard]] bool operator==(const _tvUnsigned256 &other) const;
+    [[nodiscard]] bool operator!=(const _tvUnsigned256 &other) const;
+    [[nodiscard]] bool operator<(const _tvUnsigned256 &other) const;
+    [[nodiscard]] bool operator<=(const _tvUnsigned256 &other) const;
+    [[nodiscard]] bool operator>(const _tvUnsigned256 &other) const;
+    [[nodiscard]] bool operator>=(const _tvUnsigned256 &other) const;
 
     std::uint32_t value[8];
 
@@ -80,7 +80,7 @@ void multiplyModOrder(_tvUnsigned256 &x, const _tvUnsigned256 &y);
 // True and out set when in fits in 32 bytes; false, out untouched, otherwise. The magnitude of a
 // negative input is taken. in may be a private scalar: its digits are read with no branch on their values
 // (TovarMp::mpint_to_fixed_bytes) into a stack buffer that is wiped.
-bool mp_int_to_uint256(const mp_int &in, _tvUnsigned256 &out);
+[[nodiscard]] bool mp_int_to_uint256(const mp_int &in, _tvUnsigned256 &out);
 // Sets out to the (non-negative) value of in.
 void uint256_to_mp_int(const _tvUnsigned256 &in, mp_int &out);
 
