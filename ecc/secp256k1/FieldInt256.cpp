@@ -9,8 +9,9 @@ namespace ecckey {
 
 namespace {
 
-// Whether 0 <= v < p: what every operation takes and gives.
-bool isReduced(const _tvUnsigned256 &v) {
+// Whether 0 <= v < p: what every operation takes and gives. Only the invariant checks call it, and a
+// build without them does not emit it.
+[[maybe_unused]] bool isReduced(const _tvUnsigned256 &v) {
     return v < m_Modulus;
 }
 

@@ -40,7 +40,7 @@ bool secp256k1SignAttempt(const unsigned char *nonce32, const _tvUnsigned256 &d,
     _tvUnsigned256 &k = wipedK.get();
     nonceFromBytes(nonce32, k);
     // Rejecting a nonce reveals nothing about the one that is finally used: the verdict may be known.
-    if (ct::declassified((k == s_ZERO) | (k >= n)))
+    if (ct::declassified((unsigned)(k == s_ZERO) | (unsigned)(k >= n)))
         return false;
 
     _tvCurvePt R = _tvCurvePt::m_s_G;  // R = k·G, affine
