@@ -53,9 +53,10 @@ HARDEN_FLAGS = -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG="-O1 -g1" -DECCK
 
 .PHONY: test-sanitize test-tsan memcheck fuzz coverage
 
-# The whole suite with AddressSanitizer and UndefinedBehaviorSanitizer; the first report fails the run.
+# The whole suite with AddressSanitizer and UndefinedBehaviorSanitizer, and with the arithmetic's invariants
+# checked (ECCKEY_CHECK_INVARIANTS); the first report or failed invariant fails the run.
 test-sanitize: deps
-	@cmake -S . -B $(SANITIZE_DIR) $(HARDEN_FLAGS) -DECCKEY_SANITIZE=ON >/dev/null
+	@cmake -S . -B $(SANITIZE_DIR) $(HARDEN_FLAGS) -DECCKEY_SANITIZE=ON -DECCKEY_CHECK_INVARIANTS=ON >/dev/null
 	@cmake --build $(SANITIZE_DIR) -j $(JOBS)
 	@cd $(SANITIZE_DIR) && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1:strict_string_checks=1 \
 	  UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \

@@ -264,8 +264,10 @@ void doubleScalarMult(benchmark::State &state, const BenchCurve *curve) {
         // What the engine's verifier does: two multiplications, one addition, one normalisation.
         const _tvUnsigned256 u1(m.u1.data()), u2(m.u2.data());
         _tvUnsigned256 qx, qy;
-        mp_int_to_uint256(key.m_pubPoint.m_x, qx);
-        mp_int_to_uint256(key.m_pubPoint.m_y, qy);
+        if (!mp_int_to_uint256(key.m_pubPoint.m_x, qx) || !mp_int_to_uint256(key.m_pubPoint.m_y, qy)) {
+            state.SkipWithError("the public point does not fit 256 bits");
+            return;
+        }
         const _tvCurvePt Q{FieldInt256(qx), FieldInt256(qy)};
         for (auto _ : state) {
             allocs.begin();
@@ -334,8 +336,10 @@ void fieldMultiply(benchmark::State &state, const BenchCurve *curve) {
     }
     if (curve->isSecp256k1) {
         _tvUnsigned256 x, y;
-        mp_int_to_uint256(key.m_pubPoint.m_x, x);
-        mp_int_to_uint256(key.m_pubPoint.m_y, y);
+        if (!mp_int_to_uint256(key.m_pubPoint.m_x, x) || !mp_int_to_uint256(key.m_pubPoint.m_y, y)) {
+            state.SkipWithError("the public point does not fit 256 bits");
+            return;
+        }
         FieldInt256 a(x);
         const FieldInt256 b(y);
         for (auto _ : state) {

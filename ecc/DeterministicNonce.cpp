@@ -1,17 +1,19 @@
 #include "ecc/DeterministicNonce.h"
 
-#include <openssl/crypto.h>
-
 #include <cstring>
 
 #include "support/ConstantTime.h"
 #include "support/DataBuffer.h"
 #include "support/Hash.h"
 #include "support/LogBase.h"
+#include "support/Wipe.h"
 
 namespace ecckey {
 
 namespace {
+
+const char kMsgSeedFailed[] = "Failed to seed the nonce generator.";
+const char kMsgDeriveFailed[] = "Failed to derive a nonce.";
 
 // The longest HMAC input: V || separator || int2octets(d) || bits2octets(h1).
 const unsigned kMaxSeedLen = DeterministicNonce::kMaxHashLen + 1 + 2 * DeterministicNonce::kMaxOrderLen;
@@ -26,33 +28,20 @@ unsigned bitLength(unsigned char byte) {
     return bits;
 }
 
-// Zeroes a stack buffer on every way out of the scope that holds it.
-class WipedBytes {
-  public:
-    WipedBytes(unsigned char *bytes, std::size_t len) : m_bytes(bytes), m_len(len) {}
-    ~WipedBytes() { OPENSSL_cleanse(m_bytes, m_len); }
-    WipedBytes(const WipedBytes &) = delete;
-    WipedBytes &operator=(const WipedBytes &) = delete;
-
-  private:
-    unsigned char *m_bytes;
-    std::size_t m_len;
-};
-
 }  // namespace
 
 DeterministicNonce::DeterministicNonce(int hashAlg, bool leastSignificantFirst)
     : m_hashAlg(hashAlg), m_leastSignificantFirst(leastSignificantFirst) {}
 
 DeterministicNonce::~DeterministicNonce() {
-    OPENSSL_cleanse(m_K, sizeof m_K);
-    OPENSSL_cleanse(m_V, sizeof m_V);
+    wipe(m_K, sizeof m_K);
+    wipe(m_V, sizeof m_V);
 }
 
 // out = HMAC_K(data); out may be V or K itself.
 bool DeterministicNonce::mac(const unsigned char *data, unsigned len, unsigned char *out) const {
-    unsigned char result[kMaxHashLen];
-    WipedBytes wipeResult(result, sizeof result);
+    Wiped<unsigned char[kMaxHashLen]> wipedResult;
+    unsigned char *result = wipedResult.get();
     if (!_tvHash::hmac(m_hashAlg, m_K, m_hashLen, data, len, result))
         return false;
     std::memcpy(out, result, m_hashLen);
@@ -62,8 +51,8 @@ bool DeterministicNonce::mac(const unsigned char *data, unsigned len, unsigned c
 // K = HMAC_K(V || separator || int2octets(d) || h), then V = HMAC_K(V): steps d to g of the RFC.
 bool DeterministicNonce::rekey(unsigned char separator, const unsigned char *privKey,
                                const unsigned char *h) {
-    unsigned char data[kMaxSeedLen];
-    WipedBytes wipeData(data, sizeof data);
+    Wiped<unsigned char[kMaxSeedLen]> wipedData;
+    unsigned char *data = wipedData.get();
     std::memcpy(data, m_V, m_hashLen);
     data[m_hashLen] = separator;
     std::memcpy(data + m_hashLen + 1, privKey, m_orderLen);
@@ -73,8 +62,8 @@ bool DeterministicNonce::rekey(unsigned char separator, const unsigned char *pri
 
 // After a refused k: K = HMAC_K(V || 0x00), V = HMAC_K(V).
 bool DeterministicNonce::retry() {
-    unsigned char data[kMaxHashLen + 1];
-    WipedBytes wipeData(data, sizeof data);
+    Wiped<unsigned char[kMaxHashLen + 1]> wipedData;
+    unsigned char *data = wipedData.get();
     std::memcpy(data, m_V, m_hashLen);
     data[m_hashLen] = 0x00;
     return mac(data, m_hashLen + 1, m_K) && mac(m_V, m_hashLen, m_V);
@@ -113,7 +102,7 @@ bool DeterministicNonce::seed(const unsigned char *order, unsigned orderLen, con
     m_hashLen = _tvHash::hashLen(m_hashAlg);
     if (m_hashLen == 0 || m_hashLen > kMaxHashLen || !order || orderLen == 0 || orderLen > kMaxOrderLen ||
         order[0] == 0 || !privKey || (!hash && hashLen != 0)) {
-        log.logError("Failed to seed the nonce generator.");
+        log.logError(kMsgSeedFailed);
         return false;
     }
     std::memcpy(m_order, order, orderLen);
@@ -140,7 +129,7 @@ bool DeterministicNonce::seed(const unsigned char *order, unsigned orderLen, con
     std::memset(m_V, 0x01, m_hashLen);
     std::memset(m_K, 0x00, m_hashLen);
     if (!rekey(0x00, privKey, h) || !rekey(0x01, privKey, h)) {
-        log.logError("Failed to seed the nonce generator.");
+        log.logError(kMsgSeedFailed);
         return false;
     }
     m_seeded = true;
@@ -153,16 +142,16 @@ bool DeterministicNonce::genRandom(unsigned count, DataBuffer &out, LogBase &log
         return false;
     }
     if (m_drawn && !retry()) {
-        log.logError("Failed to derive a nonce.");
+        log.logError(kMsgDeriveFailed);
         return false;
     }
     m_drawn = true;
 
     // T = V || V' || ... until it holds qlen bits; k = bits2int(T), refused unless in [1, n - 1].
-    unsigned char t[kMaxOrderLen + kMaxHashLen];
-    unsigned char k[kMaxOrderLen];
-    WipedBytes wipeT(t, sizeof t);
-    WipedBytes wipeK(k, sizeof k);
+    Wiped<unsigned char[kMaxOrderLen + kMaxHashLen]> wipedT;
+    Wiped<unsigned char[kMaxOrderLen]> wipedK;
+    unsigned char *t = wipedT.get();
+    unsigned char *k = wipedK.get();
     bool found = false;
     for (unsigned candidate = 0; candidate < kMaxCandidates && !found; ++candidate) {
         if (candidate > 0 && !retry())
@@ -180,7 +169,7 @@ bool DeterministicNonce::genRandom(unsigned count, DataBuffer &out, LogBase &log
         found = ct::declassified(inRange(k));  // a refused candidate tells nothing of the k that is kept
     }
     if (!found) {
-        log.logError("Failed to derive a nonce.");
+        log.logError(kMsgDeriveFailed);
         return false;
     }
     if (m_leastSignificantFirst) {

@@ -6,6 +6,8 @@
 // catalogue curve and no caller ever computes on parameters taken from the input.
 #include "ecc/EccKey.h"
 
+#include "ecc/EccMessages.h"
+#include "ecc/EccOids.h"
 #include "support/Asn1.h"
 #include "support/AsnItem.h"
 #include "support/LogBase.h"
@@ -16,7 +18,11 @@ namespace ecckey {
 
 namespace {
 
-const char *const kOidEcPublicKey = "1.2.840.10045.2.1";
+const char kMsgInvalidEccAsn[] = "Invalid ASN.1 for ECC key.";
+const char kMsgDecodeEccAsnFailed[] = "Failed to decode ECC key ASN.1";
+const char kMsgNotEccKey[] = "Not an ECC key.";
+const char kMsgCurveOidNotFound[] = "curve OID not found.";
+const char kDataCurveOid[] = "curveOid";
 
 // A base point shorter than this cannot identify a curve.
 const unsigned kMinBasePointLen = 20;
@@ -29,13 +35,13 @@ struct ExplicitBasePoint {
 // Tested in order against the upper-case hex of the uncompressed base point.
 const ExplicitBasePoint s_explicitBasePoints[] = {
     // P-256: 04, the whole Gx, and the first three digits of Gy.
-    {"046B17D1F2E12C4247F8BCE6E563A440F277037D812DEB33A0F4A13945D898C2964FE", "1.2.840.10045.3.1.7"},
+    {"046B17D1F2E12C4247F8BCE6E563A440F277037D812DEB33A0F4A13945D898C2964FE", kOidSecp256r1},
     // P-521: 04, then Gx with its leading zero byte.
-    {"0400C6858E06B70404E9CD9E3ECB", "1.3.132.0.35"},
+    {"0400C6858E06B70404E9CD9E3ECB", kOidSecp521r1},
     // P-384: 04, then the start of Gx.
-    {"04AA87CA22BE8B05378EB1C71EF320AD746E1D3B628BA79B9859", "1.3.132.0.34"},
+    {"04AA87CA22BE8B05378EB1C71EF320AD746E1D3B628BA79B9859", kOidSecp384r1},
     // secp256k1: 04, then the start of Gx.
-    {"0479BE667EF9DCBBAC55A06295CE870B07029BFCD", "1.3.132.0.10"},
+    {"0479BE667EF9DCBBAC55A06295CE870B07029BFCD", kOidSecp256k1},
 };
 
 }  // namespace
@@ -48,7 +54,7 @@ bool EccKey::loadEccDer(DataBuffer &der, LogBase &log) {
     unsigned consumed = 0;
     _tvAsn1 *root = _tvAsn1::DecodeToAsn(der.getData2(), der.getSize(), consumed, log);
     if (!root) {
-        log.logError("Failed to decode ECC key ASN.1");
+        log.logError(kMsgDecodeEccAsnFailed);
         return false;
     }
     RefCountedObjectOwner rootOwner(root);
@@ -67,7 +73,7 @@ bool EccKey::loadAnyEccAsn(_tvAsn1 *root, LogBase &log) {
 
     _tvAsn1 *first = root ? root->getAsnPart(0) : nullptr;
     if (!first) {
-        log.logError("Invalid ASN.1 for ECC key.");
+        log.logError(kMsgInvalidEccAsn);
         return false;
     }
 
@@ -75,16 +81,16 @@ bool EccKey::loadAnyEccAsn(_tvAsn1 *root, LogBase &log) {
         // SubjectPublicKeyInfo: { AlgorithmIdentifier, BIT STRING point }
         if (!parseAldId(first, algOid, curveOid, log)) {
             log.logError("Failed to parse AlgorithmIdentifier");
-            log.logError("Invalid ASN.1 for ECC key.");
+            log.logError(kMsgInvalidEccAsn);
             return false;
         }
         if (!algOid.equals(kOidEcPublicKey)) {
-            log.logError("Not an ECC key.");
+            log.logError(kMsgNotEccKey);
             return false;
         }
         _tvAsn1 *bits = root->getAsnPart(1);
         if (!bits) {
-            log.logError("Invalid ASN.1 for ECC key.");
+            log.logError(kMsgInvalidEccAsn);
             return false;
         }
         if (!bits->isBitString()) {
@@ -96,13 +102,13 @@ bool EccKey::loadAnyEccAsn(_tvAsn1 *root, LogBase &log) {
 
     if (first->isBitString()) {
         log.logError("The ECC curve OID is unknown.");
-        log.logError("Invalid ASN.1 for ECC key.");
+        log.logError(kMsgInvalidEccAsn);
         return false;
     }
 
     _tvAsn1 *second = root->getAsnPart(1);
     if (!second) {
-        log.logError("Invalid ASN.1 for ECC key.");
+        log.logError(kMsgInvalidEccAsn);
         return false;
     }
     if (!second->isSequence())
@@ -110,16 +116,16 @@ bool EccKey::loadAnyEccAsn(_tvAsn1 *root, LogBase &log) {
 
     // PKCS #8: { INTEGER version, AlgorithmIdentifier, OCTET STRING ECPrivateKey, ... }
     if (!parseAldId(second, algOid, curveOid, log)) {
-        log.logError("Invalid ASN.1 for ECC key.");
+        log.logError(kMsgInvalidEccAsn);
         return false;
     }
     if (!algOid.equals(kOidEcPublicKey)) {
-        log.logError("Not an ECC key.");
+        log.logError(kMsgNotEccKey);
         return false;
     }
     _tvAsn1 *octets = root->getAsnPart(2);
     if (!octets || !octets->isOctetString()) {
-        log.logError("Invalid ASN.1 for ECC key.");
+        log.logError(kMsgInvalidEccAsn);
         return false;
     }
     DataBuffer inner;
@@ -130,7 +136,7 @@ bool EccKey::loadAnyEccAsn(_tvAsn1 *root, LogBase &log) {
     unsigned consumed = 0;
     _tvAsn1 *innerRoot = _tvAsn1::DecodeToAsn(inner.getData2(), inner.getSize(), consumed, log);
     if (!innerRoot) {
-        log.logError("Failed to decode ECC key ASN.1");
+        log.logError(kMsgDecodeEccAsnFailed);
         return false;
     }
     RefCountedObjectOwner innerOwner(innerRoot);
@@ -183,7 +189,7 @@ bool EccKey::loadEccPublicAsn(_tvAsn1 *bitString, const StringBuffer &curveOid, 
         return false;
     }
     if (log.m_verbose)
-        log.LogDataSb("curveOid", curveOid);
+        log.LogDataSb(kDataCurveOid, curveOid);
     if (!m_curve.loadCurveByOid(curveOid, log))
         return false;
 
@@ -194,7 +200,7 @@ bool EccKey::loadEccPublicAsn(_tvAsn1 *bitString, const StringBuffer &curveOid, 
         log.LogDataLong("dbPubKeySize", (long)point.getSize());
 
     if (!m_pubPoint.loadEccPoint(point, log)) {
-        log.logError("Failed to load ECC point.");
+        log.logError(kMsgLoadPointFailed);
         return false;
     }
     m_keyType = 0;
@@ -233,7 +239,7 @@ bool EccKey::loadEccPrivateAsn(_tvAsn1 *ecPrivateKey, const StringBuffer &passed
         } else if (!kNode->getAsnContent(kBytes) || kBytes.getSize() == 0) {
             log.logError("Failed to get K bytes");
         } else if (!TovarMp::mpint_from_bytes(m_privKey, kBytes.getData2(), kBytes.getSize())) {
-            log.logError("Failed to parse K");
+            log.logError(kMsgParseKFailed);
         } else {
             kOk = true;
         }
@@ -252,7 +258,7 @@ bool EccKey::loadEccPrivateAsn(_tvAsn1 *ecPrivateKey, const StringBuffer &passed
                 // A malformed OID leaves oid empty, and loadCurveByOid refuses it with its own message.
                 (void)child->GetOid(oid);
                 if (log.m_verbose)
-                    log.LogDataSb("curveOid", oid);
+                    log.LogDataSb(kDataCurveOid, oid);
                 gotCurve = m_curve.loadCurveByOid(oid, log);
                 if (!gotCurve)
                     log.logError("Failed to load curve by OID.");
@@ -261,7 +267,7 @@ bool EccKey::loadEccPrivateAsn(_tvAsn1 *ecPrivateKey, const StringBuffer &passed
                 DataBuffer point;
                 gotPub = child->getAsnContent(point) && m_pubPoint.loadEccPoint(point, log);
                 if (!gotPub)
-                    log.logError("Failed to load ECC point.");
+                    log.logError(kMsgLoadPointFailed);
                 kOk = gotPub;
             }
             if (gotCurve && gotPub)
@@ -276,13 +282,13 @@ bool EccKey::loadEccPrivateAsn(_tvAsn1 *ecPrivateKey, const StringBuffer &passed
 
     if (!gotCurve) {
         if (passedCurveOid.getSize() == 0) {
-            log.logError("curve OID not found.");
+            log.logError(kMsgCurveOidNotFound);
             return finish(false);
         }
         log.LogDataSb("passedInCurveOid", passedCurveOid);
         if (!m_curve.loadCurveByOid(passedCurveOid, log)) {
             log.LogDataSb("oidNotFound", passedCurveOid);
-            log.logError("curve OID not found.");
+            log.logError(kMsgCurveOidNotFound);
             return finish(false);
         }
         // Deliberately, the enclosing structure's curve overrides any earlier failure, a rejected version

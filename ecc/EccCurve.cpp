@@ -1,5 +1,7 @@
 #include "ecc/EccCurve.h"
 
+#include "ecc/EccOids.h"
+#include "ecc/secp256k1/Secp256k1Params.h"
 #include "support/LogBase.h"
 #include "support/TovarMp.h"
 
@@ -27,7 +29,7 @@ struct CurveRow {
 // clang-format off
 const CurveRow s_catalog[] = {
     // SEC 2 version 2.
-    {{"secp256r1", "1.2.840.10045.3.1.7", 32,
+    {{"secp256r1", kOidSecp256r1, 32,
       {"secp256r1", "p-256", "prime256v1", "ecdsa-sha2-nistp256", "nistp256"}, nullptr},
      /* by OID */ "secp256r1",
      /* p  */ "FFFFFFFF00000001000000000000000000000000FFFFFFFFFFFFFFFFFFFFFFFF",
@@ -37,7 +39,7 @@ const CurveRow s_catalog[] = {
      /* Gx */ "6B17D1F2E12C4247F8BCE6E563A440F277037D812DEB33A0F4A13945D898C296",
      /* Gy */ "4FE342E2FE1A7F9B8EE7EB4A7C0F9E162BCE33576B315ECECBB6406837BF51F5"},
 
-    {{"secp384r1", "1.3.132.0.34", 48,
+    {{"secp384r1", kOidSecp384r1, 48,
       {"secp384r1", "p-384", "ecdsa-sha2-nistp384", "nistp384"}, nullptr},
      /* by OID */ "secp384r1",
      /* p  */ "FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFE"
@@ -52,7 +54,7 @@ const CurveRow s_catalog[] = {
      /* Gy */ "3617DE4A96262C6F5D9E98BF9292DC29F8F41DBD289A147CE9DA3113B5F0B8C0"
               "0A60B1CE1D7E819D7A431D7C90EA0E5F"},
 
-    {{"secp521r1", "1.3.132.0.35", 66,
+    {{"secp521r1", kOidSecp521r1, 66,
       {"secp521r1", "p-521", "ecdsa-sha2-nistp521", "nistp521"}, nullptr},
      /* by OID */ "secp521r1",
      /* p  */ "1FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFF"
@@ -72,17 +74,17 @@ const CurveRow s_catalog[] = {
               "62C97EE72995EF42640C550B9013FAD0761353C7086A272C24088BE94769FD16"
               "650"},
 
-    {{"secp256k1", "1.3.132.0.10", 32,
+    {{"secp256k1", kOidSecp256k1, 32,
       {"secp256k1"}, nullptr},
      /* by OID */ "secp256k1",
-     /* p  */ "FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFEFFFFFC2F",
+     /* p  */ kSecp256k1P,
      /* a  */ nullptr,
-     /* b  */ "0000000000000000000000000000000000000000000000000000000000000007",
-     /* n  */ "FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFEBAAEDCE6AF48A03BBFD25E8CD0364141",
-     /* Gx */ "79BE667EF9DCBBAC55A06295CE870B07029BFCDB2DCE28D959F2815B16F81798",
-     /* Gy */ "483ADA7726A3C4655DA4FBFC0E1108A8FD17B448A68554199C47D08FFB10D4B8"},
+     /* b  */ kSecp256k1B,
+     /* n  */ kSecp256k1N,
+     /* Gx */ kSecp256k1Gx,
+     /* Gy */ kSecp256k1Gy},
 
-    {{"secp192r1", "1.2.840.10045.3.1.1", 24,
+    {{"secp192r1", kOidSecp192r1, 24,
       {"secp192r1", "p-192", "prime192v1"}, nullptr},
      /* by OID */ "secp192r1",
      /* p  */ "FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFEFFFFFFFFFFFFFFFF",
@@ -92,7 +94,7 @@ const CurveRow s_catalog[] = {
      /* Gx */ "188DA80EB03090F67CBF20EB43A18800F4FF0AFD82FF1012",
      /* Gy */ "07192B95FFC8DA78631011ED6B24CDD573F977A11E794811"},
 
-    {{"secp224r1", "1.3.132.0.33", 28,
+    {{"secp224r1", kOidSecp224r1, 28,
       {"secp224r1", "p-224", "prime224v1", "ecdsa-sha2-nistp224", "nistp224"}, nullptr},
      /* by OID */ "secp224r1",
      /* p  */ "FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFF000000000000000000000001",
@@ -103,7 +105,7 @@ const CurveRow s_catalog[] = {
      /* Gy */ "bd376388b5f723fb4c22dfe6cd4375a05a07476444d5819985007e34"},
 
     // RFC 5639, stored under lower-case names; 256 first, then 160 upward.
-    {{"brainpoolp256r1", "1.3.36.3.3.2.8.1.1.7", 32,
+    {{"brainpoolp256r1", kOidBrainpoolP256r1, 32,
       {"brainpoolp256r1", "bp-256"}, "bp256r1"},
      /* by OID */ "brainpoolP256r1",
      /* p  */ "A9FB57DBA1EEA9BC3E660A909D838D726E3BF623D52620282013481D1F6E5377",
@@ -113,7 +115,7 @@ const CurveRow s_catalog[] = {
      /* Gx */ "8BD2AEB9CB7E57CB2C4B482FFC81B7AFB9DE27E1E3BD23C23A4453BD9ACE3262",
      /* Gy */ "547EF835C3DAC4FD97F8461A14611DC9C27745132DED8E545C1D54C72F046997"},
 
-    {{"brainpoolp160r1", "1.3.36.3.3.2.8.1.1.1", 20,
+    {{"brainpoolp160r1", kOidBrainpoolP160r1, 20,
       {"brainpoolp160r1", "bp-160"}, "bp160r1"},
      /* by OID */ "brainpoolP160r1",
      /* p  */ "E95E4A5F737059DC60DFC7AD95B3D8139515620F",
@@ -123,7 +125,7 @@ const CurveRow s_catalog[] = {
      /* Gx */ "BED5AF16EA3F6A4F62938C4631EB5AF7BDBCDBC3",
      /* Gy */ "1667CB477A1A8EC338F94741669C976316DA6321"},
 
-    {{"brainpoolp192r1", "1.3.36.3.3.2.8.1.1.3", 24,
+    {{"brainpoolp192r1", kOidBrainpoolP192r1, 24,
       {"brainpoolp192r1", "bp-192"}, "bp192r1"},
      /* by OID */ "brainpoolP192r1",
      /* p  */ "C302F41D932A36CDA7A3463093D18DB78FCE476DE1A86297",
@@ -133,7 +135,7 @@ const CurveRow s_catalog[] = {
      /* Gx */ "C0A0647EAAB6A48753B033C56CB0F0900A2F5C4853375FD6",
      /* Gy */ "14B690866ABD5BB88B5F4828C1490002E6773FA2FA299B8F"},
 
-    {{"brainpoolp224r1", "1.3.36.3.3.2.8.1.1.5", 28,
+    {{"brainpoolp224r1", kOidBrainpoolP224r1, 28,
       {"brainpoolp224r1", "bp-224"}, "bp224r1"},
      /* by OID */ "brainpoolP224r1",
      /* p  */ "D7C134AA264366862A18302575D1D787B09F075797DA89F57EC8C0FF",
@@ -143,7 +145,7 @@ const CurveRow s_catalog[] = {
      /* Gx */ "0D9029AD2C7E5CF4340823B2A87DC68C9E4CE3174C1E6EFDEE12C07D",
      /* Gy */ "58AA56F772C0726F24C6B89E4ECDAC24354B9E99CAA3F6D3761402CD"},
 
-    {{"brainpoolp320r1", "1.3.36.3.3.2.8.1.1.9", 40,
+    {{"brainpoolp320r1", kOidBrainpoolP320r1, 40,
       {"brainpoolp320r1", "bp-320"}, "bp320r1"},
      /* by OID */ "brainpoolP320r1",
      /* p  */ "D35E472036BC4FB7E13C785ED201E065F98FCFA6F6F40DEF4F92B9EC7893EC28"
@@ -159,7 +161,7 @@ const CurveRow s_catalog[] = {
      /* Gy */ "14FDD05545EC1CC8AB4093247F77275E0743FFED117182EAA9C77877AAAC6AC7"
               "D35245D1692E8EE1"},
 
-    {{"brainpoolp384r1", "1.3.36.3.3.2.8.1.1.11", 48,
+    {{"brainpoolp384r1", kOidBrainpoolP384r1, 48,
       {"brainpoolp384r1", "bp-384"}, "bp384r1"},
      /* by OID */ "brainpoolP384r1",
      /* p  */ "8CB91E82A3386D280F5D6F7E50E641DF152F7109ED5456B412B1DA197FB71123"
@@ -175,7 +177,7 @@ const CurveRow s_catalog[] = {
      /* Gy */ "8ABE1D7520F9C2A45CB1EB8E95CFD55262B70B29FEEC5864E19C054FF9912928"
               "0E4646217791811142820341263C5315"},
 
-    {{"brainpoolp512r1", "1.3.36.3.3.2.8.1.1.13", 64,
+    {{"brainpoolp512r1", kOidBrainpoolP512r1, 64,
       {"brainpoolp512r1", "bp-512"}, "bp512r1"},
      /* by OID */ "brainpoolP512r1",
      /* p  */ "AADD9DB8DBE9C48B3FD4E6AE33C9FC07CB308DB3B3C9D20ED6639CCA70330871"
@@ -308,13 +310,17 @@ bool EccCurve::getCoefficientA(mp_int &a) const {
         return false;
     if (m_hasA)
         return TovarMp::mpint_from_radix(a, m_a.getString(), 16);
-    if (m_name.equals("secp256k1")) {
+    if (isSecp256k1()) {
         TovarMp::mp_zero(a);
         return true;
     }
     mp_int three;
     return TovarMp::mpint_from_radix(a, m_p.getString(), 16) && TovarMp::mp_set(three, 3) == 0 &&
            TovarMp::mp_sub(a, three, a) == 0;
+}
+
+bool EccCurve::isSecp256k1() const {
+    return m_name.equals("secp256k1");
 }
 
 int EccCurve::numCatalogCurves() {

@@ -49,6 +49,9 @@ class EccCurve {
     // The coefficient a of y² = x³ + a·x + b: the catalogue's for the Brainpool curves, p − 3 for the NIST
     // curves, 0 for secp256k1. False when the record is empty or a parameter does not parse.
     [[nodiscard]] bool getCoefficientA(mp_int &a) const;
+    // Whether the record holds secp256k1: the one test that decides whether a key goes to the fixed-width
+    // secp256k1 engine (ecc/secp256k1/) or to the generic arithmetic (ecc/arith/).
+    [[nodiscard]] bool isSecp256k1() const;
 
     // SSH key-type name for the curve's OID ("ecdsa-sha2-nistp256", ...). Logs "Unsupported ecdsa curve."
     // for a record without a catalogue OID.

@@ -7,6 +7,7 @@
 // key must pass checkPublicKey or checkPrivateKey. Values are compared as integers: field elements written
 // shorter than the field (as the module's own explicit form writes secp256k1's a and b) are accepted.
 #include "ecc/EccKey.h"
+#include "ecc/EccMessages.h"
 #include "support/Asn1.h"
 #include "support/LogBase.h"
 #include "support/Owners.h"
@@ -88,11 +89,11 @@ struct CurveValues {
     else if (!hasValue(part(params, 5), _tvAsn1::TAG_INTEGER, want.one))
         error = "The explicit parameters have another cofactor than the curve.";
     if (error) {
-        log.LogDataSb("curveName", curve.m_name);
+        log.LogDataSb(kDataCurveName, curve.m_name);
         log.logError(error);
         return false;
     }
-    log.logInfo("The explicit curve parameters are the catalogue's.");
+    log.logInfo(kMsgExplicitParamsMatch);
     return true;
 }
 

@@ -7,17 +7,17 @@
 #include "ecc/EccKey.h"
 
 #include "ecc/EccExplicitParams.h"
+#include "ecc/EccOids.h"
 #include "support/Asn1.h"
 #include "support/LogBase.h"
 #include "support/Owners.h"
+#include "support/PemLabels.h"
 #include "support/PublicKey.h"
 #include "support/TovarMp.h"
 
 namespace ecckey {
 
 namespace {
-
-const char *const kOidEcPublicKey = "1.2.840.10045.2.1";
 
 // The option keyword that adds the [1] publicKey element to SEC 1 output. Off by default: readers then
 // recompute Q from d.
@@ -234,7 +234,7 @@ bool EccKey::toEccPublicKeyPem(bool shortFormat, StringBuffer &out, LogBase &log
     bool ok = shortFormat ? toPublicKeyDer_shortFmt(der, log) : toPublicKeyDer_longFmt(der, log);
     if (!ok)
         return false;
-    return _tvPublicKey::derToPem("PUBLIC KEY", der, out, log);
+    return _tvPublicKey::derToPem(kPemPublicKey, der, out, log);
 }
 
 // Both structures go out under "EC PRIVATE KEY": SEC 1 is the standard content of that label, and the

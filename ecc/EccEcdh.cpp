@@ -5,42 +5,41 @@
 // where a product at infinity yields x = 0 (an all-zero secret); the generic curves take the ladder for
 // secret scalars, where it fails. The x-coordinate is written from the digits straight into the output.
 
-#include <openssl/crypto.h>
-
 #include "ecc/EccKey.h"
+#include "ecc/EccMessages.h"
 #include "ecc/arith/EccArith.h"
 #include "ecc/secp256k1/CurvePt.h"
 #include "support/ConstantTime.h"
 #include "support/DataBuffer.h"
 #include "support/LogBase.h"
 #include "support/TovarMp.h"
+#include "support/Wipe.h"
 
 namespace ecckey {
 
 namespace {
 
+const char kMsgPointMultFailed[] = "Point multiply failed.";
+
 // S.X = x(d·Q) on secp256k1. A value wider than 256 bits is not converted and acts as zero. False only when
 // S.X cannot hold the result (memory).
 bool sharedXK(const mp_int &d, const EccPoint &Q, EccPoint &S) {
-    _tvUnsigned256 k;
+    // The scalar and the shared point stay on the stack otherwise.
+    Wiped<_tvUnsigned256> k;
     _tvUnsigned256 qx;
     _tvUnsigned256 qy;
-    mp_int_to_uint256(d, k);
-    mp_int_to_uint256(Q.m_x, qx);
-    mp_int_to_uint256(Q.m_y, qy);
+    // A value that does not fit is left zero, as it always was: the secret is then all zero bytes.
+    (void)mp_int_to_uint256(d, k.get());
+    (void)mp_int_to_uint256(Q.m_x, qx);
+    (void)mp_int_to_uint256(Q.m_y, qy);
 
     // Peer coordinates not below p are brought into the field by one masked subtraction of p.
-    _tvCurvePt R{FieldInt256(qx), FieldInt256(qy)};
-    R.z = _tvCurvePt::m_s_fiOne;
-    R.multiplyPt(k);
-    R.normalizePt();
-    ct::declassify(&R.x, sizeof R.x);  // the shared secret, handed to the caller
-    const bool ok = uint256_to_mp_int(R.x, S.m_x);
-
-    // The scalar and the shared point stay on the stack otherwise.
-    OPENSSL_cleanse(&k, sizeof k);
-    OPENSSL_cleanse(&R, sizeof R);
-    return ok;
+    Wiped<_tvCurvePt> R(_tvCurvePt{FieldInt256(qx), FieldInt256(qy)});
+    R.get().z = _tvCurvePt::m_s_fiOne;
+    R.get().multiplyPt(k.get());
+    R.get().normalizePt();
+    ct::declassify(&R.get().x, sizeof R.get().x);  // the shared secret, handed to the caller
+    return uint256_to_mp_int(R.get().x, S.m_x);
 }
 
 }  // namespace
@@ -54,27 +53,27 @@ bool EccKey::sharedSecret(EccKey &peer, DataBuffer &out, LogBase &log) {
     EccPoint S;  // m_format 4
 
     if (m_keyType != 1) {
-        log.logError("Must be a private key.");
+        log.logError(kMsgMustBePrivateKey);
         return false;
     }
     if (!m_curve.m_name.equals(peer.m_curve.m_name)) {
-        log.logError("ECC curves are different");
-        log.LogDataSb("privKeyCurve", m_curve.m_name);
-        log.LogDataSb("pubKeyCurve", peer.m_curve.m_name);
+        log.logError(kMsgCurvesDiffer);
+        log.LogDataSb(kDataPrivKeyCurve, m_curve.m_name);
+        log.LogDataSb(kDataPubKeyCurve, peer.m_curve.m_name);
         return false;
     }
 
     // Parsed for every curve, secp256k1 included, where the engine has its own modulus.
     mp_int p;
     if (!TovarMp::mpint_from_radix(p, m_curve.m_p.getString(), 16)) {
-        log.LogDataSb("curvePrime", m_curve.m_p);
-        log.logError("Failed to decode curve prime.");
+        log.LogDataSb(kDataCurvePrime, m_curve.m_p);
+        log.logError(kMsgDecodePrimeFailed);
         return false;
     }
 
-    if (m_curve.m_name.equals("secp256k1")) {
+    if (m_curve.isSecp256k1()) {
         if (!sharedXK(m_privKey, peer.m_pubPoint, S)) {
-            log.logError("Point multiply failed.");
+            log.logError(kMsgPointMultFailed);
             return false;
         }
     } else {
@@ -85,7 +84,7 @@ bool EccKey::sharedSecret(EccKey &peer, DataBuffer &out, LogBase &log) {
         if (m_curve.m_hasA) {
             mp_int a;
             if (!TovarMp::mpint_from_radix(a, m_curve.m_a.getString(), 16)) {
-                log.logError("Failed to decode curve A.");
+                log.logError(kMsgDecodeAFailed);
                 return false;
             }
             ok = pointMultSecret(m_privKey, n, peer.m_pubPoint, S, &a, p, log);
@@ -93,7 +92,7 @@ bool EccKey::sharedSecret(EccKey &peer, DataBuffer &out, LogBase &log) {
             ok = pointMultSecret(m_privKey, n, peer.m_pubPoint, S, nullptr, p, log);
         }
         if (!ok) {
-            log.logError("Point multiply failed.");
+            log.logError(kMsgPointMultFailed);
             return false;
         }
     }
@@ -102,7 +101,7 @@ bool EccKey::sharedSecret(EccKey &peer, DataBuffer &out, LogBase &log) {
     unsigned char x[66];
     const unsigned len = (unsigned)m_curve.m_byteLen;
     const bool ok = len <= sizeof x && TovarMp::mpint_to_fixed_bytes(S.m_x, x, len) && out.append(x, len);
-    ct::wipe(x, sizeof x);
+    wipe(x, sizeof x);
     return ok;
 }
 

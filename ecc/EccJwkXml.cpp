@@ -7,6 +7,7 @@
 // text holds "EMIT_ECC_FIXED_LENGTH".
 #include "ecc/EccKey.h"
 
+#include "ecc/EccOids.h"
 #include "support/JsonObject.h"
 #include "support/LogBase.h"
 #include "support/TovarMp.h"
@@ -15,6 +16,12 @@
 namespace ecckey {
 
 namespace {
+
+// The fixed pieces of the JSON the writers emit.
+const char kJwkHead[] = "{\"kty\":\"EC\",\"crv\":\"";
+const char kJwkX[] = "\",\"x\":\"";
+const char kJwkY[] = "\",\"y\":\"";
+const char kXmlPublicKeyPath[] = "*:PublicKey";
 
 // The ECKeyValue element of XML Signature 1.1, filled in by toEccPublicKeyXmlDSig.
 const char *const kXmlDSigEcKeyValue =
@@ -39,11 +46,11 @@ const char *const kXmlDSigEcKeyValue =
 bool EccKey::getJwkCurveName(StringBuffer &out, LogBase &log) const {
     (void)log;
     const StringBuffer &oid = m_curve.m_oid;
-    if (oid.equals("1.2.840.10045.3.1.7"))
+    if (oid.equals(kOidSecp256r1))
         return out.append("P-256");
-    if (oid.equals("1.3.132.0.34"))
+    if (oid.equals(kOidSecp384r1))
         return out.append("P-384");
-    if (oid.equals("1.3.132.0.35"))
+    if (oid.equals(kOidSecp521r1))
         return out.append("P-521");
     return out.append(m_curve.m_name);
 }
@@ -51,11 +58,11 @@ bool EccKey::getJwkCurveName(StringBuffer &out, LogBase &log) const {
 bool EccKey::toEccPrivateKeyJwk(StringBuffer &out, LogBase &log) {
     LogContextExitor ctx(log, "toEccPrivateKeyJwk");
     out.clear();
-    bool ok = out.append("{\"kty\":\"EC\",\"crv\":\"");
+    bool ok = out.append(kJwkHead);
     ok = getJwkCurveName(out, log) && ok;
-    ok = out.append("\",\"x\":\"") && ok;
+    ok = out.append(kJwkX) && ok;
     ok = appendJwkInteger(*this, m_pubPoint.m_x, out, log) && ok;
-    ok = out.append("\",\"y\":\"") && ok;
+    ok = out.append(kJwkY) && ok;
     ok = appendJwkInteger(*this, m_pubPoint.m_y, out, log) && ok;
     ok = out.append("\",\"d\":\"") && ok;
     ok = appendJwkInteger(*this, m_privKey, out, log) && ok;
@@ -74,12 +81,12 @@ bool EccKey::toEccPublicKeyJwk(StringBuffer &out, bool crvFirst, LogBase &log) {
         ok = getJwkCurveName(out, log) && ok;
         ok = out.append("\",\"kty\":\"EC\",\"x\":\"") && ok;
     } else {
-        ok = out.append("{\"kty\":\"EC\",\"crv\":\"");
+        ok = out.append(kJwkHead);
         ok = getJwkCurveName(out, log) && ok;
-        ok = out.append("\",\"x\":\"") && ok;
+        ok = out.append(kJwkX) && ok;
     }
     ok = appendJwkInteger(*this, m_pubPoint.m_x, out, log) && ok;
-    ok = out.append("\",\"y\":\"") && ok;
+    ok = out.append(kJwkY) && ok;
     ok = appendJwkInteger(*this, m_pubPoint.m_y, out, log) && ok;
     ok = out.append("\"}") && ok;
     if (!ok)
@@ -177,13 +184,13 @@ bool EccKey::loadAnyXml(ClsXml &xml, LogBase &log) {
     LogContextExitor ctx(log, "loadAnyXml");
     clearEccKey();
 
-    if (xml.hasChildWithTag("*:PublicKey")) {
+    if (xml.hasChildWithTag(kXmlPublicKeyPath)) {
         StringBuffer oid;
         StringBuffer pointBase64;
         // A missing NamedCurve or PublicKey, or text that does not decode, leaves oid or point empty; the
         // loader below refuses either with its own message.
         (void)xml.getChildAttrValue("*:NamedCurve", "URI", oid);
-        (void)xml.getChildContentUtf8("*:PublicKey", pointBase64, false);
+        (void)xml.getChildContentUtf8(kXmlPublicKeyPath, pointBase64, false);
         // A URI without the prefix is passed on unchanged.
         (void)oid.replaceFirstOccurance("urn:oid:", "", false);
         DataBuffer point;

@@ -78,7 +78,7 @@ class EccKey : public KeyBase {
     // private scalar is not in [1, n-1].") and Q = d·G ("The public point is not d·G.").
     [[nodiscard]] bool checkPrivateKey(LogBase &log) const;
 
-    // ---- Double-scalar multiplication (arith/Mul2Add.cpp) ----
+    // ---- Double-scalar multiplication (EccVerify.cpp, over arith/Mul2Add.cpp's pointMul2Add) ----
     // R = kA·A + kB·B (affine, normal form). a is null for a = −3 curves. Scalars up to 256 bytes. Runs on
     // the fixed-width field for a p of the catalogue's sizes (fixedFieldLimbs), on LibTomMath otherwise.
     // R may be A or B. False, with nothing logged, when memory is short or the sum cannot be carried to its
@@ -155,11 +155,12 @@ class EccKey : public KeyBase {
                                      const unsigned char *hash, unsigned hashLen, bool &valid, LogBase &log,
                                      unsigned rLen);
 
-    // ---- secp256k1 signer and verifier (secp256k1/Secp256k1Ecdsa.cpp) ----
+    // ---- secp256k1 signer and verifier (EccEcdsaK.cpp, over secp256k1/Secp256k1Ecdsa.h) ----
     // Signs a 32-byte hash into out, cleared first, as DER or as 64 bytes r||s, in constant time. Refuses a
     // public key ("Must be a private key.") and another hash length ("secp256k1 must use SHA256"); a null
     // hash fails silently. Draws up to 100 nonces (read least significant byte first) and fails silently
-    // after 100 refused ones; a failing generator logs "Failed to generate random nonce.".
+    // after 100 refused ones; a failing generator logs "Failed to generate random nonce.", and memory
+    // running out while r and s are converted "Big integer calculations failed.".
     [[nodiscard]] bool eccSignHashK(const unsigned char *hash, unsigned hashLen, _tvPrng &prng, bool bAsn,
                                     DataBuffer &out, LogBase &log);
     // Checks sig over a 32-byte hash. True, with the verdict in valid and "sigValid" logged, for every

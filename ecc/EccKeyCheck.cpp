@@ -6,6 +6,7 @@
 // on public values with LibTomMath; the scalar only meets a range test on fixed-width limbs and the
 // derivation every loader runs.
 #include "ecc/EccKey.h"
+#include "ecc/EccMessages.h"
 #include "ecc/arith/ScalarField.h"
 #include "support/LogBase.h"
 #include "support/TovarMp.h"
@@ -31,7 +32,7 @@ namespace {
 [[nodiscard]] bool privateScalarInRange(const EccKey &key, LogBase &log) {
     mp_int n;
     if (!TovarMp::mpint_from_radix(n, key.m_curve.m_order.getString(), 16)) {
-        log.logError("Failed to decode curve order.");
+        log.logError(kMsgDecodeOrderFailed);
         return false;
     }
     if (!scalarInRange(n, key.m_privKey)) {
@@ -68,7 +69,7 @@ bool EccKey::checkPublicKey(LogBase &log) const {
              TovarMp::isOdd(y) != (m_pubPoint.m_format == 7))
         error = "The hybrid point's form byte does not match the parity of y.";
     if (error) {
-        log.LogDataSb("curveName", m_curve.m_name);
+        log.LogDataSb(kDataCurveName, m_curve.m_name);
         log.logError(error);
         return false;
     }
@@ -78,7 +79,7 @@ bool EccKey::checkPublicKey(LogBase &log) const {
 bool EccKey::checkPrivateKey(LogBase &log) const {
     LogContextExitor ctx(log, "checkPrivateKey");
     if (m_keyType != 1) {
-        log.logError("Must be a private key.");
+        log.logError(kMsgMustBePrivateKey);
         return false;
     }
     if (!checkPublicKey(log) || !privateScalarInRange(*this, log))
@@ -101,13 +102,13 @@ bool EccKey::sharedSecretChecked(EccKey &peer, DataBuffer &out, LogBase &log) {
     out.clear();
     // The first two refusals are sharedSecret's own, with its messages.
     if (m_keyType != 1) {
-        log.logError("Must be a private key.");
+        log.logError(kMsgMustBePrivateKey);
         return false;
     }
     if (!m_curve.m_name.equals(peer.m_curve.m_name)) {
-        log.logError("ECC curves are different");
-        log.LogDataSb("privKeyCurve", m_curve.m_name);
-        log.LogDataSb("pubKeyCurve", peer.m_curve.m_name);
+        log.logError(kMsgCurvesDiffer);
+        log.LogDataSb(kDataPrivKeyCurve, m_curve.m_name);
+        log.LogDataSb(kDataPubKeyCurve, peer.m_curve.m_name);
         return false;
     }
     if (!peer.checkPublicKey(log)) {

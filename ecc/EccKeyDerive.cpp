@@ -5,39 +5,37 @@
 // ladder for secret scalars. The generic branch reduces a scalar that is not below n in place: callers that
 // store the key afterwards (key generation, the loaders) keep the reduced scalar.
 
-#include <openssl/crypto.h>
-
 #include "ecc/EccKey.h"
+#include "ecc/EccMessages.h"
 #include "ecc/arith/EccArith.h"
 #include "ecc/arith/ScalarField.h"
 #include "ecc/secp256k1/CurvePt.h"
 #include "support/ConstantTime.h"
 #include "support/LogBase.h"
 #include "support/TovarMp.h"
+#include "support/Wipe.h"
 
 namespace ecckey {
 
 namespace {
 
+const char kMsgFailed[] = "Failed.";
+
 // Q = d·G on secp256k1. A scalar wider than 256 bits is not converted and acts as zero, which gives the
 // canonical zero point (0, 1, 0); a scalar not below n is used as it stands. False only when Q's
 // coordinates cannot hold the result (memory).
 bool derivePubKeyK(const mp_int &d, EccPoint &Q) {
-    _tvUnsigned256 k;
-    mp_int_to_uint256(d, k);
-
-    _tvCurvePt R = _tvCurvePt::m_s_G;
-    R.multiplyPt(k);
-    R.normalizePt();
-    ct::declassify(&R, sizeof R);  // the public key
-
-    const bool ok = uint256_to_mp_int(R.x, Q.m_x) && uint256_to_mp_int(R.y, Q.m_y) &&
-                    uint256_to_mp_int(R.z, Q.m_z);
-
     // The scalar and the point it produced stay on the stack otherwise.
-    OPENSSL_cleanse(&k, sizeof k);
-    OPENSSL_cleanse(&R, sizeof R);
-    return ok;
+    Wiped<_tvUnsigned256> k;
+    (void)mp_int_to_uint256(d, k.get());  // a scalar that does not fit stays zero: the zero point
+
+    Wiped<_tvCurvePt> R(_tvCurvePt::m_s_G);
+    R.get().multiplyPt(k.get());
+    R.get().normalizePt();
+    ct::declassify(&R.get(), sizeof R.get());  // the public key
+
+    return uint256_to_mp_int(R.get().x, Q.m_x) && uint256_to_mp_int(R.get().y, Q.m_y) &&
+           uint256_to_mp_int(R.get().z, Q.m_z);
 }
 
 }  // namespace
@@ -45,10 +43,10 @@ bool derivePubKeyK(const mp_int &d, EccPoint &Q) {
 bool EccKey::genPubKey(LogBase &log) {
     LogContextExitor ctx(log, "genPubKey");
 
-    if (m_curve.m_name.equals("secp256k1")) {
+    if (m_curve.isSecp256k1()) {
         if (derivePubKeyK(m_privKey, m_pubPoint))
             return true;
-        log.logError("Big integer calculations failed.");
+        log.logError(kMsgBigIntFailed);
         return false;
     }
 
@@ -60,7 +58,7 @@ bool EccKey::genPubKey(LogBase &log) {
         !TovarMp::mpint_from_radix(G.m_x, m_curve.m_Gx.getString(), 16) ||
         !TovarMp::mpint_from_radix(G.m_y, m_curve.m_Gy.getString(), 16) ||
         TovarMp::mp_set_int(G.m_z, 1) != 0) {
-        log.logError("Big integer calculations failed.");
+        log.logError(kMsgBigIntFailed);
         return false;
     }
 
@@ -74,7 +72,7 @@ bool EccKey::genPubKey(LogBase &log) {
     if (m_curve.m_hasA) {
         mp_int a;
         if (!TovarMp::mpint_from_radix(a, m_curve.m_a.getString(), 16)) {
-            log.logError("Failed to decode curve A.");
+            log.logError(kMsgDecodeAFailed);
             return false;
         }
         ok = pointMultSecret(m_privKey, n, G, m_pubPoint, &a, p, log);
@@ -106,7 +104,7 @@ bool EccKey::regeneratePubKey(EccKey &other, LogBase &log) {
         return false;
 
     if (TovarMp::mp_copy(src->m_privKey, m_privKey) != 0 || !genPubKey(log)) {
-        log.logError("Failed.");
+        log.logError(kMsgFailed);
         return false;
     }
 
@@ -125,7 +123,7 @@ bool EccKey::regeneratePubKey(EccKey &other, LogBase &log) {
         same = false;
     }
     if (!same) {
-        log.logError("Failed.");
+        log.logError(kMsgFailed);
         return false;
     }
     return true;
@@ -136,8 +134,8 @@ bool EccKey::isPoint(LogBase &log) {
     // would never end on it.
     mp_int p;
     if (!TovarMp::mpint_from_radix(p, m_curve.m_p.getString(), 16) || TovarMp::mp_cmp_d(p, 0) <= 0) {
-        log.LogDataSb("curvePrime", m_curve.m_p);
-        log.logError("Failed to decode curve prime.");
+        log.LogDataSb(kDataCurvePrime, m_curve.m_p);
+        log.logError(kMsgDecodePrimeFailed);
         return false;
     }
     mp_int b;

@@ -14,6 +14,7 @@
 #include <cstdint>
 
 #include "ecc/EccKey.h"
+#include "ecc/EccMessages.h"
 #include "ecc/arith/ScalarField.h"
 #include "support/DataBuffer.h"
 #include "support/LogBase.h"
@@ -23,6 +24,8 @@
 namespace ecckey {
 
 namespace {
+
+const char kMsgRandomKeyFailed[] = "Failed to generate random private key.";
 
 // d = the buffer's bytes as an unsigned big-endian integer (zero for an empty buffer).
 [[nodiscard]] bool scalarFromBytes(const DataBuffer &bytes, mp_int &d) {
@@ -51,7 +54,7 @@ void keepLowBits(DataBuffer &candidate, int bits) {
 [[nodiscard]] bool drawBytes(_tvPrng &prng, unsigned numBytes, DataBuffer &k, LogBase &log) {
     k.clear();
     if (!prng.genRandom(numBytes, k, log) || k.getSize() != numBytes) {
-        log.logError("Failed to generate random private key.");
+        log.logError(kMsgRandomKeyFailed);
         return false;
     }
     return true;
@@ -75,10 +78,10 @@ bool EccKey::generateNewKey(const StringBuffer &curveName, _tvPrng &prng, LogBas
     const unsigned numBytes = (unsigned)m_curve.m_byteLen;
     mp_int n;
     if (!TovarMp::mpint_from_radix(n, m_curve.m_order.getString(), 16)) {
-        log.logError("Big integer calculations failed.");
+        log.logError(kMsgBigIntFailed);
         return false;
     }
-    const bool k1 = m_curve.m_name.equals("secp256k1");
+    const bool k1 = m_curve.isSecp256k1();
     if (log.m_options.containsSubstring(kOptDrawUniform)) {
         bool drawn = false;
         for (int i = 0; i < kMaxUniformCandidates && !drawn; ++i) {
@@ -88,7 +91,7 @@ bool EccKey::generateNewKey(const StringBuffer &curveName, _tvPrng &prng, LogBas
             drawn = scalarFromBytesInRange(n, k.getData2(), k.getSize(), m_privKey);
         }
         if (!drawn) {
-            log.logError("Failed to generate random private key.");
+            log.logError(kMsgRandomKeyFailed);
             return false;
         }
     } else {

@@ -7,6 +7,8 @@
 // failure, so whatever was stored before the failing step stays.
 
 #include "ecc/EccKey.h"
+#include "ecc/EccMessages.h"
+#include "ecc/EccOids.h"
 #include "support/DataBuffer.h"
 #include "support/LogBase.h"
 #include "support/StringBuffer.h"
@@ -16,20 +18,15 @@ namespace ecckey {
 
 namespace {
 
-const char *const kOidP256 = "1.2.840.10045.3.1.7";
-const char *const kOidP384 = "1.3.132.0.34";
-const char *const kOidP521 = "1.3.132.0.35";
-const char *const kOidSecp256k1 = "1.3.132.0.10";
-
 // The curve a raw public point of this many bytes (04 || X || Y) selects; null for any other size.
 const char *oidForRawPublicSize(unsigned size) {
     switch (size) {
         case 65:
-            return kOidP256;
+            return kOidSecp256r1;
         case 97:
-            return kOidP384;
+            return kOidSecp384r1;
         case 133:
-            return kOidP521;
+            return kOidSecp521r1;
         default:
             return nullptr;
     }
@@ -39,11 +36,11 @@ const char *oidForRawPublicSize(unsigned size) {
 const char *oidForRawPrivateSize(unsigned size, bool isSecp256k1) {
     switch (size) {
         case 32:
-            return isSecp256k1 ? kOidSecp256k1 : kOidP256;
+            return isSecp256k1 ? kOidSecp256k1 : kOidSecp256r1;
         case 48:
-            return kOidP384;
+            return kOidSecp384r1;
         case 66:
-            return kOidP521;
+            return kOidSecp521r1;
         default:
             return nullptr;
     }
@@ -73,7 +70,7 @@ bool EccKey::loadEcPubKeyByCurveAndPoint(const char *curveName, const DataBuffer
     if (!m_curve.loadCurveByName(curveName ? curveName : "", log))
         return false;
     if (!m_pubPoint.loadEccPoint(point, log)) {
-        log.logError("Failed to load ECC point.");
+        log.logError(kMsgLoadPointFailed);
         return false;
     }
     // Not checked against the curve: validation is the caller's choice.
@@ -103,7 +100,7 @@ bool EccKey::loadEccPublicRaw(const DataBuffer &in, LogBase &log) {
         return false;
     bool ok = m_pubPoint.loadEccPoint(in, log);
     if (!ok)
-        log.logError("Failed to load ECC point.");
+        log.logError(kMsgLoadPointFailed);
     m_keyType = 0;
     return ok;
 }
@@ -115,7 +112,7 @@ bool EccKey::loadEccPrivateRaw(const DataBuffer &in, bool isSecp256k1, LogBase &
     static const unsigned char s_none = 0;
     const unsigned char *bytes = in.getData2() ? in.getData2() : &s_none;
     if (!TovarMp::mpint_from_bytes(m_privKey, bytes, in.getSize())) {
-        log.logError("Failed to parse K");
+        log.logError(kMsgParseKFailed);
         return false;
     }
     // The scalar is kept even when its size is refused (no curve is loaded then).

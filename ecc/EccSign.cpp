@@ -12,6 +12,7 @@
 
 #include "ecc/DeterministicNonce.h"
 #include "ecc/EccKey.h"
+#include "ecc/EccMessages.h"
 #include "ecc/EcdsaSig.h"
 #include "ecc/arith/ScalarField.h"
 #include "support/AsnItem.h"
@@ -21,10 +22,14 @@
 #include "support/Prng.h"
 #include "support/SshMessage.h"
 #include "support/TovarMp.h"
+#include "support/Wipe.h"
 
 namespace ecckey {
 
 namespace {
+
+const char kMsgGetPFailed[] = "Failed to get p";
+const char kMsgGetEFailed[] = "Failed to get e";
 
 // Reads count bytes as an unsigned big-endian integer; an empty string is zero.
 [[nodiscard]] bool readUnsigned(mp_int &out, const unsigned char *bytes, unsigned count) {
@@ -67,7 +72,7 @@ namespace {
 
     while (optionsCopied) {
         if (!eph.generateNewKey(key.m_curve.m_name, prng, quiet)) {
-            log.LogDataSb("curveName", key.m_curve.m_name);
+            log.LogDataSb(kDataCurveName, key.m_curve.m_name);
             log.logError("Failed to generate point on curve.");
             break;
         }
@@ -106,11 +111,11 @@ namespace {
 // parse. Logs "Must be a private key." or "Failed to get p".
 [[nodiscard]] bool prepareSigning(const EccKey &key, mp_int &n, LogBase &log) {
     if (key.m_keyType != 1) {
-        log.logError("Must be a private key.");
+        log.logError(kMsgMustBePrivateKey);
         return false;
     }
     if (!TovarMp::mpint_from_radix(n, key.m_curve.m_order.getString(), 16)) {
-        log.logError("Failed to get p");
+        log.logError(kMsgGetPFailed);
         return false;
     }
     return true;
@@ -119,7 +124,7 @@ namespace {
 [[nodiscard]] bool signIsNegative(const mp_int &r, const mp_int &s, LogBase &log) {
     if (!TovarMp::isNegative(r) && !TovarMp::isNegative(s))
         return false;
-    log.logInfo("R or S is negative");
+    log.logInfo(kMsgSigHalfNegative);
     return true;
 }
 
@@ -132,7 +137,7 @@ namespace {
     if (!prepareSigning(key, n, log))
         return false;
     if (!readUnsigned(e, hash, eLen)) {  // e is not reduced modulo n
-        log.logError("Failed to get e");
+        log.logError(kMsgGetEFailed);
         return false;
     }
     if (!computeSignature(key, n, e, prng, rejectHighLeadingByte, r, s, log))
@@ -154,16 +159,14 @@ namespace {
     if (!TovarMp::mpint_from_radix(n, key.m_curve.m_order.getString(), 16) ||
         !TovarMp::mpint_to_db(n, order) || order.isEmpty() ||
         order.getSize() > DeterministicNonce::kMaxOrderLen) {
-        log.logError("Failed to get p");
+        log.logError(kMsgGetPFailed);
         return false;
     }
     // A scalar longer than n is refused by the range test as all ones would be.
-    unsigned char d[DeterministicNonce::kMaxOrderLen];
-    if (!TovarMp::mpint_to_fixed_bytes(key.m_privKey, d, order.getSize()))
-        std::memset(d, 0xFF, sizeof d);
-    const bool seeded = nonce.seed(order.getData2(), order.getSize(), d, hash, hashLen, log);
-    OPENSSL_cleanse(d, sizeof d);
-    return seeded;
+    Wiped<unsigned char[DeterministicNonce::kMaxOrderLen]> d;
+    if (!TovarMp::mpint_to_fixed_bytes(key.m_privKey, d.get(), order.getSize()))
+        std::memset(d.get(), 0xFF, sizeof d.get());
+    return nonce.seed(order.getData2(), order.getSize(), d.get(), hash, hashLen, log);
 }
 
 }  // namespace
@@ -179,7 +182,7 @@ bool EccKey::eccSignHash(const unsigned char *hash, unsigned hashLen, _tvPrng &p
 
     unsigned eLen = ecdsaHashLen(m_curve.m_byteLen, hashLen);
     // A longer hash reaches the fixed-width signer already cut to 32 bytes; a shorter one is refused there.
-    if (m_curve.m_name.equals("secp256k1"))
+    if (m_curve.isSecp256k1())
         return eccSignHashK(hash, eLen, prng, bAsn, out, log);
     return signGeneric(*this, hash, eLen, prng, true, bAsn, out, log);
 }
@@ -189,7 +192,7 @@ bool EccKey::eccSignHashDeterministic(const unsigned char *hash, unsigned hashLe
     LogContextExitor ctx(log, "eccSignHashDeterministic");
     out.clear();
     if (m_keyType != 1) {
-        log.logError("Must be a private key.");
+        log.logError(kMsgMustBePrivateKey);
         return false;
     }
     const unsigned digestLen = _tvHash::hashLen(hashAlg);
@@ -204,7 +207,7 @@ bool EccKey::eccSignHashDeterministic(const unsigned char *hash, unsigned hashLe
         return false;
     }
 
-    const bool k1 = m_curve.m_name.equals("secp256k1");
+    const bool k1 = m_curve.isSecp256k1();
     DeterministicNonce nonce(hashAlg, k1);
     if (!seedDeterministicNonce(*this, hash, hashLen, nonce, log))
         return false;
@@ -235,7 +238,7 @@ bool EccKey::eccSignHash_forSsh(const unsigned char *hash, unsigned hashLen, _tv
     if (eOk)
         eOk = readUnsigned(e, eBytes.getData2(), eBytes.getSize());
     if (!eOk) {
-        log.logError("Failed to get e");
+        log.logError(kMsgGetEFailed);
         return false;
     }
     if (!computeSignature(*this, n, e, prng, false, r, s, log))

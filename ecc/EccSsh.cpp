@@ -2,6 +2,7 @@
 // from the SSH wire layout used in PuTTY (.ppk) and OpenSSH private-key files.
 #include "ecc/EccKey.h"
 
+#include "ecc/EccMessages.h"
 #include "support/Hash.h"
 #include "support/LogBase.h"
 #include "support/SshMessage.h"
@@ -88,7 +89,7 @@ bool EccKey::loadPrivateFromPuttySsh(const char *curveName, const DataBuffer &pu
             log.logError("no long curve name");
             return false;
         }
-        log.LogDataSb("curveName", longName);
+        log.LogDataSb(kDataCurveName, longName);
 
         StringBuffer altName;
         if (!SshMessage::parseString(privBlob, offset, altName)) {

@@ -1,7 +1,9 @@
 // ECDSA verification on the generic arithmetic: v = x(u1·G + u2·Q) mod n with w = s^-1, u1 = e·w,
 // u2 = r·w, and the signature holds when v = r. secp256k1 keys go to the fixed-width verifier.
 #include "ecc/EccKey.h"
+#include "ecc/EccMessages.h"
 #include "ecc/EcdsaSig.h"
+#include "ecc/arith/EccArith.h"
 #include "support/LogBase.h"
 #include "support/TovarMp.h"
 
@@ -27,7 +29,7 @@ enum VerifyError {
 };
 
 [[nodiscard]] bool verifyError(VerifyError code, LogBase &log) {
-    log.LogDataLong("EccVerifyError", (long)code);
+    log.LogDataLong(kDataVerifyError, (long)code);
     return false;
 }
 
@@ -44,11 +46,11 @@ bool EccKey::eccVerifyHash(const unsigned char *sig, unsigned sigLen, bool split
 
     unsigned eLen = ecdsaHashLen(m_curve.m_byteLen, hashLen);
     // The fixed-width verifier makes its own input checks.
-    if (m_curve.m_name.equals("secp256k1"))
+    if (m_curve.isSecp256k1())
         return eccVerifyHashK(sig, sigLen, split, hash, eLen, valid, log, rLen);
 
     if (!sig || sigLen == 0 || !hash || eLen == 0) {
-        log.logError("null inputs.");
+        log.logError(kMsgNullInputs);
         return false;
     }
 
@@ -60,11 +62,11 @@ bool EccKey::eccVerifyHash(const unsigned char *sig, unsigned sigLen, bool split
 
     mp_int n, p;
     if (!TovarMp::mpint_from_radix(n, m_curve.m_order.getString(), 16)) {
-        log.logError("Failed to decode curve order.");
+        log.logError(kMsgDecodeOrderFailed);
         return false;
     }
     if (!TovarMp::mpint_from_radix(p, m_curve.m_p.getString(), 16)) {
-        log.logError("Failed to decode curve prime.");
+        log.logError(kMsgDecodePrimeFailed);
         return false;
     }
 
@@ -95,7 +97,7 @@ bool EccKey::eccVerifyHash(const unsigned char *sig, unsigned sigLen, bool split
 
     mp_int a;
     if (m_curve.m_hasA && !TovarMp::mpint_from_radix(a, m_curve.m_a.getString(), 16)) {
-        log.logError("Failed to decode curve A.");
+        log.logError(kMsgDecodeAFailed);
         return false;
     }
     // G = u1·G + u2·Q. The public point is trusted as loaded: it is not checked against the curve here.
@@ -107,6 +109,13 @@ bool EccKey::eccVerifyHash(const unsigned char *sig, unsigned sigLen, bool split
         return verifyError(kReduceV, log);  // v = x mod n
     valid = TovarMp::mp_cmp(v, r) == 0;
     return true;
+}
+
+// The method is the generic arithmetic's, which logs nothing: log is not written.
+bool EccKey::mul2add(EccPoint &A, mp_int &kA, EccPoint &B, mp_int &kB, EccPoint &R, mp_int *a, mp_int &p,
+                     LogBase &log) {
+    (void)log;
+    return pointMul2Add(A, kA, B, kB, R, a, p);
 }
 
 }  // namespace ecckey

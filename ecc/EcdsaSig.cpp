@@ -11,6 +11,8 @@ namespace ecckey {
 
 namespace {
 
+const char kDataSigLen[] = "siglen";
+
 // Signatures up to this size are dumped whole into a verbose log.
 const unsigned kMaxLoggedSigLen = 600;
 
@@ -108,7 +110,7 @@ const unsigned kMaxLoggedSigLen = 600;
     }
     log.logError("Unexpected size for R,S signature.");
     log.LogDataHex("sig", sig, len);
-    log.LogDataUint32("siglen", len);
+    log.LogDataUint32(kDataSigLen, len);
     return false;
 }
 
@@ -120,7 +122,7 @@ bool unpackDsaSig(const unsigned char *sig, unsigned sigLen, bool split, mp_int 
 
     bool isAsn = looksLikeDerSig(sig, sigLen);
     if (log.m_verbose) {
-        log.LogDataLong("siglen", (long)sigLen);
+        log.LogDataLong(kDataSigLen, (long)sigLen);
         log.LogDataBool("isAsnSig", isAsn);
         if (sig && sigLen <= kMaxLoggedSigLen)
             log.LogDataHex("sig", sig, sigLen);

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <new>
 
+#include "support/DerMessages.h"
 #include "support/DerReader.h"
 #include "support/LogBase.h"
 #include "support/StringBuffer.h"
@@ -73,19 +74,19 @@ class Asn1Builder {
     static _tvAsn1 *decode(const unsigned char *base, const unsigned char *der, unsigned size,
                            unsigned &consumed, int depth, LogBase &log) {
         if (depth > DerReader::kMaxDepth) {
-            log.logError("ASN.1 nesting exceeds the depth limit.");
+            log.logError(kMsgDerTooDeep);
             log.LogDataUint32("offset", (unsigned)(der - base));
             return nullptr;
         }
         DerHeader hdr;
         if (!DerReader::readHeader(der, size, hdr)) {
-            log.logError("Invalid or truncated DER element.");
+            log.logError(kMsgDerTruncated);
             log.LogDataUint32("offset", (unsigned)(der - base));
             return nullptr;
         }
         _tvAsn1 *node = create(hdr.tagClass, hdr.constructed, hdr.tag);
         if (!node) {
-            log.logError("Out of memory decoding ASN.1.");
+            log.logError(kMsgDerOutOfMemory);
             return nullptr;
         }
         RefCountedObjectOwner nodeOwner(node);
@@ -95,12 +96,12 @@ class Asn1Builder {
                 return nullptr;
         } else {
             if (!DerReader::validPrimitiveContent(hdr.tagClass, hdr.tag, content, hdr.contentLen)) {
-                log.logError("Invalid DER content for its ASN.1 type.");
+                log.logError(kMsgDerBadContent);
                 log.LogDataUint32("offset", (unsigned)(der - base));
                 return nullptr;
             }
             if (!setContent(node, content, hdr.contentLen)) {
-                log.logError("Out of memory decoding ASN.1.");
+                log.logError(kMsgDerOutOfMemory);
                 return nullptr;
             }
         }
@@ -121,7 +122,7 @@ class Asn1Builder {
             if (!child)
                 return false;
             if (!node->AppendPart(child)) {
-                log.logError("Out of memory decoding ASN.1.");
+                log.logError(kMsgDerOutOfMemory);
                 return false;
             }
             pos += used;
@@ -356,7 +357,7 @@ int _tvAsn1::asnIntValue() const {
 _tvAsn1 *_tvAsn1::DecodeToAsn(const unsigned char *der, unsigned size, unsigned &consumed, LogBase &log) {
     consumed = 0;
     if (!der || size == 0) {
-        log.logError("No DER input to decode.");
+        log.logError(kMsgDerNoInput);
         return nullptr;
     }
     return Asn1Builder::decode(der, der, size, consumed, 1, log);

@@ -4,6 +4,7 @@
 #include <new>
 
 #include "support/Asn1.h"
+#include "support/DerMessages.h"
 #include "support/DerReader.h"
 #include "support/LogBase.h"
 #include "support/MpInt.h"
@@ -173,18 +174,18 @@ tv_asnItem *_tvDer::DecodeAsn(const unsigned char *bytes, unsigned count, unsign
         // its content exactly.
         tv_asnItem *decode(const unsigned char *bytes, unsigned count, unsigned &consumed, int depth) {
             if (depth > DerReader::kMaxDepth)
-                return fail("ASN.1 nesting exceeds the depth limit.", bytes);
+                return fail(kMsgDerTooDeep, bytes);
             DerHeader hdr;
             if (!DerReader::readHeader(bytes, count, hdr))
-                return fail("Invalid or truncated DER element.", bytes);
+                return fail(kMsgDerTruncated, bytes);
             const unsigned char *content = bytes + hdr.headerLen;
             if (!hdr.constructed &&
                 !DerReader::validPrimitiveContent(hdr.tagClass, hdr.tag, content, hdr.contentLen))
-                return fail("Invalid DER content for its ASN.1 type.", bytes);
+                return fail(kMsgDerBadContent, bytes);
             ObjectOwner<tv_asnItem> item(new (std::nothrow)
                                              tv_asnItem(hdr.tagClass, hdr.constructed, hdr.tag));
             if (!item.get() || (!hdr.constructed && !item.get()->m_content.append(content, hdr.contentLen)))
-                return fail("Out of memory decoding ASN.1.", bytes);
+                return fail(kMsgDerOutOfMemory, bytes);
             unsigned pos = 0;
             while (hdr.constructed && pos < hdr.contentLen) {
                 unsigned used = 0;
@@ -194,7 +195,7 @@ tv_asnItem *_tvDer::DecodeAsn(const unsigned char *bytes, unsigned count, unsign
                 try {
                     item.get()->m_children.push_back(child.get());
                 } catch (const std::bad_alloc &) {
-                    return fail("Out of memory decoding ASN.1.", bytes);
+                    return fail(kMsgDerOutOfMemory, bytes);
                 }
                 child.release();
                 pos += used;
@@ -206,7 +207,7 @@ tv_asnItem *_tvDer::DecodeAsn(const unsigned char *bytes, unsigned count, unsign
 
     consumed = 0;
     if (!bytes || count == 0) {
-        log.logError("No DER input to decode.");
+        log.logError(kMsgDerNoInput);
         return nullptr;
     }
     Decoder decoder{bytes, log};

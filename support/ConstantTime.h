@@ -1,11 +1,12 @@
-// Helpers for masks, wiping and declassifying, shared by the fixed-width code: the secp256k1 engine, the
+// Helpers for masks and declassifying, shared by the fixed-width code: the secp256k1 engine, the
 // generic curves' field and scalars (ecc/arith/) and the conversions of secrets to and from mp_int
 // (support/TovarMp.cpp). Internal to the library.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
+
+#include "support/Invariant.h"
 
 #if __has_include(<valgrind/memcheck.h>)
 #include <valgrind/memcheck.h>
@@ -31,10 +32,12 @@ inline std::uint64_t opaque64(std::uint64_t v) {
 
 // m = -c: all ones when c is 1, zero when c is 0.
 inline std::uint32_t takeMask(unsigned c) {
+    ECCKEY_INVARIANT(c <= 1u);
     return opaque(0u - c);
 }
 // k = c - 1: all ones when c is 0, zero when c is 1.
 inline std::uint32_t keepMask(unsigned c) {
+    ECCKEY_INVARIANT(c <= 1u);
     return opaque(c - 1u);
 }
 
@@ -56,13 +59,6 @@ template <class T>
 inline T declassified(T v) {
     declassify(&v, sizeof v);
     return v;
-}
-
-// Zeroes a temporary that held secret-dependent values; the barrier keeps the store from being elided
-// as dead.
-inline void wipe(void *p, std::size_t len) {
-    std::memset(p, 0, len);
-    __asm__ __volatile__("" : : "r"(p) : "memory");
 }
 
 }  // namespace ct

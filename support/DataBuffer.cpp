@@ -5,19 +5,11 @@
 #include <limits>
 
 #include "support/StringBuffer.h"
+#include "support/Wipe.h"
 
 namespace ecckey {
 
 namespace {
-
-// Zeroing that the compiler may not drop because the block is freed right after.
-void wipe(void *p, std::size_t n) {
-    if (!p || !n)
-        return;
-    volatile unsigned char *v = static_cast<volatile unsigned char *>(p);
-    while (n--)
-        *v++ = 0;
-}
 
 const char kBase64[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 const char kBase64Url[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";

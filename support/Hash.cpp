@@ -1,11 +1,13 @@
 // Message digests through OpenSSL's libcrypto (EVP one-shot digests).
 #include "support/Hash.h"
 
-#include <openssl/crypto.h>
 #include <openssl/evp.h>
 #include <openssl/hmac.h>
 
+#include <cstring>
+
 #include "support/DataBuffer.h"
+#include "support/Wipe.h"
 
 namespace ecckey {
 
@@ -61,7 +63,7 @@ bool _tvHash::hmac(int hashAlg, const unsigned char *key, unsigned keyLen, const
         outLen == expected)
         return true;
     // Key-derived bytes must not be left half-written.
-    OPENSSL_cleanse(out, expected);
+    wipe(out, expected);
     return false;
 }
 
@@ -73,10 +75,11 @@ bool FingerprintDigest::digestData(const DataBuffer &data, unsigned char out[16]
     static const unsigned char kEmpty = 0;
     const unsigned char *bytes = data.getSize() ? data.getData2() : &kEmpty;
     unsigned digestLen = 0;
-    // MD5 fails only when OpenSSL runs out of memory; out is then zeroed rather than left stale.
+    // MD5 fails only when OpenSSL runs out of memory; out is then zeroed rather than left stale (a
+    // fingerprint is public: a plain fill, not a wipe).
     if (EVP_Digest(bytes, data.getSize(), out, &digestLen, EVP_md5(), nullptr) == 1 && digestLen == 16)
         return true;
-    OPENSSL_cleanse(out, 16);
+    std::memset(out, 0, 16);
     return false;
 }
 

@@ -2,8 +2,6 @@
 // freed (a JWK carries its private scalar as text).
 #include "support/JsonObject.h"
 
-#include <openssl/crypto.h>
-
 #include <cstdint>
 #include <cstring>
 #include <map>
@@ -14,10 +12,13 @@
 
 #include "support/LogBase.h"
 #include "support/StringBuffer.h"
+#include "support/Wipe.h"
 
 namespace ecckey {
 
 namespace {
+
+const char kMsgInvalidJson[] = "Invalid JSON.";
 
 // std::allocator that zeroes each block before releasing it.
 template <typename T>
@@ -28,7 +29,7 @@ struct WipingAllocator {
     WipingAllocator(const WipingAllocator<U> &) noexcept {}
     T *allocate(std::size_t n) { return std::allocator<T>().allocate(n); }
     void deallocate(T *p, std::size_t n) noexcept {
-        OPENSSL_cleanse(p, n * sizeof(T));
+        wipe(p, n * sizeof(T));
         std::allocator<T>().deallocate(p, n);
     }
 };
@@ -142,7 +143,7 @@ bool ClsJsonObject::load(const char *jsonText, LogBase &log) {
     try {
         Json parsed;
         if (!parseLeavingNoCopy(jsonText, len, parsed)) {
-            log.logError("Invalid JSON.");
+            log.logError(kMsgInvalidJson);
             return false;
         }
         if (!parsed.is_object()) {
@@ -153,7 +154,7 @@ bool ClsJsonObject::load(const char *jsonText, LogBase &log) {
     } catch (const Json::parse_error &e) {
         // The parser's own message quotes the text around the error, which may be a private key:
         // only the position is logged (the wrapping adds one character in front).
-        log.logError("Invalid JSON.");
+        log.logError(kMsgInvalidJson);
         log.LogDataLong("byteOffset", (long)(e.byte > len ? len : (e.byte ? e.byte - 1 : 0)));
         return false;
     } catch (const std::exception &) {

@@ -11,6 +11,12 @@
 
 namespace ecckey {
 
+namespace {
+
+const char kDataMember[] = "member";
+
+}  // namespace
+
 KeyBase::KeyBase() : m_pkcs8Attributes(nullptr) {}
 
 KeyBase::~KeyBase() {
@@ -58,7 +64,7 @@ bool KeyBase::jwkContentToMpInt(ClsJsonObject &json, const char *memberName, mp_
     StringBuffer text;
     if (!memberName || !json.sbOfPathUtf8(memberName, text, log)) {
         log.logError("JWK member is missing.");
-        log.logData("member", memberName ? memberName : "");
+        log.logData(kDataMember, memberName ? memberName : "");
         return false;
     }
     // "d" is the private scalar: its bytes live only in a buffer that is wiped.
@@ -67,7 +73,7 @@ bool KeyBase::jwkContentToMpInt(ClsJsonObject &json, const char *memberName, mp_
     // A text of only padding or blanks decodes to no bytes: that is no integer at all, not zero.
     if (!bytes.appendEncoded(text.getString(), "base64url") || bytes.getSize() == 0) {
         log.logError("JWK member is not valid base64url.");
-        log.logData("member", memberName);
+        log.logData(kDataMember, memberName);
         return false;
     }
     if (!TovarMp::mpint_from_bytes(out, bytes.getData2(), bytes.getSize())) {

@@ -4,6 +4,8 @@
 
 #include <cstring>
 
+#include "support/Wipe.h"
+
 namespace ecckey {
 
 static_assert(sizeof(::mp_int) <= 24, "mp_int storage too small for LibTomMath's struct");
@@ -19,11 +21,8 @@ const ::mp_int *ltm(const void *raw) {
 
 // Digits can hold key material: zero every allocated digit before LibTomMath frees them.
 void wipeDigits(::mp_int *a) {
-    if (!a->dp)
-        return;
-    volatile MpDigit *d = a->dp;
-    for (int i = 0; i < a->alloc; ++i)
-        d[i] = 0;
+    if (a->dp && a->alloc > 0)
+        wipe(a->dp, (std::size_t)a->alloc * sizeof(MpDigit));
 }
 }  // namespace
 

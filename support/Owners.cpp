@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <new>
 
+#include "support/Wipe.h"
+
 namespace ecckey {
 
 void RefCountedObject::decRefCount() {
@@ -21,9 +23,7 @@ void tvDeleteUnsignedChar(unsigned char *bytes) {
 ByteArrayOwner::~ByteArrayOwner() {
     if (!m_bytes)
         return;
-    volatile unsigned char *v = m_bytes;
-    for (std::size_t i = 0; i < m_count; ++i)
-        v[i] = 0;
+    wipe(m_bytes, m_count);
     delete[] m_bytes;
 }
 

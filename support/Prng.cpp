@@ -13,6 +13,8 @@ namespace ecckey {
 
 namespace {
 
+const char kMsgOutOfMemory[] = "Out of memory generating random bytes.";
+
 // Fills bytes[0..count) from the kernel's generator. getrandom may return fewer bytes than asked for
 // (above 256 bytes, or when a signal arrives) and fails with EINTR when interrupted before any byte:
 // both just mean "ask again". Any other error is final; errorNumber receives it.
@@ -40,7 +42,7 @@ bool SystemPrng::genRandom(unsigned count, DataBuffer &out, LogBase &log) {
     // and appended in one step, so a failure leaves out unchanged.
     unsigned char *bytes = tvNewUnsignedChar(count);
     if (!bytes) {
-        log.logError("Out of memory generating random bytes.");
+        log.logError(kMsgOutOfMemory);
         return false;
     }
     ByteArrayOwner bytesOwner(bytes, count);
@@ -51,7 +53,7 @@ bool SystemPrng::genRandom(unsigned count, DataBuffer &out, LogBase &log) {
         return false;
     }
     if (!out.append(bytes, count)) {
-        log.logError("Out of memory generating random bytes.");
+        log.logError(kMsgOutOfMemory);
         return false;
     }
     return true;

@@ -11,6 +11,8 @@ namespace ecckey {
 
 namespace {
 
+const char kMsgOutOfMemory[] = "Out of memory reading PEM.";
+
 const unsigned kPemLineLen = 64;
 const char kBegin[] = "-----BEGIN ";
 const char kEnd[] = "-----END ";
@@ -129,7 +131,7 @@ bool _tvPublicKey::pemToDer(const char *text, StringBuffer &label, DataBuffer &d
             return false;
         }
         if (!base64.append(line.start, (unsigned)(line.end - line.start))) {
-            log.logError("Out of memory reading PEM.");
+            log.logError(kMsgOutOfMemory);
             return false;
         }
     }
@@ -153,7 +155,7 @@ bool _tvPublicKey::pemToDer(const char *text, StringBuffer &label, DataBuffer &d
     der.setSensitive();
     der.clear();
     if (!der.append(decoded) || !label.setString(beginLabel)) {
-        log.logError("Out of memory reading PEM.");
+        log.logError(kMsgOutOfMemory);
         return false;
     }
     return true;

@@ -7,6 +7,7 @@
 #include "support/DataBuffer.h"
 #include "support/LogBase.h"
 #include "support/StringBuffer.h"
+#include "support/Wipe.h"
 
 // LibTomMath comes last: its header declares a global mp_int and function-like macros.
 #include <tommath.h>
@@ -49,11 +50,7 @@ class MagnitudeBytes {
         size_t written = 0;
         m_ok = m_len == 0 || ::mp_to_ubin(L(a), m_data, m_len, &written) == MP_OKAY;
     }
-    ~MagnitudeBytes() {
-        volatile unsigned char *v = m_data;
-        for (size_t i = 0; v && i < m_len; ++i)
-            v[i] = 0;
-    }
+    ~MagnitudeBytes() { wipe(m_data, m_len); }
     MagnitudeBytes(const MagnitudeBytes &) = delete;
     MagnitudeBytes &operator=(const MagnitudeBytes &) = delete;
 

@@ -154,4 +154,13 @@ TEST(Secp256k1Engine, IntegerAndFieldOperationsMatchLibTomMath) {
     }
 }
 
+#ifdef ECCKEY_CHECK_INVARIANTS
+// The invariant-check build stops at a field value that is not below p, naming the check.
+TEST(Secp256k1EngineDeathTest, UnreducedFieldValueAborts) {
+    FieldInt256 v;
+    static_cast<_tvUnsigned256 &>(v) = m_Modulus;
+    EXPECT_DEATH(v.square(), "invariant failed: isReduced.* at .*FieldInt256.cpp:[0-9]+");
+}
+#endif
+
 }  // namespace

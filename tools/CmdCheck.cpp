@@ -7,6 +7,7 @@
 #include "KeyReader.h"
 #include "Session.h"
 #include "ecc/EccKey.h"
+#include "ecc/EccMessages.h"
 
 namespace ecckey_cli {
 
@@ -28,7 +29,7 @@ int cmdCheck(int argc, char **argv) {
 
     const bool isPrivate = key.isPrivate();
     // Only DER and PEM keys can carry explicit parameters; the checked loader notes that it compared them.
-    const bool explicitParams = session.log().hasInfo("The explicit curve parameters are the catalogue's.");
+    const bool explicitParams = session.log().hasInfo(ecckey::kMsgExplicitParamsMatch);
     std::printf("format: %s\ncurve: %s (%s)\nkey: %s\nparameters: %s\n", info.format.c_str(),
                 key.m_curve.m_name.getString(), key.m_curve.m_oid.getString(),
                 isPrivate ? "private" : "public",

@@ -5,6 +5,7 @@
 #include "Commands.h"
 #include "FileIo.h"
 #include "KeyReader.h"
+#include "Messages.h"
 #include "Session.h"
 #include "ecc/EccKey.h"
 
@@ -52,7 +53,7 @@ int cmdEcdh(int argc, char **argv) {
         ok = out.append(secret);
     }
     if (!ok || !writeOutput({path, args.has("--force")}, out, true, error))
-        return session.fail(ok ? error : "out of memory");
+        return session.fail(ok ? error : kOutOfMemory);
     return session.finish(kExitOk);
 }
 

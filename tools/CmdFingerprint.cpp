@@ -6,6 +6,7 @@
 #include "Commands.h"
 #include "KeyFormats.h"
 #include "KeyReader.h"
+#include "Messages.h"
 #include "Session.h"
 #include "ecc/EccKey.h"
 #include "support/Hash.h"
@@ -59,8 +60,7 @@ int cmdFingerprint(int argc, char **argv) {
         return session.fail(error);
     // The blob of a curve without an SSH name would claim nistp256: no fingerprint of an SSH key exists.
     if (sshKeyTypeName(key).empty())
-        return session.fail(std::string("the SSH public-key blob has no name for ") +
-                            key.m_curve.m_name.getString());
+        return session.fail(std::string(kNoSshNameFor) + key.m_curve.m_name.getString());
     std::string text;
     if (!fingerprintText(key, args.has("--md5"), text, session.log()))
         return session.fail("cannot compute the fingerprint");

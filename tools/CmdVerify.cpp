@@ -7,8 +7,10 @@
 #include "Digest.h"
 #include "FileIo.h"
 #include "KeyReader.h"
+#include "Messages.h"
 #include "Session.h"
 #include "ecc/EccKey.h"
+#include "ecc/EccMessages.h"
 #include "ecc/EcdsaSig.h"
 #include "support/MpInt.h"
 #include "support/SshMessage.h"
@@ -82,7 +84,7 @@ namespace {
 
 // A signature that does not parse is not valid (exit 1, as for a wrong one); the note says why.
 int notParsed(Session &session, const std::string &why) {
-    std::fprintf(stderr, "ecckey: %s\n", why.c_str());
+    std::fprintf(stderr, kErrorLine, why.c_str());
     return printVerdict(session, false);
 }
 
@@ -130,7 +132,7 @@ int cmdVerify(int argc, char **argv) {
     // simply not valid (the secp256k1 verifier says so itself). Any other failure is a signature the
     // library could not read.
     std::string code;
-    if (session.log().dataValue("EccVerifyError", code) && code == "1")
+    if (session.log().dataValue(ecckey::kDataVerifyError, code) && code == "1")
         return printVerdict(session, false);
     return notParsed(session, "the signature does not parse");
 }

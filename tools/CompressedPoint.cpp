@@ -1,5 +1,6 @@
 #include "CompressedPoint.h"
 
+#include "Messages.h"
 #include "ecc/EccCurve.h"
 #include "support/Asn1.h"
 #include "support/DataBuffer.h"
@@ -95,7 +96,7 @@ struct CurveEquation {
     _tvAsn1 *replacement = bitString ? _tvAsn1::newBitString(whole.getData2(), whole.getSize())
                                      : _tvAsn1::newOctetString(whole.getData2(), whole.getSize());
     if (!holder.replacePart(index, replacement)) {
-        error = "out of memory";
+        error = kOutOfMemory;
         return false;
     }
     changed = true;
@@ -189,7 +190,7 @@ struct CurveEquation {
     innerDer.secureClear();
     if (!inner->EncodeToDer(innerDer, false, log) ||
         !pkcs8.replacePart(2, _tvAsn1::newOctetString(innerDer.getData2(), innerDer.getSize()))) {
-        error = "out of memory";
+        error = kOutOfMemory;
         return false;
     }
     changed = true;
@@ -241,7 +242,7 @@ bool decompressKeyDer(DataBuffer &der, ecckey::LogBase &log, std::string &error)
     DataBuffer rewritten;
     rewritten.setSensitive();
     if (!root->EncodeToDer(rewritten, false, log)) {
-        error = "out of memory";
+        error = kOutOfMemory;
         return false;
     }
     der.secureClear();

@@ -4,6 +4,7 @@
 
 #include "ArgList.h"
 #include "FileIo.h"
+#include "Messages.h"
 #include "ecc/EccCurve.h"
 #include "ecc/EcdsaSig.h"
 #include "support/DataBuffer.h"
@@ -82,7 +83,7 @@ namespace {
 [[nodiscard]] bool fitHashToCurve(const ecckey::EccCurve &curve, ecckey::DataBuffer &hash) {
     if (!hash.truncate(ecckey::ecdsaHashLen(curve.m_byteLen, hash.getSize())))
         return false;
-    if (!curve.m_name.equals("secp256k1") || hash.getSize() >= kSecp256k1HashLen)
+    if (!curve.isSecp256k1() || hash.getSize() >= kSecp256k1HashLen)
         return true;
     const unsigned char zeros[kSecp256k1HashLen] = {};
     return hash.prepend(zeros, kSecp256k1HashLen - hash.getSize());
@@ -95,7 +96,7 @@ bool messageHash(const ArgList &args, const ecckey::EccCurve &curve, ecckey::Dat
     if (!readHash(args, hash, error))
         return false;
     if (!fitHashToCurve(curve, hash)) {
-        error = "out of memory";
+        error = kOutOfMemory;
         return false;
     }
     return true;

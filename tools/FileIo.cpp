@@ -11,11 +11,18 @@
 #include <utility>
 #include <vector>
 
+#include "Messages.h"
 #include "support/DataBuffer.h"
+#include "support/Wipe.h"
 
 namespace ecckey_cli {
 
 namespace {
+
+const char kCannotWrite[] = "cannot write";
+const char kCannotCreate[] = "cannot create";
+const char kCannotOpen[] = "cannot open";
+const char kExistsUseForce[] = "' exists; --force replaces it";
 
 // What this run has read (see FileIo.h): the files, by device and inode so that another path to the same
 // file is recognised, and whether standard input was consumed.
@@ -63,7 +70,7 @@ std::string describe(const char *what, const char *path) {
             break;
         }
     }
-    explicit_bzero(chunk, sizeof chunk);
+    ecckey::wipe(chunk, sizeof chunk);
     return ok;
 }
 
@@ -84,7 +91,7 @@ std::string describe(const char *what, const char *path) {
     std::fflush(stdout);
     if (writeAll(STDOUT_FILENO, bytes.getData2(), bytes.getSize()))
         return true;
-    error = describe("cannot write", "standard output");
+    error = describe(kCannotWrite, "standard output");
     return false;
 }
 
@@ -92,13 +99,13 @@ std::string describe(const char *what, const char *path) {
 [[nodiscard]] bool writeInPlace(const char *path, const ecckey::DataBuffer &bytes, std::string &error) {
     const int fd = ::open(path, O_WRONLY | O_CLOEXEC);
     if (fd < 0) {
-        error = describe("cannot open", path);
+        error = describe(kCannotOpen, path);
         return false;
     }
     bool ok = writeAll(fd, bytes.getData2(), bytes.getSize());
     ok = ::close(fd) == 0 && ok;
     if (!ok)
-        error = describe("cannot write", path);
+        error = describe(kCannotWrite, path);
     return ok;
 }
 
@@ -136,17 +143,16 @@ std::string temporaryNameFor(const std::string &target) {
     std::string temporary = temporaryNameFor(target);
     const int fd = ::mkostemp(&temporary[0], O_CLOEXEC);  // mode 0600 from the start
     if (fd < 0) {
-        error = describe("cannot create", path);
+        error = describe(kCannotCreate, path);
         return false;
     }
     bool ok = secret || ::fchmod(fd, publicFileMode()) == 0;
     ok = ok && writeAll(fd, bytes.getData2(), bytes.getSize()) && ::fsync(fd) == 0;
     ok = ::close(fd) == 0 && ok;
     if (!ok)
-        error = describe("cannot write", path);
+        error = describe(kCannotWrite, path);
     else if (!moveIntoPlace(temporary.c_str(), target.c_str(), replace))
-        error = errno == EEXIST ? std::string("'") + path + "' exists; --force replaces it"
-                                : describe("cannot create", path);
+        error = errno == EEXIST ? std::string("'") + path + kExistsUseForce : describe(kCannotCreate, path);
     else
         return true;
     ::unlink(temporary.c_str());
@@ -167,11 +173,11 @@ bool readInput(const char *path, ecckey::DataBuffer &out, std::string &error) {
             return false;
         }
         s_inputsRead.standardInput = true;
-        return readAll(STDIN_FILENO, "standard input", out, error);
+        return readAll(STDIN_FILENO, kStandardInput, out, error);
     }
     const int fd = ::open(path, O_RDONLY | O_CLOEXEC);
     if (fd < 0) {
-        error = describe("cannot open", path);
+        error = describe(kCannotOpen, path);
         return false;
     }
     struct stat info;
@@ -191,7 +197,7 @@ bool writeOutput(const OutputTarget &target, const ecckey::DataBuffer &bytes, bo
     if (::stat(path, &info) != 0) {
         if (errno == ENOENT)  // a new file (or a dangling link, which only --force replaces)
             return writeReplacing(path, path, bytes, secret, target.force, error);
-        error = describe("cannot create", path);
+        error = describe(kCannotCreate, path);
         return false;
     }
     if (wasRead(info)) {
@@ -201,7 +207,7 @@ bool writeOutput(const OutputTarget &target, const ecckey::DataBuffer &bytes, bo
     if (!S_ISREG(info.st_mode))
         return writeInPlace(path, bytes, error);
     if (!target.force) {
-        error = std::string("'") + path + "' exists; --force replaces it";
+        error = std::string("'") + path + kExistsUseForce;
         return false;
     }
     char *resolved = ::realpath(path, nullptr);

@@ -5,12 +5,14 @@
 #include <cstring>
 
 #include "EncryptedKey.h"
+#include "Messages.h"
 #include "OpenSslLayout.h"
 #include "Passphrase.h"
 #include "PuttyKey.h"
 #include "SshPrivateKey.h"
 #include "ecc/EccKey.h"
 #include "support/LogBase.h"
+#include "support/PemLabels.h"
 #include "support/PublicKey.h"
 
 namespace ecckey_cli {
@@ -62,7 +64,7 @@ const FormatInfo s_formats[] = {
     // The library's PEM writer labels every private structure "EC PRIVATE KEY"; PKCS #8 readers
     // (OpenSSL among them) expect "PRIVATE KEY" for this one, so the DER is wrapped here.
     if (passout == nullptr)
-        return pem ? wrapPem("PRIVATE KEY", der, out, log) : out.append(der);
+        return pem ? wrapPem(ecckey::kPemPrivateKey, der, out, log) : out.append(der);
     StringBuffer passphrase;
     DataBuffer encrypted;
     if (!readPassphrase("--passout", passout, passphrase, error))
@@ -73,7 +75,7 @@ const FormatInfo s_formats[] = {
     }
     if (!encryptPkcs8(der, passphrase, encrypted, error))
         return false;
-    return pem ? wrapPem("ENCRYPTED PRIVATE KEY", encrypted, out, log) : out.append(encrypted);
+    return pem ? wrapPem(ecckey::kPemEncryptedPrivateKey, encrypted, out, log) : out.append(encrypted);
 }
 
 [[nodiscard]] bool writeSec1(EccKey &key, bool pem, DataBuffer &out, LogBase &log) {
@@ -81,7 +83,7 @@ const FormatInfo s_formats[] = {
     der.setSensitive();
     if (!key.toEccPkcs1PrivateKeyDer(der, log))
         return false;
-    return pem ? wrapPem("EC PRIVATE KEY", der, out, log) : out.append(der);
+    return pem ? wrapPem(ecckey::kPemEcPrivateKey, der, out, log) : out.append(der);
 }
 
 [[nodiscard]] bool writeSpki(EccKey &key, bool pem, bool explicitParams, DataBuffer &out, LogBase &log) {
@@ -89,13 +91,13 @@ const FormatInfo s_formats[] = {
     const bool ok = explicitParams ? key.toPublicKeyDer_longFmt(der, log) &&
                                          toOpenSslExplicitSpki(der, (unsigned)key.m_curve.m_byteLen, log)
                                    : key.toPublicKeyDer_shortFmt(der, log);
-    return ok && (pem ? wrapPem("PUBLIC KEY", der, out, log) : out.append(der));
+    return ok && (pem ? wrapPem(ecckey::kPemPublicKey, der, out, log) : out.append(der));
 }
 
 [[nodiscard]] bool writeSshLine(EccKey &key, DataBuffer &out, LogBase &log, std::string &error) {
     const std::string keyType = sshKeyTypeName(key);
     if (keyType.empty()) {
-        error = std::string("the SSH public-key blob has no name for ") + key.m_curve.m_name.getString();
+        error = std::string(kNoSshNameFor) + key.m_curve.m_name.getString();
         return false;
     }
     DataBuffer blob;

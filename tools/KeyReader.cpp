@@ -6,12 +6,14 @@
 #include "CompressedPoint.h"
 #include "EncryptedKey.h"
 #include "FileIo.h"
+#include "Messages.h"
 #include "Passphrase.h"
 #include "PuttyKey.h"
 #include "SshPrivateKey.h"
 #include "ecc/EccKey.h"
 #include "support/JsonObject.h"
 #include "support/LogBase.h"
+#include "support/PemLabels.h"
 #include "support/PublicKey.h"
 #include "support/SshMessage.h"
 #include "support/Xml.h"
@@ -19,6 +21,9 @@
 namespace ecckey_cli {
 
 namespace {
+
+const char kCannotReadPem[] = "cannot read the PEM block";
+const char kUnrecognisedFormat[] = "unrecognised key format";
 
 using ecckey::DataBuffer;
 using ecckey::EccKey;
@@ -90,14 +95,14 @@ const char *skipSpace(const char *p) {
     StringBuffer passphrase;
     StringBuffer pemLabel;
     DataBuffer encrypted;
-    if (label == "EC PRIVATE KEY" && isEncryptedPemBlock(begin))
+    if (label == ecckey::kPemEcPrivateKey && isEncryptedPemBlock(begin))
         return passphraseFor(info, passphrase, error) && decryptPemBlock(begin, passphrase, der, error);
-    if (!ecckey::_tvPublicKey::pemToDer(begin, pemLabel, label == "ENCRYPTED PRIVATE KEY" ? encrypted : der,
-                                        log)) {
-        error = "cannot read the PEM block";
+    if (!ecckey::_tvPublicKey::pemToDer(begin, pemLabel,
+                                        label == ecckey::kPemEncryptedPrivateKey ? encrypted : der, log)) {
+        error = kCannotReadPem;
         return false;
     }
-    return label != "ENCRYPTED PRIVATE KEY" ||
+    return label != ecckey::kPemEncryptedPrivateKey ||
            (passphraseFor(info, passphrase, error) && decryptPkcs8(encrypted, passphrase, der, error));
 }
 
@@ -105,7 +110,7 @@ const char *skipSpace(const char *p) {
     StringBuffer pemLabel;
     DataBuffer blob;
     if (!ecckey::_tvPublicKey::pemToDer(begin, pemLabel, blob, log)) {
-        error = "cannot read the PEM block";
+        error = kCannotReadPem;
         return false;
     }
     return loadOpenSshPrivateKey(blob, key, log, error);
@@ -137,11 +142,11 @@ const char *skipSpace(const char *p) {
             continue;
         }
         info.format = "PEM \"" + label + "\"";
-        if (label == "OPENSSH PRIVATE KEY")
+        if (label == ecckey::kPemOpensshPrivateKey)
             return loadOpenSshPem(begin, key, log, error);
-        const bool privateLabel =
-            label == "PRIVATE KEY" || label == "EC PRIVATE KEY" || label == "ENCRYPTED PRIVATE KEY";
-        if (!privateLabel && label != "PUBLIC KEY") {
+        const bool privateLabel = label == ecckey::kPemPrivateKey || label == ecckey::kPemEcPrivateKey ||
+                                  label == ecckey::kPemEncryptedPrivateKey;
+        if (!privateLabel && label != ecckey::kPemPublicKey) {
             error = "the PEM block" + quotedName(label) + " is not an EC key";
             return false;
         }
@@ -268,7 +273,7 @@ std::string sshComment(const char *afterKey) {
     while (*b64End != '\0' && !isSpace(*b64End))
         ++b64End;
     if (lineType.compare(0, 11, "ecdsa-sha2-") != 0) {
-        error = "the SSH key" + quotedName(lineType) + " is not an ECDSA key";
+        error = "the SSH key" + quotedName(lineType) + kNotAnEcdsaKey;
         return false;
     }
     DataBuffer blob;
@@ -458,7 +463,7 @@ StringBuffer *rawHexField(RawHexFields &fields, const char *name, std::size_t na
         return loadRawHex(start, key, log, error);
     if (onlyHex(start))
         return loadBareHex(start, key, log, error);
-    error = *start == '\0' ? "the key file is empty" : "unrecognised key format";
+    error = *start == '\0' ? "the key file is empty" : kUnrecognisedFormat;
     return false;
 }
 
@@ -476,7 +481,7 @@ bool loadKey(const DataBuffer &content, EccKey &key, LogBase &log, std::string &
     else if (content.getSize() > 0 && content[0] == 0x30)
         loaded = loadDer(content, key, log, error, used);
     else {
-        error = "unrecognised key format";
+        error = kUnrecognisedFormat;
         loaded = false;
     }
     return loaded && checkKey(key, log, error);
@@ -504,7 +509,7 @@ std::string quotedName(const std::string &name) {
 
 bool readKeyFile(const char *path, EccKey &key, LogBase &log, std::string &error, KeyFileInfo *info) {
     DataBuffer content;
-    const std::string name = isStdio(path) ? "standard input" : std::string("'") + path + "'";
+    const std::string name = isStdio(path) ? kStandardInput : std::string("'") + path + "'";
     if (!readInput(path, content, error))
         return false;
     if (loadKey(content, key, log, error, info))

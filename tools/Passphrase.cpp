@@ -6,6 +6,7 @@
 #include "FileIo.h"
 #include "support/DataBuffer.h"
 #include "support/StringBuffer.h"
+#include "support/Wipe.h"
 
 namespace ecckey_cli {
 
@@ -55,7 +56,7 @@ bool takePassphraseArguments(int argc, char **argv) {
             taken.text.secureClear();
             ok = taken.text.append(text) && ok;
             taken.taken = true;
-            explicit_bzero(text, std::strlen(text));
+            ecckey::wipe(text, std::strlen(text));
         }
     }
     return ok;

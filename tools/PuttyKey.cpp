@@ -11,14 +11,19 @@
 
 #include "KeyFormats.h"
 #include "KeyReader.h"
+#include "Messages.h"
 #include "SshPrivateKey.h"
 #include "ecc/EccKey.h"
 #include "support/LogBase.h"
 #include "support/SshMessage.h"
+#include "support/Wipe.h"
 
 namespace ecckey_cli {
 
 namespace {
+
+const char kPublicLines[] = "Public-Lines";
+const char kPrivateLines[] = "Private-Lines";
 
 using ecckey::DataBuffer;
 using ecckey::SshMessage;
@@ -102,7 +107,7 @@ bool readHeader(const char *&text, const char *name, std::string &value) {
     file.privateBlob.setSensitive();
     if (file.version == 0 || !readHeader(++p, "", file.keyType) ||
         !readHeader(p, "Encryption", file.encryption) || !readHeader(p, "Comment", file.comment) ||
-        !readLines(p, "Public-Lines", file.publicBlob))
+        !readLines(p, kPublicLines, file.publicBlob))
         return false;
     if (file.version == 3 && file.encryption != "none" &&
         (!readHeader(p, "Key-Derivation", file.kdf) ||
@@ -111,7 +116,7 @@ bool readHeader(const char *&text, const char *name, std::string &value) {
          !readNumber(p, "Argon2-Parallelism", kMaxArgon2Parallelism, file.argon2Parallelism) ||
          !readHeader(p, "Argon2-Salt", salt) || !file.argon2Salt.appendEncoded(salt.c_str(), "hex")))
         return false;
-    return readLines(p, "Private-Lines", file.privateBlob) && readHeader(p, "Private-MAC", mac) &&
+    return readLines(p, kPrivateLines, file.privateBlob) && readHeader(p, "Private-MAC", mac) &&
            file.mac.appendEncoded(mac.c_str(), "hex");
 }
 
@@ -136,7 +141,7 @@ struct PuttyKeys {
                     EVP_DigestUpdate(ctx, passphrase.getString(), passphrase.getSize()) == 1 &&
                     EVP_DigestFinal_ex(ctx, digest, nullptr) == 1 && out.append(digest, sizeof digest);
     EVP_MD_CTX_free(ctx);
-    OPENSSL_cleanse(digest, sizeof digest);
+    ecckey::wipe(digest, sizeof digest);
     return ok;
 }
 
@@ -169,7 +174,7 @@ struct PuttyKeys {
                     keys.cipherKey.append(derived, kCipherKeyLen) &&
                     keys.iv.append(derived + kCipherKeyLen, kIvLen) &&
                     keys.macKey.append(derived + kCipherKeyLen + kIvLen, kMacKeyLenV3);
-    OPENSSL_cleanse(derived, sizeof derived);
+    ecckey::wipe(derived, sizeof derived);
     return ok;
 }
 
@@ -203,7 +208,7 @@ struct PuttyKeys {
         HMAC(version == 2 ? EVP_sha1() : EVP_sha256(), macKey.isEmpty() ? &kNoKey : macKey.getData2(),
              (int)macKey.getSize(), data.getData2(), data.getSize(), digest, &digestLen) != nullptr &&
         mac.append(digest, digestLen);
-    OPENSSL_cleanse(digest, sizeof digest);
+    ecckey::wipe(digest, sizeof digest);
     return ok;
 }
 
@@ -263,7 +268,7 @@ bool loadPuttyKey(const char *text, ecckey::EccKey &key, ecckey::LogBase &log, s
         return false;
     }
     if (file.keyType.compare(0, 11, "ecdsa-sha2-") != 0) {
-        error = "the PuTTY key" + quotedName(file.keyType) + " is not an ECDSA key";
+        error = "the PuTTY key" + quotedName(file.keyType) + kNotAnEcdsaKey;
         return false;
     }
     if (!unlockPuttyFile(file, info, error))
@@ -306,8 +311,8 @@ bool writePuttyKey(ecckey::EccKey &key, DataBuffer &out, ecckey::LogBase &log, s
               SshMessage::pack_db(dMpint, file.privateBlob) && computeMac(3, file, DataBuffer(), mac) &&
               text.append3(kPuttyMagic, "3: ", file.keyType.c_str()) &&
               text.append("\nEncryption: none\nComment: \n") &&
-              appendLines("Public-Lines", file.publicBlob, text) &&
-              appendLines("Private-Lines", file.privateBlob, text) && text.append("Private-MAC: ");
+              appendLines(kPublicLines, file.publicBlob, text) &&
+              appendLines(kPrivateLines, file.privateBlob, text) && text.append("Private-MAC: ");
     ok = ok && DataBuffer::toHexString2(mac.getData2(), mac.getSize(), false, text);
     return ok && text.appendChar('\n') && out.append(text);
 }

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "Commands.h"
+#include "Messages.h"
 
 namespace ecckey_cli {
 
@@ -31,7 +32,7 @@ Session::Session(bool verbose) : m_verbose(verbose) {
 
 int Session::fail(const std::string &message) {
     if (m_verbose) {
-        std::fprintf(stderr, "ecckey: %s\n", message.c_str());
+        std::fprintf(stderr, kErrorLine, message.c_str());
         std::fputs(m_log.toText().c_str(), stderr);
     } else {
         std::fprintf(stderr, "ecckey: %s%s\n", message.c_str(),

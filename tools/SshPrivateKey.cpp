@@ -3,8 +3,10 @@
 #include <cstring>
 
 #include "KeyReader.h"
+#include "Messages.h"
 #include "ecc/EccKey.h"
 #include "support/LogBase.h"
+#include "support/PemLabels.h"
 #include "support/Prng.h"
 #include "support/PublicKey.h"
 #include "support/SshMessage.h"
@@ -13,6 +15,8 @@
 namespace ecckey_cli {
 
 namespace {
+
+const char kMalformed[] = "malformed OpenSSH private key";
 
 using ecckey::DataBuffer;
 using ecckey::SshMessage;
@@ -45,18 +49,18 @@ const unsigned kOpenSshBlockLen = 8;
     DataBuffer dMpint;
     if (!readUint32(section, offset, check1) || !readUint32(section, offset, check2) ||
         !SshMessage::parseString(section, offset, keyType)) {
-        error = "malformed OpenSSH private key";
+        error = kMalformed;
         return false;
     }
     if (!keyType.beginsWith("ecdsa-sha2-")) {
-        error = "the OpenSSH key" + quotedName(keyType.getString()) + " is not an ECDSA key";
+        error = "the OpenSSH key" + quotedName(keyType.getString()) + kNotAnEcdsaKey;
         return false;
     }
     if (!SshMessage::parseString(section, offset, curveId) ||
         !SshMessage::parseBinaryString(section, offset, point, log) ||
         !SshMessage::parseBinaryString(section, offset, dMpint, log) || check1 != check2 ||
         std::strcmp(keyType.getString() + 11, curveId.getString()) != 0) {
-        error = "malformed OpenSSH private key";
+        error = kMalformed;
         return false;
     }
     return loadSshPrivateParts(curveId, point, dMpint, key, log, error);
@@ -110,7 +114,7 @@ bool loadOpenSshPrivateKey(const DataBuffer &blob, ecckey::EccKey &key, ecckey::
     if (blob.getSize() < offset || std::memcmp(blob.getData2(), kOpenSshMagic, offset) != 0 ||
         !SshMessage::parseString(blob, offset, cipher) || !SshMessage::parseString(blob, offset, kdf) ||
         !SshMessage::parseBinaryString(blob, offset, kdfOptions, log) || !readUint32(blob, offset, numKeys)) {
-        error = "malformed OpenSSH private key";
+        error = kMalformed;
         return false;
     }
     if (!cipher.equals("none")) {
@@ -122,7 +126,7 @@ bool loadOpenSshPrivateKey(const DataBuffer &blob, ecckey::EccKey &key, ecckey::
     if (numKeys != 1 || !SshMessage::parseBinaryString(blob, offset, publicBlob, log) ||
         !SshMessage::parseBinaryString(blob, offset, section, log) || offset != blob.getSize()) {
         error = numKeys != 1 ? "the OpenSSH file holds " + std::to_string(numKeys) + " keys, not one"
-                             : "malformed OpenSSH private key";
+                             : kMalformed;
         return false;
     }
     DataBuffer derived;
@@ -157,7 +161,8 @@ bool writeOpenSshPrivateKey(ecckey::EccKey &key, DataBuffer &out, ecckey::LogBas
          blob.appendUint32_be(1) && SshMessage::pack_db(publicBlob, blob) &&
          SshMessage::pack_db(section, blob);
     StringBuffer pem;
-    return ok && ecckey::_tvPublicKey::derToPem("OPENSSH PRIVATE KEY", blob, pem, log) && out.append(pem);
+    return ok && ecckey::_tvPublicKey::derToPem(ecckey::kPemOpensshPrivateKey, blob, pem, log) &&
+           out.append(pem);
 }
 
 }  // namespace ecckey_cli

@@ -11,6 +11,8 @@ namespace ecckey_cli {
 
 namespace {
 
+const char kOptionLine[] = "  %-18s %s\n";
+
 const Command s_commands[] = {
     {"curves", "", "list the named curves: name, OID, bits (byte length x 8), accepted names", cmdCurves, "",
      ""},
@@ -119,10 +121,10 @@ void printCommandHelp(const Command &command, std::FILE *out) {
     const std::string options = std::string(" ") + command.options + " ";
     for (const OptionHelp &option : s_optionHelp) {
         if (options.find(std::string(" ") + option.name + " ") != std::string::npos)
-            std::fprintf(out, "  %-18s %s\n", (std::string(option.name) + " " + option.argument).c_str(),
+            std::fprintf(out, kOptionLine, (std::string(option.name) + " " + option.argument).c_str(),
                          option.text);
     }
-    std::fprintf(out, "  %-18s %s\n", "-v", "print the library's whole log on standard error");
+    std::fprintf(out, kOptionLine, "-v", "print the library's whole log on standard error");
     if (*command.notes != '\0')
         std::fprintf(out, "\n%s", command.notes);
     if (std::strstr(command.options, "--format") != nullptr)

@@ -13,7 +13,8 @@
 // PointFormulas.h, which the fixed-width field (FixedField.h) runs as well.
 //
 // This arithmetic is not constant time, except pointMultSecret (below) on the catalogue's sizes, which
-// secret scalars take. secp256k1 (a = 0) must never reach it.
+// secret scalars take. secp256k1 (a = 0) must never reach it: its keys go to the fixed-width engine, and a
+// null a here would mean −3. An invariant-check build checks the multipliers' p (isSecp256k1Prime).
 #pragma once
 
 #include "support/MpInt.h"
@@ -31,14 +32,14 @@ class EccArithScratch {
   public:
     // Grows the temporaries for modulus p and, when a is not null, prepares a in Montgomery form
     // (a·β mod p, with mu = β mod p). False when an allocation or an integer operation fails.
-    bool setUp(const mp_int &p, const mp_int *a, const mp_int &mu);
+    [[nodiscard]] bool setUp(const mp_int &p, const mp_int *a, const mp_int &mu);
     // The same, computing mu itself.
-    bool setUp(const mp_int &p, const mp_int *a);
+    [[nodiscard]] bool setUp(const mp_int &p, const mp_int *a);
 
     // Digits that hold any product of two values below p (plus the carries LibTomMath's comba needs).
     static int productDigits(const mp_int &p) { return 2 * p.get_digit_count() + 2; }
     // Grows X, Y and Z of pt to productDigits(p); the values are unchanged.
-    static bool growPoint(EccPoint &pt, const mp_int &p);
+    [[nodiscard]] static bool growPoint(EccPoint &pt, const mp_int &p);
 
     mp_int t1, t2;   // pointDouble, pointAdd and mapPointBack
     mp_int x, y, z;  // pointAdd's copy of P
@@ -49,21 +50,22 @@ class EccArithScratch {
 };
 
 // R = 2P. R may be P; when it is not, P's m_format, X, Y and Z are copied to R first.
-bool pointDouble(EccPoint &P, EccPoint &R, mp_int *a, mp_int &p, MpDigit &digit);
-bool pointDouble(EccPoint &P, EccPoint &R, mp_int *a, mp_int &p, MpDigit &digit, EccArithScratch &s);
+[[nodiscard]] bool pointDouble(EccPoint &P, EccPoint &R, mp_int *a, mp_int &p, MpDigit &digit);
+[[nodiscard]] bool pointDouble(EccPoint &P, EccPoint &R, mp_int *a, mp_int &p, MpDigit &digit,
+                               EccArithScratch &s);
 
 // R = P + Q. R may be P or Q. Falls back to doubling when P and Q have equal X and Z and Y = ±Q.Y (so
 // P + (−P) with equal Z gives 2P); equal points with different Z go through the general formula and give
 // Z = 0. A Q.Z holding the plain integer 1 is taken as Z = 1 (the Montgomery one does not count). Only the
 // doubling fallback writes R's m_format.
-bool pointAdd(EccPoint &P, EccPoint &Q, EccPoint &R, mp_int *a, mp_int &p, MpDigit &digit);
-bool pointAdd(EccPoint &P, EccPoint &Q, EccPoint &R, mp_int *a, mp_int &p, MpDigit &digit,
-              EccArithScratch &s);
+[[nodiscard]] bool pointAdd(EccPoint &P, EccPoint &Q, EccPoint &R, mp_int *a, mp_int &p, MpDigit &digit);
+[[nodiscard]] bool pointAdd(EccPoint &P, EccPoint &Q, EccPoint &R, mp_int *a, mp_int &p, MpDigit &digit,
+                            EccArithScratch &s);
 
 // Jacobian Montgomery form to affine normal form with Z = 1, in place; m_format untouched. False for Z = 0
 // (the point at infinity), with Z then already taken out of Montgomery form.
-bool mapPointBack(EccPoint &P, mp_int &p, MpDigit &digit);
-bool mapPointBack(EccPoint &P, mp_int &p, MpDigit &digit, EccArithScratch &s);
+[[nodiscard]] bool mapPointBack(EccPoint &P, mp_int &p, MpDigit &digit);
+[[nodiscard]] bool mapPointBack(EccPoint &P, mp_int &p, MpDigit &digit, EccArithScratch &s);
 
 // R = k·G by a Montgomery ladder: two group operations per bit after the leading one bit of k. G is affine
 // in normal form and is not modified; k = 0 gives G. R is written only when the ladder succeeds, and then
@@ -73,7 +75,8 @@ bool mapPointBack(EccPoint &P, mp_int &p, MpDigit &digit, EccArithScratch &s);
 // on the fixed-width field, whose arithmetic is constant time; the bits of k still choose which point
 // each step writes, and k's leading zeros are skipped: for public scalars, and for the secret ones that
 // pointMultSecret hands on.
-bool pointMult_tmr(mp_int &k, EccPoint &G, EccPoint &R, mp_int *a, mp_int &p, int map, LogBase &log);
+[[nodiscard]] bool pointMult_tmr(mp_int &k, EccPoint &G, EccPoint &R, mp_int *a, mp_int &p, int map,
+                                 LogBase &log);
 
 // R = k·G for a secret scalar, with pointMult_tmr's results, context and failures. For 1 <= k < n (n the
 // group order) on a p of the fixed-width field, the ladder runs bitlen(n) − 1 steps whatever k is, reads
@@ -81,7 +84,20 @@ bool pointMult_tmr(mp_int &k, EccPoint &G, EccPoint &R, mp_int *a, mp_int &p, in
 // replaces the addition's two tests by masks too: no branch and no memory index follows k, and the only
 // values made public are "1 <= k < n", "the product is at infinity" and the affine product itself. Any
 // other k (0, n and above, negative) or p takes pointMult_tmr.
-bool pointMultSecret(mp_int &k, const mp_int &n, EccPoint &G, EccPoint &R, mp_int *a, mp_int &p,
-                     LogBase &log);
+[[nodiscard]] bool pointMultSecret(mp_int &k, const mp_int &n, EccPoint &G, EccPoint &R, mp_int *a, mp_int &p,
+                                   LogBase &log);
+
+// R = kA·A + kB·B, affine in normal form with Z = 1, by Shamir's trick with a joint table of sixteen points
+// (two bits of each scalar per step). A and B are affine in normal form and are read only before R is
+// first written, so R may be either of them. Scalars up to 256 bytes. Runs on the fixed-width field for a
+// p of the catalogue's sizes (fixedFieldLimbs), on LibTomMath otherwise and for kA = kB = 0. False,
+// logging nothing, when a scalar is longer, memory is short, an integer operation fails or the sum is the
+// point at infinity (the method has none: a partial sum that meets its opposite ends there).
+[[nodiscard]] bool pointMul2Add(EccPoint &A, mp_int &kA, EccPoint &B, mp_int &kB, EccPoint &R, mp_int *a,
+                                mp_int &p);
+
+// Whether p is secp256k1's prime, which none of the functions above may be given. For the invariant
+// checks; variable time, on a public p.
+[[nodiscard]] bool isSecp256k1Prime(const mp_int &p);
 
 }  // namespace ecckey

@@ -18,6 +18,8 @@
 #endif
 
 #include "support/ConstantTime.h"
+#include "support/Invariant.h"
+#include "support/Wipe.h"
 
 namespace ecckey {
 
@@ -57,10 +59,14 @@ class FieldMont {
 
     // True when a = b (isZero: when a = 0). Every limb is compared, whatever the earlier ones held, and the
     // answer is formed without a branch; only the caller's use of it may branch.
-    static bool isEqual(const Elem &a, const Elem &b);
-    static bool isZero(const Elem &a);
+    [[nodiscard]] static bool isEqual(const Elem &a, const Elem &b);
+    [[nodiscard]] static bool isZero(const Elem &a);
+    // True when a < m: every element the operations above take and give is. Branch-free; the invariant
+    // checks (support/Invariant.h) are its callers.
+    [[nodiscard]] bool isReduced(const Elem &a) const;
     // c = a where mask is all ones, b where it is zero (a mask from ct::mask64). c may be a or b.
     static void select(std::uint64_t mask, const Elem &a, const Elem &b, Elem &c) {
+        ECCKEY_INVARIANT(mask == 0 || mask == ~std::uint64_t(0));
         for (int j = 0; j < N; ++j)
             c.w[j] = (a.w[j] & mask) | (b.w[j] & ~mask);
     }
@@ -230,17 +236,20 @@ inline void FieldMont<N>::reduce(u64 *t, Elem &c) const {
 // reduction.
 template <int N>
 void FieldMont<N>::mul(const Elem &a, const Elem &b, Elem &c) const {
+    ECCKEY_INVARIANT(isReduced(a) && isReduced(b));
     u64 t[2 * N] = {0};
 #pragma GCC unroll 32
     for (int i = 0; i < N; ++i)
         addProductRow(t + i, a.w[i], b.w, N);
     reduce(t, c);
+    ECCKEY_INVARIANT(isReduced(c));
 }
 
 // The full square: the cross products a[i]·a[j], i < j, each once (row i adds a[i]·a[i+1..N−1] at limb
 // 2i + 1; its top limb, i + N, is fresh), doubled, plus the squares of the limbs; then the reduction.
 template <int N>
 void FieldMont<N>::sqr(const Elem &a, Elem &c) const {
+    ECCKEY_INVARIANT(isReduced(a));
     u64 t[2 * N] = {0};
 #pragma GCC unroll 32
     for (int i = 0; i < N - 1; ++i)
@@ -258,20 +267,24 @@ void FieldMont<N>::sqr(const Elem &a, Elem &c) const {
         sumCarry = addCarry(sumCarry, t[2 * i + 1], (u64)(square >> 64), t[2 * i + 1]);
     }
     reduce(t, c);
+    ECCKEY_INVARIANT(isReduced(c));
 }
 
 template <int N>
 inline void FieldMont<N>::add(const Elem &a, const Elem &b, Elem &c) const {
+    ECCKEY_INVARIANT(isReduced(a) && isReduced(b));
     u64 s[N];
     unsigned char carry = 0;
 #pragma GCC unroll 32
     for (int j = 0; j < N; ++j)
         carry = addCarry(carry, a.w[j], b.w[j], s[j]);
     subtractOnce(s, carry, c);
+    ECCKEY_INVARIANT(isReduced(c));
 }
 
 template <int N>
 inline void FieldMont<N>::sub(const Elem &a, const Elem &b, Elem &c) const {
+    ECCKEY_INVARIANT(isReduced(a) && isReduced(b));
     u64 d[N];
     unsigned char borrow = 0;
 #pragma GCC unroll 32
@@ -283,6 +296,7 @@ inline void FieldMont<N>::sub(const Elem &a, const Elem &b, Elem &c) const {
 #pragma GCC unroll 32
     for (int j = 0; j < N; ++j)
         carry = addCarry(carry, d[j], m_m.w[j] & addMask, c.w[j]);
+    ECCKEY_INVARIANT(isReduced(c));
 }
 
 template <int N>
@@ -294,6 +308,7 @@ inline void FieldMont<N>::neg(const Elem &a, Elem &c) const {
 // An odd a is made even by adding m (odd); the sum, below 2m, is shifted right with its carry on top.
 template <int N>
 inline void FieldMont<N>::halve(const Elem &a, Elem &c) const {
+    ECCKEY_INVARIANT(isReduced(a));
     const u64 addMask = ct::opaque64(0 - (a.w[0] & 1u));
     u64 s[N];
     unsigned char carry = 0;
@@ -304,6 +319,7 @@ inline void FieldMont<N>::halve(const Elem &a, Elem &c) const {
     for (int j = 0; j < N - 1; ++j)
         c.w[j] = (s[j] >> 1) | (s[j + 1] << 63);
     c.w[N - 1] = (s[N - 1] >> 1) | ((u64)carry << 63);
+    ECCKEY_INVARIANT(isReduced(c));
 }
 
 template <int N>
@@ -344,8 +360,8 @@ void FieldMont<N>::invert(const Elem &a, Elem &c) const {
         }
     }
     c = r;
-    ct::wipe(powers, sizeof powers);
-    ct::wipe(&r, sizeof r);
+    wipe(powers, sizeof powers);
+    wipe(&r, sizeof r);
 }
 
 template <int N>
@@ -361,6 +377,15 @@ template <int N>
 bool FieldMont<N>::isZero(const Elem &a) {
     const Elem zero{};
     return isEqual(a, zero);
+}
+
+template <int N>
+bool FieldMont<N>::isReduced(const Elem &a) const {
+    u64 ignored;
+    unsigned char borrow = 0;
+    for (int j = 0; j < N; ++j)
+        borrow = subBorrow(borrow, a.w[j], m_m.w[j], ignored);
+    return borrow != 0;  // a − m went below zero
 }
 
 }  // namespace ecckey

@@ -16,6 +16,7 @@
 #include "ecc/arith/PointFormulas.h"
 #include "support/MpInt.h"
 #include "support/TovarMp.h"
+#include "support/Wipe.h"
 
 namespace ecckey {
 
@@ -26,7 +27,7 @@ int fixedFieldLimbs(const mp_int &p);
 
 // Runs run(std::integral_constant<int, N>()) for p's limb count, or fallback() when it has none.
 template <class Run, class Fallback>
-bool withFixedFieldLimbs(const mp_int &p, Run run, Fallback fallback) {
+[[nodiscard]] bool withFixedFieldLimbs(const mp_int &p, Run run, Fallback fallback) {
     switch (fixedFieldLimbs(p)) {
         case 3:
             return run(std::integral_constant<int, 3>());
@@ -72,51 +73,52 @@ class FixedField {
     const Field &field() const { return m_f; }
 
     // The point formulas' operations (PointFormulas.h).
-    bool mul(const Elem &a, const Elem &b, Elem &c) const {
+    [[nodiscard]] bool mul(const Elem &a, const Elem &b, Elem &c) const {
         m_f.mul(a, b, c);
         return true;
     }
-    bool sqr(const Elem &a, Elem &c) const {
+    [[nodiscard]] bool sqr(const Elem &a, Elem &c) const {
         m_f.sqr(a, c);
         return true;
     }
-    bool add(const Elem &a, const Elem &b, Elem &c) const {
+    [[nodiscard]] bool add(const Elem &a, const Elem &b, Elem &c) const {
         m_f.add(a, b, c);
         return true;
     }
-    bool sub(const Elem &a, const Elem &b, Elem &c) const {
+    [[nodiscard]] bool sub(const Elem &a, const Elem &b, Elem &c) const {
         m_f.sub(a, b, c);
         return true;
     }
-    bool halve(Elem &t) const {
+    [[nodiscard]] bool halve(Elem &t) const {
         m_f.halve(t, t);
         return true;
     }
-    bool hasA() const { return m_hasA; }
+    [[nodiscard]] bool hasA() const { return m_hasA; }
     // a in Montgomery form: a Montgomery product keeps v's form.
-    bool mulByA(const Elem &v, Elem &c) const {
+    [[nodiscard]] bool mulByA(const Elem &v, Elem &c) const {
         m_f.mul(v, m_aMont, c);
         return true;
     }
-    bool negate(const Elem &a, Elem &c) const {
+    [[nodiscard]] bool negate(const Elem &a, Elem &c) const {
         m_f.neg(a, c);
         return true;
     }
-    bool isEqual(const Elem &a, const Elem &b) const { return Field::isEqual(a, b); }
-    bool isPlainOne(const Elem &z) const { return Field::isEqual(z, m_plainOne); }
-    bool copy(const Elem &a, Elem &c) const {
+    [[nodiscard]] bool isEqual(const Elem &a, const Elem &b) const { return Field::isEqual(a, b); }
+    [[nodiscard]] bool isPlainOne(const Elem &z) const { return Field::isEqual(z, m_plainOne); }
+    [[nodiscard]] bool isReduced(const Elem &a) const { return m_f.isReduced(a); }
+    [[nodiscard]] bool copy(const Elem &a, Elem &c) const {
         c = a;
         return true;
     }
     void copyPoint(const Point &P, Point &R) const { R = P; }
-    bool leaveMontgomery(Elem &a) const {
+    [[nodiscard]] bool leaveMontgomery(Elem &a) const {
         m_f.fromMont(a, a);
         return true;
     }
     // c = a⁻¹ for a normal-form a: into Montgomery form, inverted there, and back. The map inverts Z, and
     // Z = 0 is the point at infinity, which every caller reports as a failure: whether a is zero is made
     // public, and only it.
-    bool invert(const Elem &a, Elem &c) const {
+    [[nodiscard]] bool invert(const Elem &a, Elem &c) const {
         if (ct::declassified(Field::isZero(a)))
             return false;
         m_f.toMont(a, c);
@@ -126,12 +128,12 @@ class FixedField {
     }
     // c = a·b mod p for normal-form values: a Montgomery product leaves a factor R⁻¹, a second one with R²
     // turns it into R⁰.
-    bool mulPlain(const Elem &a, const Elem &b, Elem &c) const {
+    [[nodiscard]] bool mulPlain(const Elem &a, const Elem &b, Elem &c) const {
         m_f.mul(a, b, c);
         m_f.toMont(c, c);
         return true;
     }
-    bool sqrPlain(const Elem &a, Elem &c) const { return mulPlain(a, a, c); }
+    [[nodiscard]] bool sqrPlain(const Elem &a, Elem &c) const { return mulPlain(a, a, c); }
     void setOne(Elem &a) const {
         a = Elem{};
         a.w[0] = 1;
@@ -139,7 +141,7 @@ class FixedField {
 
   private:
     // c = v mod p as limbs, in normal form.
-    bool loadReduced(const mp_int &v, Elem &c) const;
+    [[nodiscard]] bool loadReduced(const mp_int &v, Elem &c) const;
 
     Field m_f;
     const mp_int *m_p = nullptr;
@@ -210,8 +212,8 @@ bool FixedField<N>::store(const Point &M, EccPoint &R) const {
             (void)TovarMp::mp_mulmod(R.m_y, mu, *m_p, R.m_y);
         }
     }
-    ct::wipe(&P, sizeof P);
-    ct::wipe(&s, sizeof s);
+    wipe(&P, sizeof P);
+    wipe(&s, sizeof s);
     return ok;
 }
 

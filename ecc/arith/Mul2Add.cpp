@@ -2,12 +2,12 @@
 // per step.
 #include <cstring>
 
-#include "ecc/EccKey.h"
 #include "ecc/EccPoint.h"
 #include "ecc/arith/BigIntField.h"
 #include "ecc/arith/EccArith.h"
 #include "ecc/arith/FixedField.h"
 #include "ecc/arith/PointFormulas.h"
+#include "support/Invariant.h"
 #include "support/Owners.h"
 #include "support/TovarMp.h"
 
@@ -124,8 +124,8 @@ bool mul2addFixed(EccPoint &A, EccPoint &B, EccPoint &R, mp_int *a, mp_int &p, c
 // A and B are read only before R is first written, so R may be either of them. The scalars' bytes are
 // laid out first; the method then runs on the fixed-width field where p fits one, and on LibTomMath for
 // any other p and for kA = kB = 0.
-bool EccKey::mul2add(EccPoint &A, mp_int &kA, EccPoint &B, mp_int &kB, EccPoint &R, mp_int *a, mp_int &p,
-                     LogBase & /*log*/) {
+bool pointMul2Add(EccPoint &A, mp_int &kA, EccPoint &B, mp_int &kB, EccPoint &R, mp_int *a, mp_int &p) {
+    ECCKEY_INVARIANT(!isSecp256k1Prime(p));
     unsigned char *bytesA = tvNewUnsignedChar(kMaxScalarLen);
     ByteArrayOwner ownA(bytesA, kMaxScalarLen);
     unsigned char *bytesB = tvNewUnsignedChar(kMaxScalarLen);

@@ -5,6 +5,7 @@
 #include "ecc/EccPoint.h"
 #include "ecc/arith/BigIntField.h"
 #include "ecc/arith/PointFormulas.h"
+#include "ecc/secp256k1/Unsigned256.h"
 #include "support/TovarMp.h"
 
 namespace ecckey {
@@ -72,6 +73,11 @@ bool mapPointBack(EccPoint &P, mp_int &p, MpDigit &digit) {
     if (!s.setUp(p, nullptr))
         return false;
     return mapPointBack(P, p, digit, s);
+}
+
+bool isSecp256k1Prime(const mp_int &p) {
+    _tvUnsigned256 v;
+    return mp_int_to_uint256(p, v) && v == m_Modulus;
 }
 
 }  // namespace ecckey

@@ -21,9 +21,19 @@
 //   copy(a, c), copyPoint(P, R)      R's X9.63 form byte too, where the point has one
 //   leaveMontgomery(a), invert(a, c), sqrPlain(a, c), mulPlain(a, b, c), setOne(a)
 //                                    the map's steps on normal-form values; invert fails on zero
+//   isReduced(a)                     a is below p: what every coordinate is on the way in and out
 #pragma once
 
+#include "support/Invariant.h"
+
 namespace ecckey {
+
+// Whether every coordinate of P is below p. For the invariant checks: the formulas' one correction per
+// sum or difference is enough only for reduced inputs.
+template <class F>
+[[nodiscard]] bool isReducedPoint(const F &f, const typename F::Point &P) {
+    return f.isReduced(P.m_x) && f.isReduced(P.m_y) && f.isReduced(P.m_z);
+}
 
 // R = 2P. R may be P; when it is not, P is copied to R first (unchecked, as the copy cannot fail once
 // the coordinates have room).
@@ -32,7 +42,9 @@ namespace ecckey {
 // Degenerate cases: Z = 0 gives Z' = 0 again; Y = 0 (a point of order two) gives Z' = 0. Neither is
 // tested for.
 template <class F>
-bool jacobianDouble(F &f, const typename F::Point &P, typename F::Point &R, typename F::Scratch &s) {
+[[nodiscard]] bool jacobianDouble(F &f, const typename F::Point &P, typename F::Point &R,
+                                  typename F::Scratch &s) {
+    ECCKEY_INVARIANT(isReducedPoint(f, P));
     if (&P != &R)
         f.copyPoint(P, R);
     auto &X = R.m_x;
@@ -69,6 +81,7 @@ bool jacobianDouble(F &f, const typename F::Point &P, typename F::Point &R, type
     ok = ok && f.sub(Y, X, Y);   // Y = S − X'
     ok = ok && f.mul(Y, t1, Y);  // Y = M(S − X')
     ok = ok && f.sub(Y, t2, Y);  // Y = Y' = M(S − X') − T
+    ECCKEY_INVARIANT(!ok || isReducedPoint(f, R));
     return ok;
 }
 
@@ -76,8 +89,8 @@ bool jacobianDouble(F &f, const typename F::Point &P, typename F::Point &R, type
 // comparison is made, so the fixed-width field compares in constant time; only the outcome chooses the
 // path, and it is true only for P = ±Q with equal Z.
 template <class F>
-bool isDoublingCase(F &f, const typename F::Point &P, const typename F::Point &Q,
-                    const typename F::Elem &negQY) {
+[[nodiscard]] bool isDoublingCase(F &f, const typename F::Point &P, const typename F::Point &Q,
+                                  const typename F::Elem &negQY) {
     const int sameX = f.isEqual(P.m_x, Q.m_x);
     const int sameZ = f.isEqual(P.m_z, Q.m_z);
     const int sameY = f.isEqual(P.m_y, Q.m_y);
@@ -93,12 +106,14 @@ bool isDoublingCase(F &f, const typename F::Point &P, const typename F::Point &Q
 // Degenerate cases: equal or opposite points give H = 0 and so Z3 = 0; an input at infinity (Z = 0) is not
 // recognised and gives Z3 = 0.
 template <class F>
-bool jacobianAddGeneral(F &f, const typename F::Point &Q, bool qzIsOne, typename F::Scratch &s) {
+[[nodiscard]] bool jacobianAddGeneral(F &f, const typename F::Point &Q, bool qzIsOne,
+                                      typename F::Scratch &s) {
     auto &x = s.x;
     auto &y = s.y;
     auto &z = s.z;
     auto &t1 = s.t1;
     auto &t2 = s.t2;
+    ECCKEY_INVARIANT(isReducedPoint(f, Q) && f.isReduced(x) && f.isReduced(y) && f.isReduced(z));
 
     bool ok = true;
     if (!qzIsOne) {
@@ -138,8 +153,9 @@ bool jacobianAddGeneral(F &f, const typename F::Point &Q, bool qzIsOne, typename
 // equal points with different Z take the general formula and give Z = 0. A Q whose Z is the big-integer
 // path's plain integer 1 is taken as affine (the Montgomery form of one does not count).
 template <class F>
-bool jacobianAdd(F &f, const typename F::Point &P, const typename F::Point &Q, typename F::Point &R,
-                 typename F::Scratch &s) {
+[[nodiscard]] bool jacobianAdd(F &f, const typename F::Point &P, const typename F::Point &Q,
+                               typename F::Point &R, typename F::Scratch &s) {
+    ECCKEY_INVARIANT(isReducedPoint(f, P) && isReducedPoint(f, Q));
     // t1 = −Q.Y, first of all: R may be Q.
     if (!f.negate(Q.m_y, s.t1))
         return false;
@@ -149,7 +165,9 @@ bool jacobianAdd(F &f, const typename F::Point &P, const typename F::Point &Q, t
         return false;
     if (!jacobianAddGeneral(f, Q, f.isPlainOne(Q.m_z), s))
         return false;
-    return f.copy(s.x, R.m_x) && f.copy(s.y, R.m_y) && f.copy(s.z, R.m_z);
+    const bool ok = f.copy(s.x, R.m_x) && f.copy(s.y, R.m_y) && f.copy(s.z, R.m_z);
+    ECCKEY_INVARIANT(!ok || isReducedPoint(f, R));
+    return ok;
 }
 
 // (X, Y, Z) -> (X/Z², Y/Z³, 1), in place, in normal form. The inverse is taken of Z in normal form;
@@ -157,9 +175,10 @@ bool jacobianAdd(F &f, const typename F::Point &P, const typename F::Point &Q, t
 // their Montgomery factor at the same time. False for Z = 0 (the point at infinity), with Z then already
 // in normal form and X, Y untouched.
 template <class F>
-bool jacobianToAffine(F &f, typename F::Point &P, typename F::Scratch &s) {
+[[nodiscard]] bool jacobianToAffine(F &f, typename F::Point &P, typename F::Scratch &s) {
     auto &t1 = s.t1;
     auto &t2 = s.t2;
+    ECCKEY_INVARIANT(isReducedPoint(f, P));
 
     bool ok = f.leaveMontgomery(P.m_z);  // Z in normal form
     ok = ok && f.invert(P.m_z, t1);      // t1 = Z⁻¹; fails for Z = 0

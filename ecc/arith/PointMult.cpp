@@ -8,22 +8,23 @@
 #include "ecc/arith/PointFormulas.h"
 #include "ecc/arith/ScalarField.h"
 #include "support/ConstantTime.h"
+#include "support/Invariant.h"
 #include "support/LogBase.h"
 #include "support/TovarMp.h"
+#include "support/Wipe.h"
 
 namespace ecckey {
 
 namespace {
+
+const char kContextPointMultiply[] = "pointMultiply";
 
 // Reads k most significant bit first, a digit of mp_int::digitBits() bits at a time.
 class ScalarBitReader {
   public:
     explicit ScalarBitReader(const mp_int &k) : m_k(k), m_index(k.get_digit_count() - 1) {}
     // The digit holds bits of a secret scalar.
-    ~ScalarBitReader() {
-        volatile MpDigit *d = &m_digit;
-        *d = 0;
-    }
+    ~ScalarBitReader() { wipe(&m_digit, sizeof m_digit); }
     ScalarBitReader(const ScalarBitReader &) = delete;
     ScalarBitReader &operator=(const ScalarBitReader &) = delete;
 
@@ -113,7 +114,7 @@ template <int N>
 struct FixedLadderState {
     typename FixedField<N>::Point tG, M0, M1;
     typename FixedField<N>::Scratch s;
-    ~FixedLadderState() { ct::wipe(this, sizeof *this); }
+    ~FixedLadderState() { wipe(this, sizeof *this); }
 };
 
 // The ladder on N-limb field elements: G is converted once, the steps run on the stack, and the result
@@ -138,7 +139,7 @@ struct SecretLadderState {
     typename FixedField<N>::Scratch s;
     typename FixedField<N>::Elem negated;
     std::uint64_t k[9];
-    ~SecretLadderState() { ct::wipe(this, sizeof *this); }
+    ~SecretLadderState() { wipe(this, sizeof *this); }
 };
 
 template <int N>
@@ -227,9 +228,10 @@ bool multiplySecret(const mp_int &k, int bits, EccPoint &G, EccPoint &R, mp_int 
 
 bool pointMultSecret(mp_int &k, const mp_int &n, EccPoint &G, EccPoint &R, mp_int *a, mp_int &p,
                      LogBase &log) {
+    ECCKEY_INVARIANT(!isSecp256k1Prime(p));
     if (!scalarInRange(n, k))
         return pointMult_tmr(k, G, R, a, p, 1, log);
-    LogContextExitor ctx(log, "pointMultiply");
+    LogContextExitor ctx(log, kContextPointMultiply);
     const int bits = TovarMp::mp_count_bits(n);
     return withFixedFieldLimbs(
         p, [&](auto limbs) { return multiplySecret<decltype(limbs)::value>(k, bits, G, R, a, p); },
@@ -239,7 +241,8 @@ bool pointMultSecret(mp_int &k, const mp_int &n, EccPoint &G, EccPoint &R, mp_in
 // Every temporary of either path is set up before the ladder starts, so the loop allocates nothing. On
 // the generic curves' sizes the fixed-width field runs the ladder; the big-integer path serves any other p.
 bool pointMult_tmr(mp_int &k, EccPoint &G, EccPoint &R, mp_int *a, mp_int &p, int /*map*/, LogBase &log) {
-    LogContextExitor ctx(log, "pointMultiply");
+    ECCKEY_INVARIANT(!isSecp256k1Prime(p));
+    LogContextExitor ctx(log, kContextPointMultiply);
     return withFixedFieldLimbs(
         p, [&](auto limbs) { return multiplyFixed<decltype(limbs)::value>(k, G, R, a, p); },
         [&] { return multiplyBigInt(k, G, R, a, p); });

@@ -1,6 +1,7 @@
 #include "ecc/arith/ScalarField.h"
 
 #include "ecc/arith/FixedField.h"
+#include "support/Wipe.h"
 
 namespace ecckey {
 
@@ -10,7 +11,7 @@ namespace {
 template <int N>
 struct Scalars {
     typename ScalarField<N>::Elem a, b, c, d;
-    ~Scalars() { ct::wipe(this, sizeof *this); }
+    ~Scalars() { wipe(this, sizeof *this); }
 };
 
 // Runs run(field, scalars) on a ScalarField of n's limb count; false when n has none or does not fit.
@@ -51,7 +52,7 @@ bool scalarFromBytesUnreduced(const unsigned char *be, unsigned len, mp_int &d) 
         std::uint64_t w[9];
     } limbs;
     const bool ok = limbsOfBytes(be, len, limbs) && TovarMp::mpint_from_limbs(d, limbs.w, (int)(len + 7) / 8);
-    ct::wipe(&limbs, sizeof limbs);
+    wipe(&limbs, sizeof limbs);
     return ok;
 }
 

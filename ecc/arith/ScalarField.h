@@ -17,6 +17,7 @@
 #include "support/ConstantTime.h"
 #include "support/MpInt.h"
 #include "support/TovarMp.h"
+#include "support/Wipe.h"
 
 namespace ecckey {
 
@@ -33,7 +34,7 @@ class ScalarField {
     // c = the big-endian bytes be[0..len) read as an integer, mod n.
     void reduceBytes(const unsigned char *be, unsigned len, Elem &c) const;
     // Whether 1 <= v < n, for v of N limbs, decided without a branch: the caller decides what may be known.
-    bool inRange(const Elem &v) const;
+    [[nodiscard]] bool inRange(const Elem &v) const;
     // s = k⁻¹·(e + d·r) mod n. k = 0 gives s = 0.
     void sign(const Elem &k, const Elem &d, const Elem &e, const Elem &r, Elem &s) const;
 
@@ -67,7 +68,7 @@ void ScalarField<N>::shiftIn(Elem &acc, const Elem &shift, std::uint64_t v) cons
     low.w[0] = v;
     m_f.mul(acc, shift, acc);
     m_f.add(acc, low, acc);
-    ct::wipe(&low, sizeof low);
+    wipe(&low, sizeof low);
 }
 
 template <int N>
@@ -116,29 +117,29 @@ void ScalarField<N>::sign(const Elem &k, const Elem &d, const Elem &e, const Ele
     m_f.toMont(k, kMont);
     m_f.invert(kMont, kInverse);  // k⁻¹·R
     m_f.mul(t, kInverse, s);      // s = (e + d·r)·k⁻¹
-    ct::wipe(&dMont, sizeof dMont);
-    ct::wipe(&t, sizeof t);
-    ct::wipe(&kMont, sizeof kMont);
-    ct::wipe(&kInverse, sizeof kInverse);
+    wipe(&dMont, sizeof dMont);
+    wipe(&t, sizeof t);
+    wipe(&kMont, sizeof kMont);
+    wipe(&kInverse, sizeof kInverse);
 }
 
 // d = be, unreduced (secp256k1 keeps its default draw as it is), through limbs: LibTomMath's reader would
 // branch on the bytes. False for more than 72 bytes.
-bool scalarFromBytesUnreduced(const unsigned char *be, unsigned len, mp_int &d);
+[[nodiscard]] bool scalarFromBytesUnreduced(const unsigned char *be, unsigned len, mp_int &d);
 // d = be mod n (the key generator's default draw: its byte length is the field's, so it may be n or
 // above).
-bool scalarFromBytesModOrder(const mp_int &n, const unsigned char *be, unsigned len, mp_int &d);
+[[nodiscard]] bool scalarFromBytesModOrder(const mp_int &n, const unsigned char *be, unsigned len, mp_int &d);
 // d = be when 1 <= be < n (the uniform draw's test of a candidate); false, d untouched, otherwise. Only
 // the verdict is made public: refusing a candidate tells nothing about the one that is kept.
-bool scalarFromBytesInRange(const mp_int &n, const unsigned char *be, unsigned len, mp_int &d);
+[[nodiscard]] bool scalarFromBytesInRange(const mp_int &n, const unsigned char *be, unsigned len, mp_int &d);
 // v = v mod n, in place, for a non-negative v of any length.
-bool reduceScalarModOrder(const mp_int &n, mp_int &v);
+[[nodiscard]] bool reduceScalarModOrder(const mp_int &n, mp_int &v);
 // Whether 1 <= v < n (a non-negative v of any length); the verdict is made public.
-bool scalarInRange(const mp_int &n, const mp_int &v);
+[[nodiscard]] bool scalarInRange(const mp_int &n, const mp_int &v);
 // s = k⁻¹·(e + d·r) mod n for a private scalar d and a nonce k of any length (both reduced first), a
 // public e of any length and a public r below n. s is made public: it is the signature's second half.
 // False, s untouched, when k is 0 modulo n (it has no inverse; the verdict is made public).
-bool signScalars(const mp_int &n, const mp_int &d, const mp_int &k, const mp_int &e, const mp_int &r,
-                 mp_int &s);
+[[nodiscard]] bool signScalars(const mp_int &n, const mp_int &d, const mp_int &k, const mp_int &e,
+                               const mp_int &r, mp_int &s);
 
 }  // namespace ecckey

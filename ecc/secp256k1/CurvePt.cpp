@@ -1,6 +1,7 @@
 #include "ecc/secp256k1/CurvePt.h"
 
 #include "support/ConstantTime.h"
+#include "support/Wipe.h"
 
 namespace ecckey {
 
@@ -165,10 +166,10 @@ void _tvCurvePt::multiplyPt(const _tvUnsigned256 &kIn) {
         for (unsigned j = 0; j < 16; ++j)
             q.replace(table[j], static_cast<unsigned>(nibble == j));
         addPt(q);
-        ct::wipe(&q, sizeof q);
+        wipe(&q, sizeof q);
     }
-    ct::wipe(table, sizeof table);
-    ct::wipe(&k, sizeof k);
+    wipe(table, sizeof table);
+    wipe(&k, sizeof k);
 }
 
 void _tvCurvePt::normalizePt() {
@@ -182,7 +183,7 @@ void _tvCurvePt::normalizePt() {
     x.replace(m_s_fiOne, static_cast<unsigned>(x != m_s_fiZero));
     y.replace(m_s_fiOne, static_cast<unsigned>(y != m_s_fiZero));
     replace(n, static_cast<unsigned>(z != m_s_fiZero));
-    ct::wipe(&n, sizeof n);
+    wipe(&n, sizeof n);
 }
 
 void _tvCurvePt::replace(const _tvCurvePt &other, unsigned enable) {

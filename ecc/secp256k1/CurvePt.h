@@ -31,12 +31,13 @@ class _tvCurvePt {
     void multiplyPt(const _tvUnsigned256 &k);
     // To (x/z, y/z, 1), or to the canonical (0, 1, 0) for any zero point.
     void normalizePt();
+    // this = other when enable is 1, unchanged when it is 0 (no other value allowed), by masks.
     void replace(const _tvCurvePt &other, unsigned enable);
 
-    bool isZero() const;                             // x = 0, z = 0 and y != 0
-    bool isOnCurve() const;                          // affine x, y on the curve; the zero point is not
-    bool operator==(const _tvCurvePt &other) const;  // compares representations
-    bool operator!=(const _tvCurvePt &other) const;
+    [[nodiscard]] bool isZero() const;     // x = 0, z = 0 and y != 0
+    [[nodiscard]] bool isOnCurve() const;  // affine x, y on the curve; the zero point is not
+    [[nodiscard]] bool operator==(const _tvCurvePt &other) const;  // compares representations
+    [[nodiscard]] bool operator!=(const _tvCurvePt &other) const;
     // out[0] = 0x02 | (y & 1), out[1..32] = x big-endian. The point must be normalised.
     void toCompressedPoint(unsigned char *out33) const;
 

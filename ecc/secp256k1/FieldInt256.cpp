@@ -3,27 +3,45 @@
 #include <cstdint>
 
 #include "support/ConstantTime.h"
+#include "support/Invariant.h"
 
 namespace ecckey {
+
+namespace {
+
+// Whether 0 <= v < p: what every operation takes and gives. Only the invariant checks call it, and a
+// build without them does not emit it.
+[[maybe_unused]] bool isReduced(const _tvUnsigned256 &v) {
+    return v < m_Modulus;
+}
+
+}  // namespace
 
 FieldInt256::FieldInt256(const _tvUnsigned256 &v) : _tvUnsigned256(v) {
     // 2p > 2^256, so one conditional subtraction reduces any 256-bit value.
     _tvUnsigned256::subtract(m_Modulus, static_cast<unsigned>(*this >= m_Modulus));
+    ECCKEY_INVARIANT(isReduced(*this));
 }
 
 void FieldInt256::add(const FieldInt256 &other) {
+    ECCKEY_INVARIANT(isReduced(*this) && isReduced(other));
     unsigned carry = _tvUnsigned256::add(other, 1);
     _tvUnsigned256::subtract(m_Modulus, carry | static_cast<unsigned>(*this >= m_Modulus));
+    ECCKEY_INVARIANT(isReduced(*this));
 }
 
 void FieldInt256::subtract(const FieldInt256 &other) {
+    ECCKEY_INVARIANT(isReduced(*this) && isReduced(other));
     unsigned borrow = _tvUnsigned256::subtract(other, 1);
     _tvUnsigned256::add(m_Modulus, borrow);
+    ECCKEY_INVARIANT(isReduced(*this));
 }
 
 void FieldInt256::multiply2() {
+    ECCKEY_INVARIANT(isReduced(*this));
     unsigned carry = shiftLeft1();
     _tvUnsigned256::subtract(m_Modulus, carry | static_cast<unsigned>(*this >= m_Modulus));
+    ECCKEY_INVARIANT(isReduced(*this));
 }
 
 namespace {
@@ -46,6 +64,7 @@ inline void toLimbs(const std::uint32_t *w, std::uint64_t *limb) {
 }  // namespace
 
 void FieldInt256::multiply(const FieldInt256 &other) {
+    ECCKEY_INVARIANT(isReduced(*this) && isReduced(other));
     // p = 2^256 - c and the Barrett factor floor(2^512 / p) = 2^256 + c, with c = 2^32 + 977.
     // The steps run on 64-bit limbs, each a pair of 32-bit words, with 128-bit intermediates; every
     // quantity below is the same integer a word-by-word evaluation would form.
@@ -139,6 +158,7 @@ void FieldInt256::multiply(const FieldInt256 &other) {
         value[2 * i] = static_cast<std::uint32_t>(limb);
         value[2 * i + 1] = static_cast<std::uint32_t>(limb >> 32);
     }
+    ECCKEY_INVARIANT(isReduced(*this));
 }
 
 void FieldInt256::square() {
@@ -146,7 +166,9 @@ void FieldInt256::square() {
 }
 
 void FieldInt256::reciprocal() {
+    ECCKEY_INVARIANT(isReduced(*this));
     _tvUnsigned256::reciprocal(m_Modulus);
+    ECCKEY_INVARIANT(isReduced(*this));
 }
 
 void FieldInt256::replace(const FieldInt256 &other, unsigned enable) {

@@ -15,24 +15,28 @@ class FieldInt256 : public _tvUnsigned256 {
     constexpr explicit FieldInt256(const char *hex) : _tvUnsigned256(hex) {}  // no reduction
     explicit FieldInt256(const _tvUnsigned256 &value);  // subtracts p once when value >= p
 
+    // this = this + other, this − other, 2·this mod p, each by one masked correction. Operands below p.
     void add(const FieldInt256 &other);
     void subtract(const FieldInt256 &other);
     void multiply2();
-    // Schoolbook product, Barrett reduction by floor(2^512 / p), one final conditional subtraction.
-    void multiply(const FieldInt256 &other);  // other may be *this
+    // this = this·other mod p (other may be *this): schoolbook product, Barrett reduction by
+    // floor(2^512 / p), one final conditional subtraction. square() is multiply(*this).
+    void multiply(const FieldInt256 &other);
     void square();
-    void reciprocal();  // zero stays zero
+    // this = this^-1 mod p by the binary extended Euclid of _tvUnsigned256; zero stays zero.
+    void reciprocal();
+    // this = other when enable is 1, unchanged when it is 0 (no other value allowed), by masks.
     void replace(const FieldInt256 &other, unsigned enable);
 
-    bool operator==(const FieldInt256 &other) const;
-    bool operator!=(const FieldInt256 &other) const;
-    bool operator<(const FieldInt256 &other) const;
-    bool operator<=(const FieldInt256 &other) const;
-    bool operator>(const FieldInt256 &other) const;
-    bool operator>=(const FieldInt256 &other) const;
+    [[nodiscard]] bool operator==(const FieldInt256 &other) const;
+    [[nodiscard]] bool operator!=(const FieldInt256 &other) const;
+    [[nodiscard]] bool operator<(const FieldInt256 &other) const;
+    [[nodiscard]] bool operator<=(const FieldInt256 &other) const;
+    [[nodiscard]] bool operator>(const FieldInt256 &other) const;
+    [[nodiscard]] bool operator>=(const FieldInt256 &other) const;
     // Against a plain 256-bit integer (an x coordinate against the group order, say).
-    bool operator<(const _tvUnsigned256 &other) const;
-    bool operator>=(const _tvUnsigned256 &other) const;
+    [[nodiscard]] bool operator<(const _tvUnsigned256 &other) const;
+    [[nodiscard]] bool operator>=(const _tvUnsigned256 &other) const;
 };
 
 }  // namespace ecckey

@@ -9,6 +9,7 @@
 // linker puts the translation units in. A dynamically initialised constant would read as zero there.
 #include "ecc/secp256k1/CurvePt.h"
 #include "ecc/secp256k1/FieldInt256.h"
+#include "ecc/secp256k1/Secp256k1Params.h"
 #include "ecc/secp256k1/Unsigned256.h"
 
 namespace ecckey {
@@ -28,18 +29,19 @@ namespace ecckey {
 
 namespace {
 
-constexpr FieldInt256 kFiZero("0000000000000000000000000000000000000000000000000000000000000000");
-constexpr FieldInt256 kFiOne("0000000000000000000000000000000000000000000000000000000000000001");
-constexpr FieldInt256 kA("0000000000000000000000000000000000000000000000000000000000000000");
-constexpr FieldInt256 kB("0000000000000000000000000000000000000000000000000000000000000007");
-constexpr _tvUnsigned256 kOrder("FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFEBAAEDCE6AF48A03BBFD25E8CD0364141");
-constexpr _tvCurvePt kG(FieldInt256("79BE667EF9DCBBAC55A06295CE870B07029BFCDB2DCE28D959F2815B16F81798"),
-                        FieldInt256("483ADA7726A3C4655DA4FBFC0E1108A8FD17B448A68554199C47D08FFB10D4B8"),
-                        kFiOne);
+constexpr char kHexZero[] = "0000000000000000000000000000000000000000000000000000000000000000";
+constexpr char kHexOne[] = "0000000000000000000000000000000000000000000000000000000000000001";
+
+constexpr FieldInt256 kFiZero(kHexZero);
+constexpr FieldInt256 kFiOne(kHexOne);
+constexpr FieldInt256 kA(kHexZero);
+constexpr FieldInt256 kB(kSecp256k1B);
+constexpr _tvUnsigned256 kOrder(kSecp256k1N);
+constexpr _tvCurvePt kG(FieldInt256(kSecp256k1Gx), FieldInt256(kSecp256k1Gy), kFiOne);
 constexpr _tvCurvePt kZero(kFiZero, kFiOne, kFiZero);
-constexpr _tvUnsigned256 kZeroInt("0000000000000000000000000000000000000000000000000000000000000000");
-constexpr _tvUnsigned256 kOneInt("0000000000000000000000000000000000000000000000000000000000000001");
-constexpr _tvUnsigned256 kModulus("FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFEFFFFFC2F");
+constexpr _tvUnsigned256 kZeroInt(kHexZero);
+constexpr _tvUnsigned256 kOneInt(kHexOne);
+constexpr _tvUnsigned256 kModulus(kSecp256k1P);
 
 // The parse is checked where it happens, at compile time.
 static_assert(kModulus.value[0] == 0xFFFFFC2Fu && kModulus.value[1] == 0xFFFFFFFEu &&

@@ -6,8 +6,10 @@
 #include "ecc/secp256k1/FieldInt256.h"
 #include "support/ConstantTime.h"
 #include "support/DataBuffer.h"
+#include "support/Invariant.h"
 #include "support/MpInt.h"
 #include "support/TovarMp.h"
+#include "support/Wipe.h"
 
 namespace ecckey {
 
@@ -128,10 +130,10 @@ void _tvUnsigned256::reciprocal(const _tvUnsigned256 &modulus) {
     }
     replace(a, static_cast<unsigned>(*this != s_ZERO));
 
-    ct::wipe(&x, sizeof x);
-    ct::wipe(&y, sizeof y);
-    ct::wipe(&a, sizeof a);
-    ct::wipe(&b, sizeof b);
+    wipe(&x, sizeof x);
+    wipe(&y, sizeof y);
+    wipe(&a, sizeof a);
+    wipe(&b, sizeof b);
 }
 
 void _tvUnsigned256::replace(const _tvUnsigned256 &other, unsigned enable) {
@@ -190,6 +192,7 @@ bool _tvUnsigned256::operator>=(const _tvUnsigned256 &other) const {
 
 void multiplyModOrder(_tvUnsigned256 &x, const _tvUnsigned256 &y) {
     const _tvUnsigned256 &n = _tvCurvePt::m_s_order;
+    ECCKEY_INVARIANT(x < n);
     // r < n holds before every step, and x < n, so one conditional subtraction of n after the doubling
     // and one after the addition keep it there (a carry out of bit 255 means r went past 2^256 > n).
     _tvUnsigned256 r = s_ZERO;
@@ -200,8 +203,9 @@ void multiplyModOrder(_tvUnsigned256 &x, const _tvUnsigned256 &y) {
         carry = r.add(x, bit);
         r.subtract(n, carry | static_cast<unsigned>(r >= n));
     }
+    ECCKEY_INVARIANT(r < n);
     x = r;
-    ct::wipe(&r, sizeof r);
+    wipe(&r, sizeof r);
 }
 
 // Read from the digits on the stack, with no branch on their values (d reaches the engine this way).
@@ -210,7 +214,7 @@ bool mp_int_to_uint256(const mp_int &in, _tvUnsigned256 &out) {
     const bool fits = TovarMp::mpint_to_fixed_bytes(in, bytes, sizeof bytes);
     if (fits)
         out = _tvUnsigned256(bytes);
-    ct::wipe(bytes, sizeof bytes);
+    wipe(bytes, sizeof bytes);
     return fits;
 }
 

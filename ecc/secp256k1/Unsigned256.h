@@ -47,12 +47,12 @@ class _tvUnsigned256 {
     void getBigEndian(unsigned char *out32) const;
 
     // Branch-free comparisons as plain 256-bit integers.
-    bool operator==(const _tvUnsigned256 &other) const;
-    bool operator!=(const _tvUnsigned256 &other) const;
-    bool operator<(const _tvUnsigned256 &other) const;
-    bool operator<=(const _tvUnsigned256 &other) const;
-    bool operator>(const _tvUnsigned256 &other) const;
-    bool operator>=(const _tvUnsigned256 &other) const;
+    [[nodiscard]] bool operator==(const _tvUnsigned256 &other) const;
+    [[nodiscard]] bool operator!=(const _tvUnsigned256 &other) const;
+    [[nodiscard]] bool operator<(const _tvUnsigned256 &other) const;
+    [[nodiscard]] bool operator<=(const _tvUnsigned256 &other) const;
+    [[nodiscard]] bool operator>(const _tvUnsigned256 &other) const;
+    [[nodiscard]] bool operator>=(const _tvUnsigned256 &other) const;
 
     std::uint32_t value[8];
 
@@ -74,12 +74,13 @@ extern const _tvUnsigned256 s_ZERO;
 extern const _tvUnsigned256 s_ONE;
 extern const _tvUnsigned256 m_Modulus;  // p = 2^256 - 2^32 - 977
 
-// x = x·y mod n (the group order); both below n. Constant time: 256 fixed double-and-add steps.
+// x = x·y mod n (the group order) for x below n and any 256-bit y (the verifier hands it an unreduced
+// hash). Constant time: 256 fixed double-and-add steps.
 void multiplyModOrder(_tvUnsigned256 &x, const _tvUnsigned256 &y);
 // True and out set when in fits in 32 bytes; false, out untouched, otherwise. The magnitude of a
 // negative input is taken. in may be a private scalar: its digits are read with no branch on their values
 // (TovarMp::mpint_to_fixed_bytes) into a stack buffer that is wiped.
-bool mp_int_to_uint256(const mp_int &in, _tvUnsigned256 &out);
+[[nodiscard]] bool mp_int_to_uint256(const mp_int &in, _tvUnsigned256 &out);
 // Sets out to the (non-negative) value of in. False, with out zero, when out cannot grow: callers must not
 // take that zero for a result (an all-zero shared secret, a key at (0, 0)).
 [[nodiscard]] bool uint256_to_mp_int(const _tvUnsigned256 &in, mp_int &out);
