@@ -23,7 +23,7 @@ const char kMsgPointMultFailed[] = "Point multiply failed.";
 
 // S.X = x(d·Q) on secp256k1. A value wider than 256 bits is not converted and acts as zero. False only when
 // S.X cannot hold the result (memory).
-bool sharedXK(const mp_int &d, const EccPoint &Q, EccPoint &S) {
+[[nodiscard]] bool sharedXK(const mp_int &d, const EccPoint &Q, EccPoint &S) {
     // The scalar and the shared point stay on the stack otherwise.
     Wiped<_tvUnsigned256> k;
     _tvUnsigned256 qx;

@@ -24,7 +24,7 @@ const char kMsgFailed[] = "Failed.";
 // Q = d·G on secp256k1. A scalar wider than 256 bits is not converted and acts as zero, which gives the
 // canonical zero point (0, 1, 0); a scalar not below n is used as it stands. False only when Q's
 // coordinates cannot hold the result (memory).
-bool derivePubKeyK(const mp_int &d, EccPoint &Q) {
+[[nodiscard]] bool derivePubKeyK(const mp_int &d, EccPoint &Q) {
     // The scalar and the point it produced stay on the stack otherwise.
     Wiped<_tvUnsigned256> k;
     (void)mp_int_to_uint256(d, k.get());  // a scalar that does not fit stays zero: the zero point

@@ -19,7 +19,7 @@ namespace {
 const int kMaxScalarLen = 256;
 
 // dst = src·mu mod p, coordinate by coordinate: a normal-form point into Montgomery form.
-bool toMontgomery(EccPoint &src, EccPoint &dst, mp_int &mu, mp_int &p) {
+[[nodiscard]] bool toMontgomery(EccPoint &src, EccPoint &dst, mp_int &mu, mp_int &p) {
     return TovarMp::mp_mulmod(src.m_x, mu, p, dst.m_x) == 0 &&
            TovarMp::mp_mulmod(src.m_y, mu, p, dst.m_y) == 0 &&
            TovarMp::mp_mulmod(src.m_z, mu, p, dst.m_z) == 0;
@@ -27,7 +27,7 @@ bool toMontgomery(EccPoint &src, EccPoint &dst, mp_int &mu, mp_int &p) {
 
 // T[i + 4j] = i·A + j·B for i, j in 0..3 (T[0] unused), from T[1] = A and T[4] = B.
 template <class F>
-bool fillJointTable(F &f, typename F::Point *T, typename F::Scratch &s) {
+[[nodiscard]] bool fillJointTable(F &f, typename F::Point *T, typename F::Scratch &s) {
     bool ok = jacobianDouble(f, T[1], T[2], s);        // 2A
     ok = ok && jacobianAdd(f, T[1], T[2], T[3], s);    // 3A
     ok = ok && jacobianDouble(f, T[4], T[8], s);       // 2B
@@ -47,8 +47,8 @@ bool fillJointTable(F &f, typename F::Point *T, typename F::Scratch &s) {
 // R = kA·A + kB·B from the filled table, the scalars right-aligned in their first len bytes: two bits of
 // each per step, most significant first. R is first written at the first non-zero pair.
 template <class F>
-bool jointSum(F &f, typename F::Point *T, typename F::Point &R, const unsigned char *bytesA,
-              const unsigned char *bytesB, int len, typename F::Scratch &s) {
+[[nodiscard]] bool jointSum(F &f, typename F::Point *T, typename F::Point &R, const unsigned char *bytesA,
+                            const unsigned char *bytesB, int len, typename F::Scratch &s) {
     bool started = false;
     for (int x = 0; x < len; ++x) {
         for (int shift = 6; shift >= 0; shift -= 2) {
@@ -78,8 +78,8 @@ bool jointSum(F &f, typename F::Point *T, typename F::Point &R, const unsigned c
 // The method on LibTomMath, in place in R: for a p the fixed-width field does not serve, and for
 // kA = kB = 0, whose result is R's entry value mapped back. R's coordinates are grown to product size
 // first (their values unchanged) so that the loop allocates nothing.
-bool mul2addBigInt(EccPoint &A, EccPoint &B, EccPoint &R, mp_int *a, mp_int &p, const unsigned char *bytesA,
-                   const unsigned char *bytesB, int len) {
+[[nodiscard]] bool mul2addBigInt(EccPoint &A, EccPoint &B, EccPoint &R, mp_int *a, mp_int &p,
+                                 const unsigned char *bytesA, const unsigned char *bytesB, int len) {
     EccPoint T[16];
     mp_int mu;
     EccArithScratch s;
@@ -106,8 +106,8 @@ bool mul2addBigInt(EccPoint &A, EccPoint &B, EccPoint &R, mp_int *a, mp_int &p, 
 // The method on N-limb field elements: A and B are converted once, the table and the sum live on the
 // stack, and the sum is converted back into R at the end.
 template <int N>
-bool mul2addFixed(EccPoint &A, EccPoint &B, EccPoint &R, mp_int *a, mp_int &p, const unsigned char *bytesA,
-                  const unsigned char *bytesB, int len) {
+[[nodiscard]] bool mul2addFixed(EccPoint &A, EccPoint &B, EccPoint &R, mp_int *a, mp_int &p,
+                                const unsigned char *bytesA, const unsigned char *bytesB, int len) {
     FixedField<N> f;
     typename FixedField<N>::Point T[16] = {};
     typename FixedField<N>::Point sum = {};

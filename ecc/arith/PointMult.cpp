@@ -53,8 +53,8 @@ class ScalarBitReader {
 // costs M[1 − b] = M0 + M1 and M[b] = 2·M[b], whatever b is. The point written is chosen by indexing
 // with the bit (no constant-time swap), and leading zero bits cost nothing. tG is G in Montgomery form.
 template <class F>
-bool ladder(F &f, mp_int &k, const typename F::Point &tG, typename F::Point &M0, typename F::Point &M1,
-            typename F::Scratch &s) {
+[[nodiscard]] bool ladder(F &f, mp_int &k, const typename F::Point &tG, typename F::Point &M0,
+                          typename F::Point &M1, typename F::Scratch &s) {
     f.copyPoint(tG, M0);
     if (!jacobianDouble(f, tG, M1, s))
         return false;
@@ -79,7 +79,7 @@ bool ladder(F &f, mp_int &k, const typename F::Point &tG, typename F::Point &M0,
 
 // The ladder on LibTomMath, for a p the fixed-width field does not serve. Every temporary is grown to
 // product size before the ladder starts, so the loop allocates nothing.
-bool multiplyBigInt(mp_int &k, EccPoint &G, EccPoint &R, mp_int *a, mp_int &p) {
+[[nodiscard]] bool multiplyBigInt(mp_int &k, EccPoint &G, EccPoint &R, mp_int *a, mp_int &p) {
     MpDigit digit = 0;
     mp_int mu;
     EccPoint tG;
@@ -120,7 +120,7 @@ struct FixedLadderState {
 // The ladder on N-limb field elements: G is converted once, the steps run on the stack, and the result
 // is converted back into R.
 template <int N>
-bool multiplyFixed(mp_int &k, EccPoint &G, EccPoint &R, mp_int *a, mp_int &p) {
+[[nodiscard]] bool multiplyFixed(mp_int &k, EccPoint &G, EccPoint &R, mp_int *a, mp_int &p) {
     FixedField<N> f;
     FixedLadderState<N> st;
     if (!f.setUp(p, a) || !f.load(G, st.tG) || !ladder(f, k, st.tG, st.M0, st.M1, st.s))
@@ -206,7 +206,7 @@ void secretLadder(const FixedField<N> &f, int bits, SecretLadderState<N> &st) {
 }
 
 template <int N>
-bool multiplySecret(const mp_int &k, int bits, EccPoint &G, EccPoint &R, mp_int *a, mp_int &p) {
+[[nodiscard]] bool multiplySecret(const mp_int &k, int bits, EccPoint &G, EccPoint &R, mp_int *a, mp_int &p) {
     FixedField<N> f;
     SecretLadderState<N> st;
     if (bits < 2 || bits > 64 * 9 || !f.setUp(p, a) || !f.load(G, st.tG) ||

@@ -16,7 +16,7 @@ struct Scalars {
 
 // Runs run(field, scalars) on a ScalarField of n's limb count; false when n has none or does not fit.
 template <class Run>
-bool withScalarField(const mp_int &n, Run run) {
+[[nodiscard]] bool withScalarField(const mp_int &n, Run run) {
     return withFixedFieldLimbs(
         n,
         [&](auto limbs) {
@@ -30,7 +30,7 @@ bool withScalarField(const mp_int &n, Run run) {
 
 // e = the big-endian bytes, in N limbs; false when they need more.
 template <class Elem>
-bool limbsOfBytes(const unsigned char *be, unsigned len, Elem &e) {
+[[nodiscard]] bool limbsOfBytes(const unsigned char *be, unsigned len, Elem &e) {
     constexpr unsigned kLimbs = sizeof e.w / sizeof e.w[0];
     if (len > 8 * kLimbs)
         return false;
