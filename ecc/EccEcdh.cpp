@@ -44,14 +44,7 @@ const char kMsgPointMultFailed[] = "Point multiply failed.";
 
 }  // namespace
 
-bool EccKey::sharedSecret(EccKey &peer, DataBuffer &out, LogBase &log) {
-    LogContextExitor ctx(log, "sharedSecret");
-    // The secret is about to be written into the caller's buffer: have it wiped when released (and
-    // whatever it held before wiped by the clear).
-    out.setSensitive();
-    out.clear();
-    EccPoint S;  // m_format 4
-
+bool EccKey::ecdhKeysMatch(const EccKey &peer, LogBase &log) const {
     if (m_keyType != 1) {
         log.logError(kMsgMustBePrivateKey);
         return false;
@@ -62,6 +55,19 @@ bool EccKey::sharedSecret(EccKey &peer, DataBuffer &out, LogBase &log) {
         log.LogDataSb(kDataPubKeyCurve, peer.m_curve.m_name);
         return false;
     }
+    return true;
+}
+
+bool EccKey::sharedSecret(EccKey &peer, DataBuffer &out, LogBase &log) {
+    LogContextExitor ctx(log, "sharedSecret");
+    // The secret is about to be written into the caller's buffer: have it wiped when released (and
+    // whatever it held before wiped by the clear).
+    out.setSensitive();
+    out.clear();
+    EccPoint S;  // m_format 4
+
+    if (!ecdhKeysMatch(peer, log))
+        return false;
 
     // Parsed for every curve, secp256k1 included, where the engine has its own modulus.
     mp_int p;

@@ -309,6 +309,11 @@ class EccKey : public KeyBase {
     EccCurve m_curve;
     EccPoint m_pubPoint;  // Q, affine (Z = 1) between operations
     mp_int m_privKey;     // d; zero for a public key
+
+  private:
+    // The refusals both ECDH entry points begin with, in this order: "Must be a private key." for a public
+    // key, "ECC curves are different" (with "privKeyCurve" and "pubKeyCurve") for a peer on another curve.
+    [[nodiscard]] bool ecdhKeysMatch(const EccKey &peer, LogBase &log) const;
 };
 
 }  // namespace ecckey

@@ -101,16 +101,8 @@ bool EccKey::sharedSecretChecked(EccKey &peer, DataBuffer &out, LogBase &log) {
     out.setSensitive();
     out.clear();
     // The first two refusals are sharedSecret's own, with its messages.
-    if (m_keyType != 1) {
-        log.logError(kMsgMustBePrivateKey);
+    if (!ecdhKeysMatch(peer, log))
         return false;
-    }
-    if (!m_curve.m_name.equals(peer.m_curve.m_name)) {
-        log.logError(kMsgCurvesDiffer);
-        log.LogDataSb(kDataPrivKeyCurve, m_curve.m_name);
-        log.LogDataSb(kDataPubKeyCurve, peer.m_curve.m_name);
-        return false;
-    }
     if (!peer.checkPublicKey(log)) {
         log.logError("The peer's public key is not valid.");
         return false;
