@@ -24,8 +24,8 @@ bool EccKey::puttyPublicKeyBlob(DataBuffer &out, LogBase &log) {
     const char *curveId = m_curve.puttyCurveName();
 
     StringBuffer keyType;  // appended, not constructed from the prefix: a constructor cannot report failure
-    if (!keyType.append("ecdsa-sha2-") || !keyType.append(curveId) || !SshMessage::pack_string(keyType.getString(), out) ||
-        !SshMessage::pack_string(curveId, out)) {
+    if (!keyType.append("ecdsa-sha2-") || !keyType.append(curveId) ||
+        !SshMessage::pack_string(keyType.getString(), out) || !SshMessage::pack_string(curveId, out)) {
         log.logError("Out of memory writing the SSH key blob.");
         return false;
     }
@@ -56,8 +56,8 @@ bool EccKey::calc_fingerprint(StringBuffer &out, LogBase &log) {
     unsigned char digest[16];
     FingerprintDigest md;
     out.clear();
-    if (!md.digestData(blob, digest) || !out.append("ecdsa-sha2-") || !out.append(m_curve.puttyCurveName()) || !out.appendChar(' ') ||
-        !out.append(m_curve.m_byteLen * 8) || !out.appendChar(' ') ||
+    if (!md.digestData(blob, digest) || !out.append("ecdsa-sha2-") || !out.append(m_curve.puttyCurveName()) ||
+        !out.appendChar(' ') || !out.append(m_curve.m_byteLen * 8) || !out.appendChar(' ') ||
         !DataBuffer::toHexString2(digest, 16, true, out)) {
         out.clear();
         log.logError("Out of memory writing the fingerprint.");
