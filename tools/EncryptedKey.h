@@ -18,7 +18,8 @@ namespace ecckey_cli {
 
 // Decrypts an EncryptedPrivateKeyInfo in any scheme libcrypto reads (PBES2 with PBKDF2 or scrypt, the
 // PKCS #5 and PKCS #12 schemes) and appends the PrivateKeyInfo DER to plainDer. False with a message in
-// error for a wrong passphrase or an unknown scheme.
+// error for a wrong passphrase or an unknown scheme, and, before any derivation, for more than 1,000,000
+// iterations or a scrypt N * r * p above 2^20 (a file cannot make the command work for minutes).
 [[nodiscard]] bool decryptPkcs8(const ecckey::DataBuffer &der, const ecckey::StringBuffer &passphrase,
                                 ecckey::DataBuffer &plainDer, std::string &error);
 
