@@ -48,7 +48,6 @@ SigPtr parseEncryptedPkcs8(const DataBuffer &der) {
 // The work a file may ask of the key derivation: above what openssl writes by default (2048 iterations;
 // scrypt N = 16384, r = 8, p = 1) and above the 600,000 iterations --passout writes, and still about a
 // second on an ordinary machine.
-const std::uint64_t kMaxIterations = 1000000;
 const std::uint64_t kMaxScryptWork = std::uint64_t(1) << 20;  // N * r * p
 
 template <class T>
@@ -131,11 +130,11 @@ bool decryptPkcs8(const DataBuffer &der, const StringBuffer &passphrase, DataBuf
 }
 
 bool encryptPkcs8(const DataBuffer &plainDer, const StringBuffer &passphrase, DataBuffer &der,
-                  std::string &error) {
+                  std::string &error, unsigned long iterations) {
     const unsigned char *p = plainDer.getData2();
     P8Ptr p8(d2i_PKCS8_PRIV_KEY_INFO(nullptr, &p, (long)plainDer.getSize()));
     X509_ALGOR *pbes2 =
-        PKCS5_pbe2_set_iv(EVP_aes_256_cbc(), PKCS5_DEFAULT_ITER, nullptr, 0, nullptr, NID_hmacWithSHA256);
+        PKCS5_pbe2_set_iv(EVP_aes_256_cbc(), (int)iterations, nullptr, 0, nullptr, NID_hmacWithSHA256);
     SigPtr sig(p8 && pbes2
                    ? PKCS8_set0_pbe(passphrase.getString(), (int)passphrase.getSize(), p8.get(), pbes2)
                    : nullptr);
