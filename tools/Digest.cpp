@@ -69,7 +69,7 @@ namespace {
         return false;
     }
     ecckey::DataBuffer message;
-    if (!readInput(in, message, error))
+    if (!readInput(in, message, error, kMaxInputLen))  // a signed file may be large, unlike a key
         return false;
     if (!ecckey::_tvHash::doHash(message.getData2(), message.getSize(), hashAlg, hash)) {
         error = "cannot hash the input";

@@ -73,8 +73,9 @@ const OptionHelp s_optionHelp[] = {
     {"--sig", "FILE", "the signature: bytes or hexadecimal, in DER, raw r||s or the SSH form"},
     {"--sha256", "", "OpenSSH's SHA256 fingerprint (the default)"},
     {"--md5", "", "the MD5 fingerprint, as 'ssh-keygen -E md5' prints it"},
-    {"-o", "FILE", "write to FILE, not standard output; a private key or secret gets mode 0600"},
-    {"--force", "", "replace FILE if it exists (a file the command reads is never replaced)"},
+    {"-o", "FILE",
+     "write to FILE (a regular file; '-' is standard output); a private key or secret gets mode 0600"},
+    {"--force", "", "replace FILE if it exists, a symbolic link itself (a file the command reads never)"},
 };
 
 // The subcommand being run, for the pointer to its help in usage errors.
@@ -100,7 +101,8 @@ void printInputsAndExit(std::FILE *out) {
     std::fprintf(
         out,
         "\nKEYFILE and PEERFILE may be in any of the key formats, detected from the content. A file named\n"
-        "- is standard input, which one argument at most may name.\n"
+        "- is standard input, which one argument at most may name. A key, signature or passphrase file\n"
+        "over 1 MiB is refused unread.\n"
         "Exit status: 0 success (verify: valid), 1 verify: not valid, 2 could not run.\n");
 }
 
