@@ -137,11 +137,24 @@ void printCommandHelp(const Command &command, std::FILE *out) {
         printInputsAndExit(out);
 }
 
-// "--help" or "-h" among the arguments, before any "--".
-[[nodiscard]] bool asksForHelp(int argc, char **argv) {
+// True when arg is one of the command's options that takes the next argument as its value.
+[[nodiscard]] bool takesNextAsValue(const Command &command, const char *arg) {
+    const std::string options = std::string(" ") + command.options + " ";
+    for (const OptionHelp &option : s_optionHelp) {
+        if (std::strcmp(arg, option.name) == 0 && *option.argument != '\0')
+            return options.find(std::string(" ") + option.name + " ") != std::string::npos;
+    }
+    return false;
+}
+
+// "--help" or "-h" where an option name may stand: before any "--", and not as the value of an option
+// ("--in -h" names a file).
+[[nodiscard]] bool asksForHelp(const Command &command, int argc, char **argv) {
     for (int i = 0; i < argc && std::strcmp(argv[i], "--") != 0; ++i) {
         if (std::strcmp(argv[i], "--help") == 0 || std::strcmp(argv[i], "-h") == 0)
             return true;
+        if (takesNextAsValue(command, argv[i]))
+            ++i;
     }
     return false;
 }
@@ -177,9 +190,10 @@ int main(int argc, char **argv) {
     const Command *command = commandByName(name);
     if (command == nullptr)
         return usageError((std::string("unknown command '") + name + "'").c_str());
-    if (asksForHelp(argc - 2, argv + 2)) {
+    if (asksForHelp(*command, argc - 2, argv + 2)) {
         printCommandHelp(*command, stdout);
-        return kExitOk;
+        // verify's 0 says "valid": it is never the answer of a run that checked nothing.
+        return command->run == cmdVerify ? kExitError : kExitOk;
     }
     s_commandName = command->name;
     if (!takePassphraseArguments(argc - 2, argv + 2)) {
