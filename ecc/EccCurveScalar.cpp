@@ -8,10 +8,17 @@
 namespace ecckey {
 
 bool EccCurve::scalarBytesInRange(const unsigned char *d, unsigned len) const {
-    DataBuffer order;  // public: the curve's n, m_byteLen bytes
-    if (m_byteLen <= 0 || d == nullptr || len > (unsigned)m_byteLen ||
-        !order.appendEncoded(m_order.getString(), "hex") || order.getSize() > (unsigned)m_byteLen)
+    DataBuffer order;       // public: the curve's n, at most m_byteLen bytes
+    StringBuffer orderHex;  // P-521's n has an odd number of digits
+    if (m_byteLen <= 0 || d == nullptr || len > (unsigned)m_byteLen + 1 ||
+        !orderHex.append(m_order.getSize() % 2 != 0 ? "0" : "") || !orderHex.append(m_order) ||
+        !order.appendEncoded(orderHex.getString(), "hex") || order.getSize() > (unsigned)m_byteLen)
         return false;
+    // The one byte more is then 0 in every valid key: the branch is on a public length and a fixed byte.
+    if (len == (unsigned)m_byteLen + 1 && d[0] == 0) {
+        ++d;
+        --len;
+    }
     const unsigned orderLen = order.getSize();
     const unsigned width = (unsigned)m_byteLen;
     // d - n from the last byte up: a borrow out of the top means d < n. d and n are both read as width

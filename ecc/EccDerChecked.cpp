@@ -34,19 +34,21 @@ unsigned elementBudget(unsigned len) {
 
 // Walks the DER elements of bytes[0..len) and counts them against budget. A primitive value longer than
 // kMaxValueLen is allowed only as an OCTET STRING that is DER itself (PKCS #8's wrapped ECPrivateKey), which
-// is walked in turn. False at the first element over the budget or value too long, or DER that does not
-// read (loadEccDer then says why).
-[[nodiscard]] bool withinBudget(const unsigned char *bytes, unsigned len, int depth, unsigned &budget) {
+// is walked in turn and must then read whole (loadEccDer would convert it as a value). False at the first
+// element over the budget or value too long; DER that does not read elsewhere passes (loadEccDer then
+// says why).
+[[nodiscard]] bool withinBudget(const unsigned char *bytes, unsigned len, int depth, bool wrapped,
+                                unsigned &budget) {
     for (unsigned pos = 0; pos < len;) {
         DerHeader hdr;
         if (depth > DerReader::kMaxDepth || budget == 0 ||
             !DerReader::readHeader(bytes + pos, len - pos, hdr))
-            return budget > 0;
+            return budget > 0 && !wrapped;
         --budget;
         const unsigned char *content = bytes + pos + hdr.headerLen;
         const bool octets = hdr.tagClass == 0 && hdr.tag == _tvAsn1::TAG_OCTET_STRING;
         if (hdr.constructed || (octets && hdr.contentLen > kMaxValueLen)) {
-            if (!withinBudget(content, hdr.contentLen, depth + 1, budget))
+            if (!withinBudget(content, hdr.contentLen, depth + 1, wrapped || octets, budget))
                 return false;
         } else if (hdr.contentLen > kMaxValueLen) {
             return false;
@@ -201,7 +203,7 @@ struct CurveValues {
 bool EccKey::loadEccDerChecked(DataBuffer &der, LogBase &log) {
     LogContextExitor ctx(log, "loadEccDerChecked");
     unsigned budget = elementBudget(der.getSize());
-    if (!withinBudget(der.getData2(), der.getSize(), 1, budget)) {
+    if (!withinBudget(der.getData2(), der.getSize(), 1, false, budget)) {
         clearEccKey();
         log.logError("The DER key has more elements, or a longer value, than a key can have.");
         return false;

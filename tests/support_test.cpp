@@ -117,6 +117,12 @@ TEST(Support, TextCodecEdges) {
     ASSERT_TRUE(_tvHash::doHash(nullptr, 0, HASH_SHA256, digest));
     EXPECT_EQ(toBytes(digest), digestOf("SHA256", {}));
     EXPECT_FALSE(_tvHash::doHash("x", 1, 999, digest));  // an unknown algorithm
+    // The Wycheproof runner's SHAKE digests have the vectors' lengths (FIPS 202's empty-message values).
+    EXPECT_EQ(digestOf("SHAKE128", {}),
+              unhex("7F9C2BA4E88F827D616045507605853ED73B8093F6EFBC88EB1A6EACFA66EF26"));
+    EXPECT_EQ(digestOf("SHAKE256", {}),
+              unhex("46B9DD2B0BA88D13233B3FEB743EEB243FCD52EA62B81B82B50C27646ED5762F"
+                    "D75DC4DDD8C0F200CB05019D67B592F6FC821C49479AB48640292EACB3B7C4BE"));
 }
 
 // An OID's first subidentifier packs two arcs, split at 40 and 80: each boundary prints as OpenSSL prints

@@ -21,11 +21,10 @@ const unsigned kMaxPointLen = 2 + 2 * kMaxScalarLen;
 // False, with a message in error, for a point longer than any curve's.
 [[nodiscard]] bool pointLenFits(const ecckey::DataBuffer &point, std::string &error);
 
-// The private scalar d as written (big-endian; with signByte one leading 0x00 may make it one byte longer
-// than the curve, as an SSH mpint and a DER INTEGER write a d whose top bit is set) must be in [1, n-1] of
-// curve and no longer than the curve: the loaders would reduce it silently. False with a message in error
-// otherwise. Constant time in the value of d.
+// The private scalar d as written (big-endian) must be in [1, n-1] of curve and no longer than the curve,
+// one leading zero byte aside (EccCurve::scalarBytesInRange): the loaders would reduce it silently. False
+// with a message in error otherwise. Constant time in the value of d.
 [[nodiscard]] bool scalarAsWrittenFits(const ecckey::EccCurve &curve, const ecckey::DataBuffer &d,
-                                       bool signByte, std::string &error);
+                                       std::string &error);
 
 }  // namespace ecckey_cli

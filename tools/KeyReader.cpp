@@ -210,7 +210,7 @@ const char *skipSpace(const char *p) {
     d.setSensitive();
     return !key.isPrivate() ||
            (jwk.sbOfPathUtf8("d", text, quiet) && d.appendEncoded(text.getString(), "base64url") &&
-            scalarAsWrittenFits(key.m_curve, d, false, error));
+            scalarAsWrittenFits(key.m_curve, d, error));
 }
 
 // From a JWK Set ({"keys": [...]}), its one EC key, or the EC key whose "kid" is kid.
@@ -430,7 +430,7 @@ StringBuffer *rawHexField(RawHexFields &fields, const char *name, std::size_t na
         error = "cannot load the raw-hex private key";
         return false;
     }
-    if (!scalarAsWrittenFits(curve, d, false, error))
+    if (!scalarAsWrittenFits(curve, d, error))
         return false;
     if (!key.generateNewKey2(fields.curve, fields.privateHex.getString(), "hex", log)) {
         error = "cannot load the raw-hex private key";
@@ -470,7 +470,7 @@ StringBuffer *rawHexField(RawHexFields &fields, const char *name, std::size_t na
                                 : size == 48 ? "P-384"
                                              : "P-521",
                                 quiet) ||
-         !scalarAsWrittenFits(curve, bytes, false, error)))
+         !scalarAsWrittenFits(curve, bytes, error)))
         return false;
     if (isPoint ? !key.loadEccPublicRaw(bytes, log)
                 : !isScalar || !key.loadEccPrivateRaw(bytes, false, log)) {

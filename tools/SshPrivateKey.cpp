@@ -80,7 +80,7 @@ bool loadSshPrivateParts(const StringBuffer &curveId, const DataBuffer &point, c
     ecckey::EccCurve curve;
     ecckey::LogNull quiet;
     if (!pointLenFits(point, error) ||
-        (curve.loadCurveByName(curveName, quiet) && !scalarAsWrittenFits(curve, dMpint, true, error)))
+        (curve.loadCurveByName(curveName, quiet) && !scalarAsWrittenFits(curve, dMpint, error)))
         return false;
     if (!SshMessage::pack_string(keyType.c_str(), blob) ||
         !SshMessage::pack_string(curveId.getString(), blob) || !SshMessage::pack_db(point, blob) ||
