@@ -1,6 +1,7 @@
 // The collaborator services under the key code, each against OpenSSL: big-integer steps, text codecs,
 // buffers and the DER writer.
 #include <openssl/asn1.h>
+#include <openssl/evp.h>
 #include <openssl/objects.h>
 
 #include "support/Asn1.h"
@@ -123,6 +124,36 @@ TEST(Support, TextCodecEdges) {
     EXPECT_EQ(digestOf("SHAKE256", {}),
               unhex("46B9DD2B0BA88D13233B3FEB743EEB243FCD52EA62B81B82B50C27646ED5762F"
                     "D75DC4DDD8C0F200CB05019D67B592F6FC821C49479AB48640292EACB3B7C4BE"));
+}
+
+// Every byte value through the computed hex and base64 alphabets, against OpenSSL's base64 and printf's hex,
+// and back.
+TEST(Support, EveryByteEncodesAsOpenSslAndPrintfDo) {
+    Bytes all(256);
+    std::string base64(344, '\0'), hex;
+    for (int i = 0; i < 256; ++i)
+        hex += (char)"0123456789abcdef"[i >> 4] + std::string(1, "0123456789abcdef"[i & 15]);
+    for (int i = 0; i < 256; ++i)
+        all[(size_t)i] = (unsigned char)i;
+    base64.resize((size_t)EVP_EncodeBlock((unsigned char *)&base64[0], all.data(), 256));
+    std::string url = base64.substr(0, base64.find('='));
+    std::replace(url.begin(), url.end(), '+', '-');
+    std::replace(url.begin(), url.end(), '/', '_');
+    std::string upper = hex;
+    std::transform(upper.begin(), upper.end(), upper.begin(), ::toupper);
+    const DataBuffer bytes = toDb(all);
+    StringBuffer text[4];
+    ASSERT_TRUE(bytes.encodeDB("hex", text[0]) && bytes.encodeDB("base64", text[1]) &&
+                bytes.encodeDB("base64url", text[2]) &&
+                DataBuffer::toHexString2(all.data(), 256, false, text[3]));
+    const std::string want[4] = {upper, base64, url, hex};
+    const char *encodings[4] = {"hex", "base64", "base64url", "hex"};
+    for (int i = 0; i < 4; ++i) {
+        DataBuffer back;
+        EXPECT_EQ(text[i].getString(), want[i]) << encodings[i];
+        EXPECT_TRUE(back.appendEncoded(text[i].getString(), encodings[i]) && toBytes(back) == all)
+            << encodings[i];
+    }
 }
 
 // An OID's first subidentifier packs two arcs, split at 40 and 80: each boundary prints as OpenSSL prints
