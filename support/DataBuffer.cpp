@@ -54,12 +54,22 @@ char base64Char(unsigned v, bool url) {
 
 // Whether a character is a space, padding or outside the alphabet is made public: in a key's text they
 // stand where the layout puts them (line ends, the final '='), not where its value does.
-[[nodiscard]] bool isSpace(char c) {
-    return ct::declassified((c == ' ') | (c == '\t') | (c == '\r') | (c == '\n'));
+// 1 when x == y, for x and y below 2^31, with no branch: only 0 - 1 sets the top bit.
+unsigned equal(unsigned x, unsigned y) {
+    return ((x ^ y) - 1u) >> 31;
 }
 
-[[nodiscard]] bool isPad(char c) {
-    return ct::declassified(c == '=');
+[[nodiscard]] bool isSpace(char ch) {
+    const unsigned c = (unsigned char)ch;
+    return ct::declassified(equal(c, ' ') | equal(c, '\t') | equal(c, '\r') | equal(c, '\n'));
+}
+
+[[nodiscard]] bool isPad(char ch) {
+    return ct::declassified(equal((unsigned char)ch, '='));
+}
+
+[[nodiscard]] bool isEnd(char ch) {
+    return ct::declassified(equal((unsigned char)ch, 0));
 }
 
 [[nodiscard]] bool isOutside(int v) {
@@ -67,22 +77,22 @@ char base64Char(unsigned v, bool url) {
 }
 
 [[nodiscard]] bool decodeHex(const char *text, DataBuffer &out) {
-    int hi = -1;
-    for (const char *p = text; *p; ++p) {
+    int hi = 0;
+    bool haveHigh = false;
+    for (const char *p = text; !isEnd(*p); ++p) {
         if (isSpace(*p))
             continue;
         int v = hexValue(*p);
         if (isOutside(v))
             return false;
-        if (hi < 0) {
+        if (!haveHigh) {
             hi = v;
-        } else {
-            if (!out.appendChar((unsigned char)(hi << 4 | v)))
-                return false;
-            hi = -1;
+        } else if (!out.appendChar((unsigned char)(hi << 4 | v))) {
+            return false;
         }
+        haveHigh = !haveHigh;
     }
-    return hi < 0;
+    return !haveHigh;
 }
 
 // Standard base64 requires padding to a multiple of four; base64url takes none (but tolerates it).
@@ -91,7 +101,7 @@ char base64Char(unsigned v, bool url) {
     int bits = 0;
     unsigned numChars = 0;
     unsigned numPad = 0;
-    for (const char *p = text; *p; ++p) {
+    for (const char *p = text; !isEnd(*p); ++p) {
         if (isSpace(*p))
             continue;
         if (isPad(*p)) {
@@ -135,7 +145,7 @@ char base64Char(unsigned v, bool url) {
         quad[1] = base64Char((v >> 12) & 63, url);
         quad[2] = base64Char((v >> 6) & 63, url);
         quad[3] = base64Char(v & 63, url);
-        if (!out.append(quad))
+        if (!out.append(quad, 4))
             return false;
     }
     unsigned rest = n - i;
@@ -146,9 +156,7 @@ char base64Char(unsigned v, bool url) {
     quad[1] = base64Char((v >> 12) & 63, url);
     quad[2] = rest == 2 ? base64Char((v >> 6) & 63, url) : '=';
     quad[3] = '=';
-    if (url)
-        quad[rest == 2 ? 3 : 2] = 0;
-    return out.append(quad);
+    return out.append(quad, url ? rest + 1 : 4);
 }
 
 }  // namespace
@@ -342,7 +350,7 @@ bool DataBuffer::encodeDB(const char *encoding, StringBuffer &out) const {
         for (unsigned i = 0; i < m_size; ++i) {
             pair[0] = hexDigit(m_data[i] >> 4, false);
             pair[1] = hexDigit(m_data[i] & 15, false);
-            if (!out.append(pair))
+            if (!out.append(pair, 2))
                 return false;
         }
         return true;
@@ -378,8 +386,8 @@ bool DataBuffer::toHexString2(const unsigned char *bytes, unsigned count, bool s
     for (unsigned i = 0; i < count; ++i) {
         pair[0] = hexDigit(bytes[i] >> 4, true);
         pair[1] = hexDigit(bytes[i] & 15, true);
-        pair[2] = (separate && i + 1 < count) ? ':' : 0;
-        if (!out.append(pair))
+        pair[2] = ':';
+        if (!out.append(pair, separate && i + 1 < count ? 3 : 2))
             return false;
     }
     return true;
