@@ -1,10 +1,16 @@
-# cmake --install: headers (keeping their ecc/ and support/ folders), the library, the ecckey command,
-# a CMake package and a pkg-config file.
+# cmake --install: headers (keeping their ecc/ and support/ folders), the library, the ecckey command with its
+# manual page and bash completion, a CMake package and a pkg-config file.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
-install(TARGETS ecckey ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(TARGETS ecckey ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS ecckey_cli RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(FILES ${CMAKE_BINARY_DIR}/share/ecckey.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES ${CMAKE_BINARY_DIR}/share/ecckey.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+        RENAME ecckey)
+# The installed command finds a shared libecckey beside it, wherever the prefix is moved.
+file(RELATIVE_PATH ECCKEY_BIN_TO_LIB ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+set_target_properties(ecckey_cli PROPERTIES INSTALL_RPATH "$ORIGIN/${ECCKEY_BIN_TO_LIB}")
 install(DIRECTORY ${CMAKE_SOURCE_DIR}/ecc ${CMAKE_SOURCE_DIR}/support
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ecckey
         FILES_MATCHING PATTERN "*.h")
@@ -18,6 +24,13 @@ function(ecckey_path_to_prefix var subdir)
 endfunction()
 ecckey_path_to_prefix(ECCKEY_CONFIG_TO_PREFIX cmake/ecckey)
 ecckey_path_to_prefix(ECCKEY_PC_TO_PREFIX pkgconfig)
+if(BUILD_SHARED_LIBS)
+  set(ECCKEY_LIBRARY_KIND SHARED)
+  set(ECCKEY_LIBRARY_FILE ${CMAKE_SHARED_LIBRARY_PREFIX}ecckey${CMAKE_SHARED_LIBRARY_SUFFIX})
+else()
+  set(ECCKEY_LIBRARY_KIND STATIC)
+  set(ECCKEY_LIBRARY_FILE ${CMAKE_STATIC_LIBRARY_PREFIX}ecckey${CMAKE_STATIC_LIBRARY_SUFFIX})
+endif()
 configure_file(${CMAKE_SOURCE_DIR}/cmake/ecckeyConfig.cmake.in
                ${CMAKE_BINARY_DIR}/cmake/ecckeyConfig.cmake @ONLY)
 write_basic_package_version_file(${CMAKE_BINARY_DIR}/cmake/ecckeyConfigVersion.cmake
