@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "Commands.h"
-#include "KeyFormats.h"
-#include "KeyReader.h"
+#include "FormatNames.h"
+#include "KeyFile.h"
 #include "Session.h"
 #include "ecc/EccKey.h"
 #include "support/Hash.h"

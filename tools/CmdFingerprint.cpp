@@ -4,8 +4,8 @@
 
 #include "ArgList.h"
 #include "Commands.h"
-#include "KeyFormats.h"
-#include "KeyReader.h"
+#include "FormatNames.h"
+#include "KeyFile.h"
 #include "Messages.h"
 #include "Session.h"
 #include "ecc/EccKey.h"

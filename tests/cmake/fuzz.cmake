@@ -25,9 +25,9 @@ foreach(src ${ECCKEY_FUZZ_HARNESSES})
     target_link_options(${harness} PRIVATE -fsanitize=fuzzer)
   endif()
 endforeach()
-# The command's key-file reader is the one target over tools/ (ecckey_tool) rather than the library alone.
-target_link_libraries(replay_key_file PRIVATE ecckey_tool)
+# The key-file readers are in ecckey::formats, over the core library.
+target_link_libraries(replay_key_file PRIVATE ecckey_formats)
 if(ECCKEY_FUZZ)
-  target_compile_options(ecckey_tool PRIVATE -fsanitize=fuzzer-no-link)
-  target_link_libraries(fuzz_key_file PRIVATE ecckey_tool)
+  target_compile_options(ecckey_formats PRIVATE -fsanitize=fuzzer-no-link)
+  target_link_libraries(fuzz_key_file PRIVATE ecckey_formats)
 endif()

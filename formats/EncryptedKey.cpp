@@ -14,7 +14,7 @@
 #include "support/DataBuffer.h"
 #include "support/StringBuffer.h"
 
-namespace ecckey_cli {
+namespace ecckey::formats {
 
 namespace {
 
@@ -75,12 +75,14 @@ bool decryptPkcs8(const DataBuffer &der, const StringBuffer &passphrase, DataBuf
     return plainDer.append(plain.data, (unsigned)plain.len);
 }
 
-bool encryptPkcs8(const DataBuffer &plainDer, const StringBuffer &passphrase, DataBuffer &der,
-                  std::string &error) {
+bool encryptPkcs8(const DataBuffer &plainDer, const StringBuffer &passphrase, unsigned long iterations,
+                  DataBuffer &der, std::string &error) {
     const unsigned char *p = plainDer.getData2();
     P8Ptr p8(d2i_PKCS8_PRIV_KEY_INFO(nullptr, &p, (long)plainDer.getSize()));
-    X509_ALGOR *pbes2 =
-        PKCS5_pbe2_set_iv(EVP_aes_256_cbc(), PKCS5_DEFAULT_ITER, nullptr, 0, nullptr, NID_hmacWithSHA256);
+    const int iter = iterations == 0 ? PKCS5_DEFAULT_ITER : (int)iterations;
+    X509_ALGOR *pbes2 = iterations > 0x7fffffffUL ? nullptr
+                                                  : PKCS5_pbe2_set_iv(EVP_aes_256_cbc(), iter, nullptr, 0,
+                                                                      nullptr, NID_hmacWithSHA256);
     SigPtr sig(p8 && pbes2
                    ? PKCS8_set0_pbe(passphrase.getString(), (int)passphrase.getSize(), p8.get(), pbes2)
                    : nullptr);
@@ -127,4 +129,4 @@ bool decryptPemBlock(const char *pemBlock, const StringBuffer &passphrase, DataB
     return der.append(data.data, (unsigned)plainLen);
 }
 
-}  // namespace ecckey_cli
+}  // namespace ecckey::formats

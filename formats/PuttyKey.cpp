@@ -9,25 +9,21 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "KeyFormats.h"
-#include "KeyReader.h"
-#include "Messages.h"
+#include "FormatMessages.h"
+#include "KeyEncoder.h"
 #include "SshPrivateKey.h"
 #include "ecc/EccKey.h"
 #include "support/LogBase.h"
+#include "support/Prng.h"
 #include "support/SshMessage.h"
 #include "support/Wipe.h"
 
-namespace ecckey_cli {
+namespace ecckey::formats {
 
 namespace {
 
 const char kPublicLines[] = "Public-Lines";
 const char kPrivateLines[] = "Private-Lines";
-
-using ecckey::DataBuffer;
-using ecckey::SshMessage;
-using ecckey::StringBuffer;
 
 const char kPuttyMagic[] = "PuTTY-User-Key-File-";
 const unsigned kCipherKeyLen = 32;  // AES-256-CBC
@@ -141,7 +137,7 @@ struct PuttyKeys {
                     EVP_DigestUpdate(ctx, passphrase.getString(), passphrase.getSize()) == 1 &&
                     EVP_DigestFinal_ex(ctx, digest, nullptr) == 1 && out.append(digest, sizeof digest);
     EVP_MD_CTX_free(ctx);
-    ecckey::wipe(digest, sizeof digest);
+    wipe(digest, sizeof digest);
     return ok;
 }
 
@@ -174,23 +170,31 @@ struct PuttyKeys {
                     keys.cipherKey.append(derived, kCipherKeyLen) &&
                     keys.iv.append(derived + kCipherKeyLen, kIvLen) &&
                     keys.macKey.append(derived + kCipherKeyLen + kIvLen, kMacKeyLenV3);
-    ecckey::wipe(derived, sizeof derived);
+    wipe(derived, sizeof derived);
     return ok;
 }
 
 // AES-256-CBC without padding, in place: the blob is padded to the block by the writer.
-[[nodiscard]] bool decryptBlob(const PuttyKeys &keys, DataBuffer &blob) {
+[[nodiscard]] bool cryptBlob(const PuttyKeys &keys, DataBuffer &blob, int encrypt) {
     EVP_CIPHER_CTX *ctx = EVP_CIPHER_CTX_new();
     int len = 0;
     const int size = (int)blob.getSize();
     const bool ok = ctx != nullptr && size % (int)kIvLen == 0 &&
-                    EVP_DecryptInit_ex(ctx, EVP_aes_256_cbc(), nullptr, keys.cipherKey.getData2(),
-                                       keys.iv.getData2()) == 1 &&
+                    EVP_CipherInit_ex(ctx, EVP_aes_256_cbc(), nullptr, keys.cipherKey.getData2(),
+                                      keys.iv.getData2(), encrypt) == 1 &&
                     EVP_CIPHER_CTX_set_padding(ctx, 0) == 1 &&
-                    EVP_DecryptUpdate(ctx, blob.getDataMutable(), &len, blob.getData2(), size) == 1 &&
+                    EVP_CipherUpdate(ctx, blob.getDataMutable(), &len, blob.getData2(), size) == 1 &&
                     len == size;
     EVP_CIPHER_CTX_free(ctx);
     return ok;
+}
+
+[[nodiscard]] bool decryptBlob(const PuttyKeys &keys, DataBuffer &blob) {
+    return cryptBlob(keys, blob, 0);
+}
+
+[[nodiscard]] bool encryptBlob(const PuttyKeys &keys, DataBuffer &blob) {
+    return cryptBlob(keys, blob, 1);
 }
 
 // HMAC over string(type), string(encryption), string(comment), string(public blob), string(private blob).
@@ -208,12 +212,12 @@ struct PuttyKeys {
         HMAC(version == 2 ? EVP_sha1() : EVP_sha256(), macKey.isEmpty() ? &kNoKey : macKey.getData2(),
              (int)macKey.getSize(), data.getData2(), data.getSize(), digest, &digestLen) != nullptr &&
         mac.append(digest, digestLen);
-    ecckey::wipe(digest, sizeof digest);
+    wipe(digest, sizeof digest);
     return ok;
 }
 
 // Decrypts the private blob when the file is encrypted and checks the MAC.
-[[nodiscard]] bool unlockPuttyFile(PuttyFile &file, KeyFileInfo &info, std::string &error) {
+[[nodiscard]] bool unlockPuttyFile(PuttyFile &file, const PassphraseCallback &callback, std::string &error) {
     const bool encrypted = file.encryption != "none";
     if (encrypted && file.encryption != "aes256-cbc") {
         error = "the PuTTY key's encryption" + quotedName(file.encryption) + " is not known";
@@ -222,7 +226,7 @@ struct PuttyKeys {
     StringBuffer passphrase;
     PuttyKeys keys;
     DataBuffer mac;
-    if (encrypted && !passphraseFor(info, passphrase, error))
+    if (encrypted && !askPassphrase(callback, passphrase, error))
         return false;
     const bool derived = file.version == 2 ? deriveKeysV2(passphrase, keys)
                                            : !encrypted || deriveKeysV3(file, passphrase, keys);
@@ -254,14 +258,45 @@ struct PuttyKeys {
     return ok;
 }
 
+// The Argon2 parameters the library writes, as puttygen does by default: Argon2id, 8 MiB, one lane.
+const unsigned long kWriteArgon2MemoryKiB = 8192;
+const unsigned long kWriteArgon2Passes = 13;
+const unsigned kWriteSaltLen = 16;
+
+// The keys of a file about to be written: version 2's from the passphrase alone, version 3's from Argon2
+// over a fresh salt (none when unencrypted: the MAC key is then empty).
+[[nodiscard]] bool derivePuttyWriteKeys(PuttyFile &file, const StringBuffer &passphrase, PuttyKeys &keys,
+                                        LogBase &log) {
+    if (file.version == 2)
+        return deriveKeysV2(passphrase, keys);
+    if (file.encryption == "none")
+        return true;
+    SystemPrng prng;
+    file.kdf = "Argon2id";
+    file.argon2Memory = kWriteArgon2MemoryKiB;
+    file.argon2Passes = kWriteArgon2Passes;
+    file.argon2Parallelism = 1;
+    return prng.genRandom(kWriteSaltLen, file.argon2Salt, log) && deriveKeysV3(file, passphrase, keys);
+}
+
+[[nodiscard]] bool appendArgon2Headers(const PuttyFile &file, StringBuffer &text) {
+    return text.append3("Key-Derivation: ", file.kdf.c_str(), "\n") &&
+           text.append3("Argon2-Memory: ", std::to_string(file.argon2Memory).c_str(), "\n") &&
+           text.append3("Argon2-Passes: ", std::to_string(file.argon2Passes).c_str(), "\n") &&
+           text.append3("Argon2-Parallelism: ", std::to_string(file.argon2Parallelism).c_str(), "\n") &&
+           text.append("Argon2-Salt: ") &&
+           DataBuffer::toHexString2(file.argon2Salt.getData2(), file.argon2Salt.getSize(), false, text) &&
+           text.appendChar('\n');
+}
+
 }  // namespace
 
 bool isPuttyKeyFile(const char *text) {
     return std::strncmp(text, kPuttyMagic, sizeof kPuttyMagic - 1) == 0;
 }
 
-bool loadPuttyKey(const char *text, ecckey::EccKey &key, ecckey::LogBase &log, std::string &error,
-                  KeyFileInfo &info) {
+bool loadPuttyKey(const char *text, const PassphraseCallback &passphrase, EccKey &key, DecodedKey &result,
+                  LogBase &log, std::string &error) {
     PuttyFile file;
     if (!parsePuttyFile(text, file)) {
         error = "malformed PuTTY key file";
@@ -271,7 +306,11 @@ bool loadPuttyKey(const char *text, ecckey::EccKey &key, ecckey::LogBase &log, s
         error = "the PuTTY key" + quotedName(file.keyType) + kNotAnEcdsaKey;
         return false;
     }
-    if (!unlockPuttyFile(file, info, error))
+    result.comment = file.comment;
+    result.encrypted = file.encryption != "none";
+    if (result.encrypted)
+        result.cipher = file.encryption;
+    if (!unlockPuttyFile(file, passphrase, error))
         return false;
     unsigned offset = 0;
     StringBuffer blobType;
@@ -294,10 +333,14 @@ bool loadPuttyKey(const char *text, ecckey::EccKey &key, ecckey::LogBase &log, s
     return loadSshPrivateParts(curveId, point, dMpint, key, log, error);
 }
 
-bool writePuttyKey(ecckey::EccKey &key, DataBuffer &out, ecckey::LogBase &log, std::string &error) {
+bool writePuttyKey(EccKey &key, const StringBuffer *passphrase, const std::string &comment, int version,
+                   DataBuffer &out, LogBase &log, std::string &error) {
     PuttyFile file;
+    file.version = version == 2 ? 2 : 3;
     file.keyType = sshKeyTypeName(key);
-    file.encryption = "none";
+    const bool encrypt = passphrase != nullptr && !passphrase->isEmpty();
+    file.encryption = encrypt ? "aes256-cbc" : "none";
+    file.comment = comment;
     file.privateBlob.setSensitive();
     if (file.keyType.empty()) {
         error = std::string("a PuTTY key has no name for ") + key.m_curve.m_name.getString();
@@ -306,15 +349,24 @@ bool writePuttyKey(ecckey::EccKey &key, DataBuffer &out, ecckey::LogBase &log, s
     DataBuffer dMpint;
     DataBuffer mac;
     StringBuffer text;
+    PuttyKeys keys;
+    const StringBuffer noPassphrase;
     dMpint.setSensitive();
     bool ok = key.puttyPublicKeyBlob(file.publicBlob, log) && appendSecretMpint(key, dMpint) &&
-              SshMessage::pack_db(dMpint, file.privateBlob) && computeMac(3, file, DataBuffer(), mac) &&
-              text.append3(kPuttyMagic, "3: ", file.keyType.c_str()) &&
-              text.append("\nEncryption: none\nComment: \n") &&
-              appendLines(kPublicLines, file.publicBlob, text) &&
-              appendLines(kPrivateLines, file.privateBlob, text) && text.append("Private-MAC: ");
+              SshMessage::pack_db(dMpint, file.privateBlob) &&
+              derivePuttyWriteKeys(file, encrypt ? *passphrase : noPassphrase, keys, log);
+    // An encrypted blob fills whole cipher blocks; the padding is covered by the MAC like the key.
+    while (ok && encrypt && file.privateBlob.getSize() % kIvLen != 0)
+        ok = file.privateBlob.appendChar(0);
+    ok = ok && computeMac(file.version, file, keys.macKey, mac) &&
+         (!encrypt || encryptBlob(keys, file.privateBlob)) &&
+         text.append3(kPuttyMagic, file.version == 2 ? "2: " : "3: ", file.keyType.c_str()) &&
+         text.append3("\nEncryption: ", file.encryption.c_str(), "\nComment: ") &&
+         text.append3(comment.c_str(), "\n", "") && appendLines(kPublicLines, file.publicBlob, text) &&
+         (!encrypt || file.version == 2 || appendArgon2Headers(file, text)) &&
+         appendLines(kPrivateLines, file.privateBlob, text) && text.append("Private-MAC: ");
     ok = ok && DataBuffer::toHexString2(mac.getData2(), mac.getSize(), false, text);
     return ok && text.appendChar('\n') && out.append(text);
 }
 
-}  // namespace ecckey_cli
+}  // namespace ecckey::formats

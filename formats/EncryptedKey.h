@@ -11,29 +11,29 @@ class DataBuffer;
 class StringBuffer;
 }  // namespace ecckey
 
-namespace ecckey_cli {
+namespace ecckey::formats {
 
 // True when der is an EncryptedPrivateKeyInfo: SEQUENCE { AlgorithmIdentifier, OCTET STRING }.
-[[nodiscard]] bool isEncryptedPkcs8(const ecckey::DataBuffer &der);
+[[nodiscard]] bool isEncryptedPkcs8(const DataBuffer &der);
 
 // Decrypts an EncryptedPrivateKeyInfo in any scheme libcrypto reads (PBES2 with PBKDF2 or scrypt, the
 // PKCS #5 and PKCS #12 schemes) and appends the PrivateKeyInfo DER to plainDer. False with a message in
 // error for a wrong passphrase or an unknown scheme.
-[[nodiscard]] bool decryptPkcs8(const ecckey::DataBuffer &der, const ecckey::StringBuffer &passphrase,
-                                ecckey::DataBuffer &plainDer, std::string &error);
+[[nodiscard]] bool decryptPkcs8(const DataBuffer &der, const StringBuffer &passphrase, DataBuffer &plainDer,
+                                std::string &error);
 
 // Encrypts PrivateKeyInfo DER as `openssl pkcs8 -topk8 -v2 aes-256-cbc` does: PBES2, PBKDF2 with
-// HMAC-SHA256 (2048 iterations, random salt), AES-256-CBC with a random IV. Appends the
+// HMAC-SHA256 (iterations, 0 for libcrypto's 2048; random salt), AES-256-CBC with a random IV. Appends the
 // EncryptedPrivateKeyInfo DER to der. False with a message in error.
-[[nodiscard]] bool encryptPkcs8(const ecckey::DataBuffer &plainDer, const ecckey::StringBuffer &passphrase,
-                                ecckey::DataBuffer &der, std::string &error);
+[[nodiscard]] bool encryptPkcs8(const DataBuffer &plainDer, const StringBuffer &passphrase,
+                                unsigned long iterations, DataBuffer &der, std::string &error);
 
 // True when the PEM block starting at pemBlock ("-----BEGIN ...") carries "Proc-Type: 4,ENCRYPTED".
 [[nodiscard]] bool isEncryptedPemBlock(const char *pemBlock);
 
 // Decrypts the first PEM block of pemBlock with the cipher and IV its DEK-Info header names (key from the
 // passphrase as OpenSSL derives it) and appends the DER to der. False with a message in error.
-[[nodiscard]] bool decryptPemBlock(const char *pemBlock, const ecckey::StringBuffer &passphrase,
-                                   ecckey::DataBuffer &der, std::string &error);
+[[nodiscard]] bool decryptPemBlock(const char *pemBlock, const StringBuffer &passphrase, DataBuffer &der,
+                                   std::string &error);
 
-}  // namespace ecckey_cli
+}  // namespace ecckey::formats

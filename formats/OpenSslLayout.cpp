@@ -5,7 +5,7 @@
 #include "support/LogBase.h"
 #include "support/Owners.h"
 
-namespace ecckey_cli {
+namespace ecckey::formats {
 
 namespace {
 
@@ -75,4 +75,4 @@ bool toOpenSslExplicitSpki(DataBuffer &der, unsigned fieldLen, ecckey::LogBase &
            zeroExtendOctets(*curve, 1, fieldLen) && encodeInto(*root, der, log);
 }
 
-}  // namespace ecckey_cli
+}  // namespace ecckey::formats

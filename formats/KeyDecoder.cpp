@@ -1,16 +1,16 @@
-#include "KeyReader.h"
+#include "KeyDecoder.h"
 
 #include <algorithm>
 #include <cstring>
 
 #include "CompressedPoint.h"
 #include "EncryptedKey.h"
-#include "FileIo.h"
-#include "Messages.h"
-#include "Passphrase.h"
+#include "FormatMessages.h"
 #include "PuttyKey.h"
+#include "Sec1Explicit.h"
 #include "SshPrivateKey.h"
 #include "ecc/EccKey.h"
+#include "ecc/PointDecompression.h"
 #include "support/JsonObject.h"
 #include "support/LogBase.h"
 #include "support/PemLabels.h"
@@ -18,17 +18,19 @@
 #include "support/SshMessage.h"
 #include "support/Xml.h"
 
-namespace ecckey_cli {
+namespace ecckey::formats {
 
 namespace {
 
 const char kCannotReadPem[] = "cannot read the PEM block";
 const char kUnrecognisedFormat[] = "unrecognised key format";
 
-using ecckey::DataBuffer;
-using ecckey::EccKey;
-using ecckey::LogBase;
-using ecckey::StringBuffer;
+// One call of decodeKey: what the caller gave and what is found.
+struct Request {
+    const PassphraseCallback &passphrase;
+    const DecodeOptions &options;
+    DecodedKey &result;
+};
 
 [[nodiscard]] bool isSpace(char c) {
     return c == ' ' || c == '\t' || c == '\r' || c == '\n';
@@ -65,11 +67,16 @@ const char *skipSpace(const char *p) {
     return text.append(reinterpret_cast<const char *>(bytes) + start, end - start);
 }
 
-// DER of a key through the checked loader, its compressed points made whole first.
+// DER of a key through the checked loader, its compressed points made whole and a bare SEC 1 key with
+// explicit parameters put in PKCS #8 first.
 [[nodiscard]] bool loadCheckedDer(DataBuffer &der, EccKey &key, LogBase &log, std::string &error,
                                   const char *failure) {
     if (!decompressKeyDer(der, log, error))
         return false;
+    if (!explicitSec1AsPkcs8(der, log)) {
+        error = kOutOfMemory;
+        return false;
+    }
     if (!key.loadEccDerChecked(der, log)) {
         error = failure;
         return false;
@@ -78,49 +85,57 @@ const char *skipSpace(const char *p) {
 }
 
 [[nodiscard]] bool loadDer(const DataBuffer &content, EccKey &key, LogBase &log, std::string &error,
-                           KeyFileInfo &info) {
+                           Request &request) {
     DataBuffer der;
     der.setSensitive();
     if (!isEncryptedPkcs8(content))
         return der.append(content) && loadCheckedDer(der, key, log, error, "cannot load the DER key");
-    info.format = "DER (encrypted PKCS #8)";
+    request.result.format = "DER (encrypted PKCS #8)";
+    request.result.encrypted = true;
+    request.result.cipher = "PBES2";
     StringBuffer passphrase;
-    return passphraseFor(info, passphrase, error) && decryptPkcs8(content, passphrase, der, error) &&
+    return askPassphrase(request.passphrase, passphrase, error) &&
+           decryptPkcs8(content, passphrase, der, error) &&
            loadCheckedDer(der, key, log, error, "cannot load the decrypted DER key");
 }
 
 // The DER of the PEM block at begin, decrypted when it is an encrypted private key.
-[[nodiscard]] bool pemBlockDer(const char *begin, const std::string &label, const KeyFileInfo &info,
-                               DataBuffer &der, LogBase &log, std::string &error) {
+[[nodiscard]] bool pemBlockDer(const char *begin, const std::string &label, Request &request, DataBuffer &der,
+                               LogBase &log, std::string &error) {
     StringBuffer passphrase;
     StringBuffer pemLabel;
     DataBuffer encrypted;
-    if (label == ecckey::kPemEcPrivateKey && isEncryptedPemBlock(begin))
-        return passphraseFor(info, passphrase, error) && decryptPemBlock(begin, passphrase, der, error);
+    request.result.encrypted =
+        label == kPemEncryptedPrivateKey || (label == kPemEcPrivateKey && isEncryptedPemBlock(begin));
+    if (label == kPemEcPrivateKey && request.result.encrypted)
+        return askPassphrase(request.passphrase, passphrase, error) &&
+               decryptPemBlock(begin, passphrase, der, error);
     if (!ecckey::_tvPublicKey::pemToDer(begin, pemLabel,
                                         label == ecckey::kPemEncryptedPrivateKey ? encrypted : der, log)) {
         error = kCannotReadPem;
         return false;
     }
-    return label != ecckey::kPemEncryptedPrivateKey ||
-           (passphraseFor(info, passphrase, error) && decryptPkcs8(encrypted, passphrase, der, error));
+    return label != kPemEncryptedPrivateKey || (askPassphrase(request.passphrase, passphrase, error) &&
+                                                decryptPkcs8(encrypted, passphrase, der, error));
 }
 
-[[nodiscard]] bool loadOpenSshPem(const char *begin, EccKey &key, LogBase &log, std::string &error) {
+[[nodiscard]] bool loadOpenSshPem(const char *begin, EccKey &key, LogBase &log, std::string &error,
+                                  Request &request) {
     StringBuffer pemLabel;
     DataBuffer blob;
-    if (!ecckey::_tvPublicKey::pemToDer(begin, pemLabel, blob, log)) {
+    request.result.format = "OpenSSH private key";
+    if (!_tvPublicKey::pemToDer(begin, pemLabel, blob, log)) {
         error = kCannotReadPem;
         return false;
     }
-    return loadOpenSshPrivateKey(blob, key, log, error);
+    return loadOpenSshPrivateKey(blob, request.passphrase, key, request.result, log, error);
 }
 
 // The first PEM block that holds a key; an "EC PARAMETERS" block ahead of it (as `openssl ecparam
 // -genkey` writes) is passed over. The label ends on its BEGIN line, and must agree with what the block
 // holds.
 [[nodiscard]] bool loadPem(const char *text, EccKey &key, LogBase &log, std::string &error,
-                           KeyFileInfo &info) {
+                           Request &request) {
     static const char kDashes[] = "-----";
     const char *search = text;
     for (;;) {
@@ -141,18 +156,19 @@ const char *skipSpace(const char *p) {
             search = labelEnd;
             continue;
         }
-        info.format = "PEM \"" + label + "\"";
-        if (label == ecckey::kPemOpensshPrivateKey)
-            return loadOpenSshPem(begin, key, log, error);
-        const bool privateLabel = label == ecckey::kPemPrivateKey || label == ecckey::kPemEcPrivateKey ||
-                                  label == ecckey::kPemEncryptedPrivateKey;
-        if (!privateLabel && label != ecckey::kPemPublicKey) {
+        request.result.format = "PEM \"" + label + "\"";
+        request.result.pemLabel = label;
+        if (label == kPemOpensshPrivateKey)
+            return loadOpenSshPem(begin, key, log, error, request);
+        const bool privateLabel =
+            label == kPemPrivateKey || label == kPemEcPrivateKey || label == kPemEncryptedPrivateKey;
+        if (!privateLabel && label != kPemPublicKey) {
             error = "the PEM block" + quotedName(label) + " is not an EC key";
             return false;
         }
         DataBuffer der;
         der.setSensitive();
-        if (!pemBlockDer(begin, label, info, der, log, error) ||
+        if (!pemBlockDer(begin, label, request, der, log, error) ||
             !loadCheckedDer(der, key, log, error, "cannot load the key in the PEM block"))
             return false;
         if (key.isPrivate() != privateLabel) {
@@ -163,23 +179,23 @@ const char *skipSpace(const char *p) {
     }
 }
 
-[[nodiscard]] bool isEcJwk(const ecckey::ClsJsonObject &jwk) {
+[[nodiscard]] bool isEcJwk(const ClsJsonObject &jwk) {
     StringBuffer kty;
-    ecckey::LogNull quiet;
+    LogNull quiet;
     return jwk.isStringAt("kty") && jwk.sbOfPathUtf8("kty", kty, quiet) && kty.equals("EC");
 }
 
-[[nodiscard]] bool hasKid(const ecckey::ClsJsonObject &jwk, const char *kid) {
+[[nodiscard]] bool hasKid(const ClsJsonObject &jwk, const char *kid) {
     StringBuffer value;
-    ecckey::LogNull quiet;
+    LogNull quiet;
     return jwk.isStringAt("kid") && jwk.sbOfPathUtf8("kid", value, quiet) && value.equals(kid);
 }
 
 // One JWK. The loader reads "crv", "x", "y" and "d" only, and reads a member that is not a string (null,
 // true, a number) from its JSON spelling: such a key is refused, as is an RSA or OKP key that would
 // otherwise pass for an EC one.
-[[nodiscard]] bool loadJwkObject(ecckey::ClsJsonObject &jwk, EccKey &key, LogBase &log, std::string &error) {
-    ecckey::LogNull quiet;
+[[nodiscard]] bool loadJwkObject(ClsJsonObject &jwk, EccKey &key, LogBase &log, std::string &error) {
+    LogNull quiet;
     if (!isEcJwk(jwk)) {
         StringBuffer kty;
         // Without a kty the message names none.
@@ -202,13 +218,13 @@ const char *skipSpace(const char *p) {
 }
 
 // From a JWK Set ({"keys": [...]}), its one EC key, or the EC key whose "kid" is kid.
-[[nodiscard]] bool selectFromJwkSet(const ecckey::ClsJsonObject &set, const char *kid,
-                                    ecckey::ClsJsonObject &jwk, LogBase &log, std::string &error) {
+[[nodiscard]] bool selectFromJwkSet(const ClsJsonObject &set, const char *kid, ClsJsonObject &jwk,
+                                    LogBase &log, std::string &error) {
     const int numKeys = set.sizeOfArrayAt("keys");
     int numEcKeys = 0;
     int chosen = -1;
-    ecckey::ClsJsonObject element;
-    ecckey::LogNull quiet;
+    ClsJsonObject element;
+    LogNull quiet;
     for (int i = 0; i < numKeys; ++i) {
         if (!element.loadArrayElement(set, "keys", i, quiet) || !isEcJwk(element))
             continue;
@@ -230,20 +246,20 @@ const char *skipSpace(const char *p) {
 }
 
 [[nodiscard]] bool loadJwk(const char *text, const char *kid, EccKey &key, LogBase &log, std::string &error) {
-    ecckey::ClsJsonObject json;
+    ClsJsonObject json;
     if (!json.load(text, log)) {
         error = "cannot parse the JSON key";
         return false;
     }
-    ecckey::LogNull quiet;
+    LogNull quiet;
     if (!json.hasMember("keys", quiet))
         return loadJwkObject(json, key, log, error);
-    ecckey::ClsJsonObject jwk;
+    ClsJsonObject jwk;
     return selectFromJwkSet(json, kid, jwk, log, error) && loadJwkObject(jwk, key, log, error);
 }
 
 bool loadXml(const char *text, EccKey &key, LogBase &log, std::string &error) {
-    ecckey::ClsXml xml;
+    ClsXml xml;
     if (!xml.loadXml(text, log) || !key.loadAnyXml(xml, log)) {
         error = "cannot load the XML key";
         return false;
@@ -282,9 +298,8 @@ std::string sshComment(const char *afterKey) {
     DataBuffer point;
     unsigned offset = 0;
     if (!blob.appendEncoded(std::string(b64, b64End).c_str(), "base64") ||
-        !ecckey::SshMessage::parseString(blob, offset, blobType) ||
-        !ecckey::SshMessage::parseString(blob, offset, curveId) ||
-        !ecckey::SshMessage::parseBinaryString(blob, offset, point, log) || offset != blob.getSize()) {
+        !SshMessage::parseString(blob, offset, blobType) || !SshMessage::parseString(blob, offset, curveId) ||
+        !SshMessage::parseBinaryString(blob, offset, point, log) || offset != blob.getSize()) {
         error = "malformed SSH public-key blob";
         return false;
     }
@@ -302,104 +317,6 @@ std::string sshComment(const char *afterKey) {
     return true;
 }
 
-// The lines of the raw-hex text ("curve: NAME", "private: HEX", "public: HEX"). Values are kept in
-// StringBuffers, which wipe themselves.
-struct RawHexFields {
-    StringBuffer curve;
-    StringBuffer privateHex;
-    StringBuffer publicHex;
-};
-
-StringBuffer *rawHexField(RawHexFields &fields, const char *name, std::size_t nameLen) {
-    const auto is = [&](const char *want) {
-        return std::strlen(want) == nameLen && std::strncmp(name, want, nameLen) == 0;
-    };
-    return is("curve")     ? &fields.curve
-           : is("private") ? &fields.privateHex
-           : is("public")  ? &fields.publicHex
-                           : nullptr;
-}
-
-// Fails on a line without a known name and colon, or a name given twice; the message gives the line
-// number only, since a line may hold a private scalar.
-[[nodiscard]] bool parseRawHex(const char *text, RawHexFields &fields, std::string &error) {
-    int lineNumber = 0;
-    for (const char *line = text; *line != '\0';) {
-        ++lineNumber;
-        const char *end = line;
-        while (*end != '\0' && *end != '\n')
-            ++end;
-        const char *p = line;
-        while (p < end && isSpace(*p))
-            ++p;
-        if (p < end) {
-            const char *colon = static_cast<const char *>(std::memchr(p, ':', (std::size_t)(end - p)));
-            StringBuffer *field = colon ? rawHexField(fields, p, (std::size_t)(colon - p)) : nullptr;
-            if (field == nullptr || !field->isEmpty()) {
-                error = "line " + std::to_string(lineNumber) +
-                        " of the raw-hex key is not curve:, private: or public:";
-                return false;
-            }
-            if (!field->append(colon + 1, (unsigned)(end - colon - 1))) {
-                error = "out of memory";
-                return false;
-            }
-            field->trim2();
-        }
-        line = *end == '\n' ? end + 1 : end;
-    }
-    if (fields.curve.isEmpty() || (fields.privateHex.isEmpty() && fields.publicHex.isEmpty())) {
-        error = "the raw-hex key needs a curve line and a private or public line";
-        return false;
-    }
-    return true;
-}
-
-// A compressed point made whole on the curve named (a curve the catalogue does not know is left to the
-// loader to refuse); any other point is left as it is.
-[[nodiscard]] bool makeWhole(const char *curveName, DataBuffer &point, std::string &error) {
-    ecckey::EccCurve curve;
-    ecckey::LogNull quiet;
-    DataBuffer whole;
-    if (!isCompressedPoint(point) || !curve.loadCurveByName(curveName, quiet))
-        return true;
-    if (!decompressPoint(curve, point, whole, error))
-        return false;
-    point = whole;
-    return true;
-}
-
-[[nodiscard]] bool loadRawHex(const char *text, EccKey &key, LogBase &log, std::string &error) {
-    RawHexFields fields;
-    if (!parseRawHex(text, fields, error))
-        return false;
-    DataBuffer point;
-    if (!fields.publicHex.isEmpty() && !point.appendEncoded(fields.publicHex.getString(), "hex")) {
-        error = "the public line of the raw-hex key is not hexadecimal";
-        return false;
-    }
-    if (!makeWhole(fields.curve.getString(), point, error))
-        return false;
-    if (fields.privateHex.isEmpty()) {
-        if (!key.loadEcPubKeyByCurveAndPoint(fields.curve.getString(), point, log)) {
-            error = "cannot load the raw-hex public key";
-            return false;
-        }
-        return true;
-    }
-    if (!key.generateNewKey2(fields.curve, fields.privateHex.getString(), "hex", log)) {
-        error = "cannot load the raw-hex private key";
-        return false;
-    }
-    // The point, when given, must be the one the scalar yields.
-    DataBuffer derived;
-    if (!point.isEmpty() && (!key.exportEccPoint(derived, log) || !derived.equals(point))) {
-        error = "the public line of the raw-hex key does not belong to its private line";
-        return false;
-    }
-    return true;
-}
-
 // A bare hexadecimal string: an X9.63 point of 65, 97 or 133 bytes (compressed: 33, 49 or 67), or a
 // scalar of 32, 48 or 66 bytes.
 [[nodiscard]] bool loadBareHex(const char *text, EccKey &key, LogBase &log, std::string &error) {
@@ -412,7 +329,7 @@ StringBuffer *rawHexField(RawHexFields &fields, const char *name, std::size_t na
     const unsigned compressedSize = bytes.getSize();
     const char *curveName = compressedSize == 33 ? "P-256" : compressedSize == 49 ? "P-384" : "P-521";
     if ((compressedSize == 33 || compressedSize == 49 || compressedSize == 67) &&
-        !makeWhole(curveName, bytes, error))
+        !makePointWhole(curveName, bytes, error))
         return false;
     const unsigned size = bytes.getSize();
     const bool isPoint = size > 0 && bytes[0] == 0x04 && (size == 65 || size == 97 || size == 133);
@@ -438,29 +355,26 @@ StringBuffer *rawHexField(RawHexFields &fields, const char *name, std::size_t na
 }
 
 [[nodiscard]] bool loadText(const char *text, EccKey &key, LogBase &log, std::string &error,
-                            KeyFileInfo &info) {
-    std::string &format = info.format;
+                            Request &request) {
+    std::string &format = request.result.format;
     const char *start = skipSpace(text);
     if (isPuttyKeyFile(start)) {
         format = "PuTTY private key";
-        return loadPuttyKey(start, key, log, error, info);
+        return loadPuttyKey(start, request.passphrase, key, request.result, log, error);
     }
     if (std::strstr(start, "-----BEGIN ") != nullptr)
-        return loadPem(start, key, log, error, info);
+        return loadPem(start, key, log, error, request);
     format = *start == '{'   ? "JWK"
              : *start == '<' ? "XML"
              : std::strncmp(start, "ecdsa-sha2-", 11) == 0 || std::strncmp(start, "ssh-", 4) == 0
                  ? "OpenSSH public key"
-             : std::strncmp(start, "curve", 5) == 0 ? "raw-hex"
-                                                    : "hexadecimal";
+                 : "hexadecimal";
     if (*start == '{')
-        return loadJwk(start, info.kid, key, log, error);
+        return loadJwk(start, request.options.kid, key, log, error);
     if (*start == '<')
         return loadXml(start, key, log, error);
     if (std::strncmp(start, "ecdsa-sha2-", 11) == 0 || std::strncmp(start, "ssh-", 4) == 0)
-        return loadSshLine(start, key, log, error, info.comment);
-    if (std::strncmp(start, "curve", 5) == 0)
-        return loadRawHex(start, key, log, error);
+        return loadSshLine(start, key, log, error, request.result.comment);
     if (onlyHex(start))
         return loadBareHex(start, key, log, error);
     error = *start == '\0' ? "the key file is empty" : kUnrecognisedFormat;
@@ -469,32 +383,34 @@ StringBuffer *rawHexField(RawHexFields &fields, const char *name, std::size_t na
 
 }  // namespace
 
-bool loadKey(const DataBuffer &content, EccKey &key, LogBase &log, std::string &error, KeyFileInfo *info) {
-    KeyFileInfo defaults;
-    KeyFileInfo &used = info != nullptr ? *info : defaults;
-    used.comment.clear();
-    used.format = "DER";
+bool decodeKey(const DataBuffer &content, const PassphraseCallback &passphrase, const DecodeOptions &options,
+               EccKey &key, DecodedKey &result, LogBase &log) {
+    result = DecodedKey();
+    result.format = "DER";
+    Request request{passphrase, options, result};
     StringBuffer text;
+    std::string &error = result.error;
     bool loaded;
-    if (contentAsText(content, text))
-        loaded = loadText(text.getString(), key, log, error, used);
+    if (content.getSize() > kMaxKeyFileBytes) {
+        error = "the key file is larger than " + std::to_string(kMaxKeyFileBytes) + " bytes";
+        loaded = false;
+    } else if (contentAsText(content, text))
+        loaded = loadText(text.getString(), key, log, error, request);
     else if (content.getSize() > 0 && content[0] == 0x30)
-        loaded = loadDer(content, key, log, error, used);
+        loaded = loadDer(content, key, log, error, request);
     else {
         error = kUnrecognisedFormat;
         loaded = false;
     }
-    return loaded && checkKey(key, log, error);
+    return loaded && (!options.checked || checkKey(key, log, error));
 }
 
-bool passphraseFor(const KeyFileInfo &info, StringBuffer &passphrase, std::string &error) {
-    if (info.passin == nullptr) {
-        error =
-            "the private key is encrypted; give its passphrase with --passin (pass:TEXT, env:VAR or "
-            "file:PATH)";
+bool askPassphrase(const PassphraseCallback &passphrase, StringBuffer &secret, std::string &error) {
+    if (!passphrase) {
+        error = kNoPassphraseSource;
         return false;
     }
-    return readPassphrase("--passin", info.passin, passphrase, error);
+    return passphrase(secret, error);
 }
 
 std::string quotedName(const std::string &name) {
@@ -507,19 +423,8 @@ std::string quotedName(const std::string &name) {
     return " \"" + name + "\"";
 }
 
-bool readKeyFile(const char *path, EccKey &key, LogBase &log, std::string &error, KeyFileInfo *info) {
-    DataBuffer content;
-    const std::string name = isStdio(path) ? kStandardInput : std::string("'") + path + "'";
-    if (!readInput(path, content, error))
-        return false;
-    if (loadKey(content, key, log, error, info))
-        return true;
-    error = name + ": " + error;
-    return false;
-}
-
 bool checkKey(EccKey &key, LogBase &log, std::string &error) {
-    ecckey::LogContextExitor context(log, "checkKey");
+    LogContextExitor context(log, "checkKey");
     if (!key.checkPublicKey(log)) {
         error = std::string("the public point is not on the curve ") + key.m_curve.m_name.getString();
         return false;
@@ -531,4 +436,4 @@ bool checkKey(EccKey &key, LogBase &log, std::string &error) {
     return true;
 }
 
-}  // namespace ecckey_cli
+}  // namespace ecckey::formats

@@ -1,0 +1,109 @@
+#include "FormatNames.h"
+
+#include <strings.h>
+
+#include "Passphrase.h"
+#include "ecc/EccKey.h"
+#include "support/LogBase.h"
+
+namespace ecckey_cli {
+
+namespace {
+
+using ecckey::DataBuffer;
+using ecckey::EccKey;
+using ecckey::LogBase;
+using ecckey::StringBuffer;
+
+const FormatInfo s_formats[] = {
+    {KeyFormat::Pem, "pem", true, true, false,
+     "PEM: PKCS #8 \"PRIVATE KEY\" or SubjectPublicKeyInfo \"PUBLIC KEY\" (the default)"},
+    {KeyFormat::Sec1Pem, "sec1-pem", true, false, false, "PEM: SEC 1 \"EC PRIVATE KEY\""},
+    {KeyFormat::Der, "der", true, true, true, "DER: PKCS #8 or SubjectPublicKeyInfo"},
+    {KeyFormat::Sec1Der, "sec1-der", true, false, true, "DER: SEC 1 ECPrivateKey"},
+    {KeyFormat::SpkiExplicit, "spki-explicit", false, true, false,
+     "PEM \"PUBLIC KEY\" with explicit parameters (P-256, P-384, P-521, secp256k1; else named)"},
+    {KeyFormat::Jwk, "jwk", true, true, false, "JSON Web Key (RFC 7518, kty EC)"},
+    {KeyFormat::Xml, "xml", true, true, false, "XML: <ECCKeyValue> or <ECCPublicKey>"},
+    {KeyFormat::XmlDsig, "xmldsig", false, true, false, "XML Signature 1.1 <ECKeyValue>"},
+    {KeyFormat::Ssh, "ssh", false, true, false,
+     "one OpenSSH public-key line (not for P-192 and the Brainpool curves)"},
+    {KeyFormat::OpenSsh, "openssh", true, false, false,
+     "OpenSSH private key, as ssh-keygen writes it, unencrypted (curves ssh has a name for)"},
+    {KeyFormat::Ppk, "ppk", true, false, false,
+     "PuTTY private key file, version 3, unencrypted (curves ssh has a name for)"},
+    {std::nullopt, "raw-hex", true, true, false, "curve name, scalar and X9.63 point in hexadecimal"},
+};
+
+// "curve: NAME", then "private: HEX" for a private key, then "public: 04...".
+[[nodiscard]] bool writeRawHex(EccKey &key, bool writePrivate, DataBuffer &out, LogBase &log) {
+    StringBuffer privHex;
+    StringBuffer pubHex;
+    StringBuffer text;
+    if (!key.toRawHex(privHex, pubHex, log))
+        return false;
+    bool ok = text.append3("curve: ", key.m_curve.m_name.getString(), "\n");
+    if (writePrivate)
+        ok = ok && text.append3("private: ", privHex.getString(), "\n");
+    ok = ok && text.append3("public: ", pubHex.getString(), "\n");
+    return ok && out.append(text);
+}
+
+}  // namespace
+
+const FormatInfo *keyFormats(int &numFormats) {
+    numFormats = static_cast<int>(sizeof(s_formats) / sizeof(s_formats[0]));
+    return s_formats;
+}
+
+const FormatInfo *formatByName(const char *name) {
+    for (const FormatInfo &info : s_formats) {
+        if (name != nullptr && ::strcasecmp(info.name, name) == 0)
+            return &info;
+    }
+    return nullptr;
+}
+
+bool writeKey(EccKey &key, const FormatInfo &format, bool writePrivate, DataBuffer &out, LogBase &log,
+              std::string &error, const char *passout) {
+    out.clear();
+    if (passout != nullptr &&
+        (!writePrivate || (format.format != KeyFormat::Pem && format.format != KeyFormat::Der))) {
+        error = "--passout encrypts private keys in the pem and der formats only";
+        return false;
+    }
+    if (writePrivate) {
+        out.setSensitive();
+        if (!key.isPrivate()) {
+            error = "the key is a public key";
+            return false;
+        }
+        if (!format.holdsPrivate) {
+            error = std::string("the ") + format.name + " format holds public keys only (use 'ecckey pub')";
+            return false;
+        }
+    } else if (!format.holdsPublic) {
+        error = std::string("the ") + format.name + " format holds private keys only";
+        return false;
+    }
+    StringBuffer passphrase;
+    if (passout != nullptr && !readPassphrase("--passout", passout, passphrase, error))
+        return false;
+    if (passout != nullptr && passphrase.isEmpty()) {
+        error = "the --passout passphrase is empty";
+        return false;
+    }
+    ecckey::formats::EncodeOptions options;
+    options.passphrase = passout != nullptr ? &passphrase : nullptr;
+    const bool written = format.format ? ecckey::formats::encodeKey(key, *format.format, writePrivate,
+                                                                    options, out, log, error)
+                                       : writeRawHex(key, writePrivate, out, log);
+    if (written)
+        return true;
+    out.clear();
+    if (error.empty())
+        error = std::string("cannot write the key as ") + format.name;
+    return false;
+}
+
+}  // namespace ecckey_cli

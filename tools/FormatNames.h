@@ -1,0 +1,44 @@
+// The key formats by the names the command gives them, and its writer: the library writes each format
+// (formats/KeyEncoder.h) but the command's raw-hex text, which is written here.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "formats/KeyEncoder.h"
+
+namespace ecckey {
+class DataBuffer;
+class EccKey;
+class LogBase;
+}  // namespace ecckey
+
+namespace ecckey_cli {
+
+using ecckey::formats::KeyFormat;
+using ecckey::formats::sshKeyTypeName;
+
+struct FormatInfo {
+    std::optional<KeyFormat> format;  // empty: the command's raw-hex text
+    const char *name;                 // as given to --format
+    bool holdsPrivate;                // can carry a private key
+    bool holdsPublic;                 // can carry a public key
+    bool binary;                      // DER; every other format is text ending in a newline
+    const char *summary;              // one line for the usage text and the README
+};
+
+// Every format, in the order the usage text lists them.
+const FormatInfo *keyFormats(int &numFormats);
+// The format named name, in any case ("JWK" is "jwk"), or null.
+const FormatInfo *formatByName(const char *name);
+
+// Writes the key in the given format into out: its private form when writePrivate is set (the key must
+// be private and the format must hold private keys), its public form otherwise. Private output is marked
+// sensitive. With passout (the --passout value) a private key in pem or der is written as encrypted
+// PKCS #8 under that passphrase. False with a message in error (the module's own reasons are in log) when
+// the format cannot carry what is asked or the library fails; out is then empty.
+[[nodiscard]] bool writeKey(ecckey::EccKey &key, const FormatInfo &format, bool writePrivate,
+                            ecckey::DataBuffer &out, ecckey::LogBase &log, std::string &error,
+                            const char *passout = nullptr);
+
+}  // namespace ecckey_cli
