@@ -1,11 +1,11 @@
-# cmake --install: headers (keeping their ecc/ and support/ folders), the library, the ecckey command,
-# a CMake package and a pkg-config file.
+# cmake --install: headers (keeping their ecc/, support/ and formats/ folders), the core library and the
+# formats library on top of it, the ecckey command, a CMake package and pkg-config files.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
-install(TARGETS ecckey ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(TARGETS ecckey ecckey_formats ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS ecckey_cli RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(DIRECTORY ${CMAKE_SOURCE_DIR}/ecc ${CMAKE_SOURCE_DIR}/support
+install(DIRECTORY ${CMAKE_SOURCE_DIR}/ecc ${CMAKE_SOURCE_DIR}/support ${CMAKE_SOURCE_DIR}/formats
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ecckey
         FILES_MATCHING PATTERN "*.h")
 
@@ -26,4 +26,6 @@ install(FILES ${CMAKE_BINARY_DIR}/cmake/ecckeyConfig.cmake ${CMAKE_BINARY_DIR}/c
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/ecckey)
 
 configure_file(${CMAKE_SOURCE_DIR}/cmake/ecckey.pc.in ${CMAKE_BINARY_DIR}/ecckey.pc @ONLY)
-install(FILES ${CMAKE_BINARY_DIR}/ecckey.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+configure_file(${CMAKE_SOURCE_DIR}/cmake/ecckey-formats.pc.in ${CMAKE_BINARY_DIR}/ecckey-formats.pc @ONLY)
+install(FILES ${CMAKE_BINARY_DIR}/ecckey.pc ${CMAKE_BINARY_DIR}/ecckey-formats.pc
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
