@@ -56,6 +56,38 @@ int passphraseCallback(char *buf, int size, int, void *passphrase) {
 
 }  // namespace
 
+std::string pkcs8CipherName(const DataBuffer &der) {
+    SigPtr sig = parseEncryptedPkcs8(der);
+    const X509_ALGOR *algorithm = nullptr;
+    if (sig)
+        X509_SIG_get0(sig.get(), &algorithm, nullptr);
+    if (algorithm == nullptr)
+        return "";
+    const int nid = OBJ_obj2nid(algorithm->algorithm);
+    if (nid != NID_pbes2)
+        return nid == NID_undef ? "" : OBJ_nid2sn(nid);
+    PBE2PARAM *pbe2 =
+        static_cast<PBE2PARAM *>(ASN1_TYPE_unpack_sequence(ASN1_ITEM_rptr(PBE2PARAM), algorithm->parameter));
+    const int cipherNid = pbe2 != nullptr ? OBJ_obj2nid(pbe2->encryption->algorithm) : NID_undef;
+    PBE2PARAM_free(pbe2);
+    return cipherNid == NID_undef ? "PBES2" : std::string("PBES2, ") + OBJ_nid2sn(cipherNid);
+}
+
+std::string pemCipherName(const char *pemBlock) {
+    // The headers follow the BEGIN line, up to the first empty line.
+    const char *line = pemBlock + std::strcspn(pemBlock, "\n");
+    while (*line == '\n' && line[1] != '\n' && line[1] != '\r' && line[1] != '\0') {
+        ++line;
+        if (std::strncmp(line, "DEK-Info: ", 10) == 0) {
+            const std::size_t len =
+                std::strspn(line + 10, "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-");
+            return len <= 32 ? std::string(line + 10, len) : std::string();
+        }
+        line += std::strcspn(line, "\n");
+    }
+    return "";
+}
+
 bool isEncryptedPkcs8(const DataBuffer &der) {
     return parseEncryptedPkcs8(der) != nullptr;
 }

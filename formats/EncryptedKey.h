@@ -16,6 +16,13 @@ namespace ecckey::formats {
 // True when der is an EncryptedPrivateKeyInfo: SEQUENCE { AlgorithmIdentifier, OCTET STRING }.
 [[nodiscard]] bool isEncryptedPkcs8(const DataBuffer &der);
 
+// How an EncryptedPrivateKeyInfo is encrypted, for people: "PBES2, AES-256-CBC" or a PKCS #5 or #12
+// scheme's short name; empty when der is not one.
+std::string pkcs8CipherName(const DataBuffer &der);
+
+// The cipher a "Proc-Type: 4,ENCRYPTED" block's DEK-Info header names ("AES-256-CBC"), or empty.
+std::string pemCipherName(const char *pemBlock);
+
 // Decrypts an EncryptedPrivateKeyInfo in any scheme libcrypto reads (PBES2 with PBKDF2 or scrypt, the
 // PKCS #5 and PKCS #12 schemes) and appends the PrivateKeyInfo DER to plainDer. False with a message in
 // error for a wrong passphrase or an unknown scheme.

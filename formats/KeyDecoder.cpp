@@ -92,7 +92,7 @@ const char *skipSpace(const char *p) {
         return der.append(content) && loadCheckedDer(der, key, log, error, "cannot load the DER key");
     request.result.format = "DER (encrypted PKCS #8)";
     request.result.encrypted = true;
-    request.result.cipher = "PBES2";
+    request.result.cipher = pkcs8CipherName(content);
     StringBuffer passphrase;
     return askPassphrase(request.passphrase, passphrase, error) &&
            decryptPkcs8(content, passphrase, der, error) &&
@@ -108,6 +108,8 @@ const char *skipSpace(const char *p) {
     request.result.encrypted =
         label == kPemEncryptedPrivateKey || (label == kPemEcPrivateKey && isEncryptedPemBlock(begin));
     if (label == kPemEcPrivateKey && request.result.encrypted)
+        request.result.cipher = pemCipherName(begin);
+    if (label == kPemEcPrivateKey && request.result.encrypted)
         return askPassphrase(request.passphrase, passphrase, error) &&
                decryptPemBlock(begin, passphrase, der, error);
     if (!ecckey::_tvPublicKey::pemToDer(begin, pemLabel,
@@ -115,8 +117,11 @@ const char *skipSpace(const char *p) {
         error = kCannotReadPem;
         return false;
     }
-    return label != kPemEncryptedPrivateKey || (askPassphrase(request.passphrase, passphrase, error) &&
-                                                decryptPkcs8(encrypted, passphrase, der, error));
+    if (label != kPemEncryptedPrivateKey)
+        return true;
+    request.result.cipher = pkcs8CipherName(encrypted);
+    return askPassphrase(request.passphrase, passphrase, error) &&
+           decryptPkcs8(encrypted, passphrase, der, error);
 }
 
 [[nodiscard]] bool loadOpenSshPem(const char *begin, EccKey &key, LogBase &log, std::string &error,
