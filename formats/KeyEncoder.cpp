@@ -39,7 +39,9 @@ namespace {
     if (options.passphrase == nullptr)
         return pem ? wrapPem(kPemPrivateKey, der, out, log) : out.append(der);
     DataBuffer encrypted;
-    if (!encryptPkcs8(der, *options.passphrase, options.pbkdf2Iterations, encrypted, error))
+    const unsigned long iterations =
+        options.pbkdf2Iterations == 0 ? kDefaultIterations : options.pbkdf2Iterations;
+    if (!encryptPkcs8(der, *options.passphrase, encrypted, error, iterations))
         return false;
     return pem ? wrapPem(kPemEncryptedPrivateKey, encrypted, out, log) : out.append(encrypted);
 }
@@ -145,6 +147,8 @@ namespace {
     else if (!options.comment.empty() &&
              (!takesComment || options.comment.find_first_of("\r\n") != std::string::npos))
         error = "a comment is written in the openssh, ppk and ssh formats only, on one line";
+    else if (options.pbkdf2Iterations > kMaxIterations)
+        error = "more than 1000000 PBKDF2 iterations make a key that readers here refuse";
     else if (options.ppkVersion != 2 && options.ppkVersion != 3)
         error = "a .ppk file is version 2 or 3";
     else if (options.compressedPoint &&

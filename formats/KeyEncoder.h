@@ -47,7 +47,8 @@ struct EncodeOptions {
     // with AES-256-CBC (version 3: Argon2id as puttygen's defaults; version 2: its SHA-1 derivation).
     // Other formats refuse a passphrase.
     const StringBuffer *passphrase = nullptr;
-    // PBKDF2 iterations of encrypted PKCS #8; 0 is libcrypto's default (2048).
+    // PBKDF2 iterations of encrypted PKCS #8, at most kMaxIterations (EncryptedKey.h); 0 is the default,
+    // kDefaultIterations (600,000).
     unsigned long pbkdf2Iterations = 0;
     // The comment of an OpenSsh, Ppk or Ssh key; it must hold no line end.
     std::string comment;

@@ -65,7 +65,7 @@ const FormatInfo *formatByName(const char *name) {
 }
 
 bool writeKey(EccKey &key, const FormatInfo &format, bool writePrivate, DataBuffer &out, LogBase &log,
-              std::string &error, const char *passout) {
+              std::string &error, const char *passout, unsigned long iterations) {
     out.clear();
     if (passout != nullptr &&
         (!writePrivate || (format.format != KeyFormat::Pem && format.format != KeyFormat::Der))) {
@@ -95,6 +95,7 @@ bool writeKey(EccKey &key, const FormatInfo &format, bool writePrivate, DataBuff
     }
     ecckey::formats::EncodeOptions options;
     options.passphrase = passout != nullptr ? &passphrase : nullptr;
+    options.pbkdf2Iterations = iterations;
     const bool written = format.format ? ecckey::formats::encodeKey(key, *format.format, writePrivate,
                                                                     options, out, log, error)
                                        : writeRawHex(key, writePrivate, out, log);

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "formats/EncryptedKey.h"
 #include "formats/KeyEncoder.h"
 
 namespace ecckey {
@@ -15,7 +16,9 @@ class LogBase;
 
 namespace ecckey_cli {
 
+using ecckey::formats::kDefaultIterations;
 using ecckey::formats::KeyFormat;
+using ecckey::formats::kMaxIterations;
 using ecckey::formats::sshKeyTypeName;
 
 struct FormatInfo {
@@ -35,10 +38,11 @@ const FormatInfo *formatByName(const char *name);
 // Writes the key in the given format into out: its private form when writePrivate is set (the key must
 // be private and the format must hold private keys), its public form otherwise. Private output is marked
 // sensitive. With passout (the --passout value) a private key in pem or der is written as encrypted
-// PKCS #8 under that passphrase. False with a message in error (the module's own reasons are in log) when
-// the format cannot carry what is asked or the library fails; out is then empty.
+// PKCS #8 under that passphrase, with that many PBKDF2 iterations. False with a message in error (the
+// module's own reasons are in log) when the format cannot carry what is asked or the library fails; out is
+// then empty.
 [[nodiscard]] bool writeKey(ecckey::EccKey &key, const FormatInfo &format, bool writePrivate,
                             ecckey::DataBuffer &out, ecckey::LogBase &log, std::string &error,
-                            const char *passout = nullptr);
+                            const char *passout = nullptr, unsigned long iterations = kDefaultIterations);
 
 }  // namespace ecckey_cli
