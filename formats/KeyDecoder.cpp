@@ -7,6 +7,7 @@
 #include "EncryptedKey.h"
 #include "FormatMessages.h"
 #include "PuttyKey.h"
+#include "RawHexKey.h"
 #include "Sec1Explicit.h"
 #include "SshPrivateKey.h"
 #include "ecc/EccKey.h"
@@ -378,13 +379,16 @@ std::string sshComment(const char *afterKey) {
              : *start == '<' ? "XML"
              : std::strncmp(start, "ecdsa-sha2-", 11) == 0 || std::strncmp(start, "ssh-", 4) == 0
                  ? "OpenSSH public key"
-                 : "hexadecimal";
+             : isRawHexText(start) ? "raw-hex"
+                                   : "hexadecimal";
     if (*start == '{')
         return loadJwk(start, request.options.kid, key, log, error);
     if (*start == '<')
         return loadXml(start, key, log, error);
     if (std::strncmp(start, "ecdsa-sha2-", 11) == 0 || std::strncmp(start, "ssh-", 4) == 0)
         return loadSshLine(start, key, log, error, request.result.comment);
+    if (isRawHexText(start))
+        return loadRawHexKey(start, key, log, error);
     if (onlyHex(start))
         return loadBareHex(start, key, log, error);
     error = *start == '\0' ? "the key file is empty" : kUnrecognisedFormat;

@@ -52,7 +52,7 @@ struct DecodedKey {
 //   in CTR, CBC or GCM mode, or chacha20-poly1305, as ssh-keygen writes them; OpenSSH public-key lines;
 // - PuTTY .ppk files, versions 2 and 3, with or without a passphrase;
 // - JWK and JWK Sets (options.kid), the three XML forms, X9.63 points in hexadecimal, compressed or not,
-//   and bare hexadecimal scalars of P-256, P-384 and P-521.
+//   bare hexadecimal scalars of P-256, P-384 and P-521, and the raw-hex text (RawHexKey.h).
 // Compressed points in DER and PEM are made whole. passphrase may be empty (no callback): an encrypted
 // key is then refused. Key-derivation work read from a file is bounded (each reader states its ceilings), and
 // so is the input (kMaxKeyFileBytes). Every key returned passed checkPublicKey and, when private,

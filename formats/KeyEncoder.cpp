@@ -7,6 +7,7 @@
 #include "FormatMessages.h"
 #include "OpenSslLayout.h"
 #include "PuttyKey.h"
+#include "RawHexKey.h"
 #include "SshPrivateKey.h"
 #include "ecc/EccKey.h"
 #include "support/LogBase.h"
@@ -129,6 +130,8 @@ namespace {
         case KeyFormat::Ppk:
             return writePuttyKey(key, options.passphrase, options.comment, options.ppkVersion, out, log,
                                  error);
+        case KeyFormat::RawHex:
+            return writeRawHexKey(key, writePrivate, out, log);
     }
     return false;
 }

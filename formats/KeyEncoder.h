@@ -28,11 +28,12 @@ enum class KeyFormat {
     XmlDsig,       // XML Signature 1.1 <ECKeyValue>
     Ssh,           // one OpenSSH public-key line
     OpenSsh,       // "OPENSSH PRIVATE KEY", openssh-key-v1
-    Ppk            // PuTTY private key file
+    Ppk,           // PuTTY private key file
+    RawHex         // "curve:", "private:" and "public:" lines in hexadecimal (RawHexKey.h)
 };
 
 // The format's short name, as messages give it: "pem", "sec1-pem", "der", "sec1-der", "spki-explicit",
-// "jwk", "xml", "xmldsig", "ssh", "openssh", "ppk".
+// "jwk", "xml", "xmldsig", "ssh", "openssh", "ppk", "raw-hex".
 const char *formatName(KeyFormat format);
 
 // Whether a format can carry a private key, a public key, and whether it is binary (DER) rather than text

@@ -32,22 +32,8 @@ const FormatInfo s_formats[] = {
      "OpenSSH private key, as ssh-keygen writes it, unencrypted (curves ssh has a name for)"},
     {KeyFormat::Ppk, "ppk", true, false, false,
      "PuTTY private key file, version 3, unencrypted (curves ssh has a name for)"},
-    {std::nullopt, "raw-hex", true, true, false, "curve name, scalar and X9.63 point in hexadecimal"},
+    {KeyFormat::RawHex, "raw-hex", true, true, false, "curve name, scalar and X9.63 point in hexadecimal"},
 };
-
-// "curve: NAME", then "private: HEX" for a private key, then "public: 04...".
-[[nodiscard]] bool writeRawHex(EccKey &key, bool writePrivate, DataBuffer &out, LogBase &log) {
-    StringBuffer privHex;
-    StringBuffer pubHex;
-    StringBuffer text;
-    if (!key.toRawHex(privHex, pubHex, log))
-        return false;
-    bool ok = text.append3("curve: ", key.m_curve.m_name.getString(), "\n");
-    if (writePrivate)
-        ok = ok && text.append3("private: ", privHex.getString(), "\n");
-    ok = ok && text.append3("public: ", pubHex.getString(), "\n");
-    return ok && out.append(text);
-}
 
 }  // namespace
 
@@ -96,15 +82,7 @@ bool writeKey(EccKey &key, const FormatInfo &format, bool writePrivate, DataBuff
     ecckey::formats::EncodeOptions options;
     options.passphrase = passout != nullptr ? &passphrase : nullptr;
     options.pbkdf2Iterations = iterations;
-    const bool written = format.format ? ecckey::formats::encodeKey(key, *format.format, writePrivate,
-                                                                    options, out, log, error)
-                                       : writeRawHex(key, writePrivate, out, log);
-    if (written)
-        return true;
-    out.clear();
-    if (error.empty())
-        error = std::string("cannot write the key as ") + format.name;
-    return false;
+    return ecckey::formats::encodeKey(key, format.format, writePrivate, options, out, log, error);
 }
 
 }  // namespace ecckey_cli

@@ -1,8 +1,7 @@
-// The key formats by the names the command gives them, and its writer: the library writes each format
-// (formats/KeyEncoder.h) but the command's raw-hex text, which is written here.
+// The key formats by the names the command gives them, and its writer over the library's
+// (formats/KeyEncoder.h): --passout read here, the library's refusals in the command's words.
 #pragma once
 
-#include <optional>
 #include <string>
 
 #include "formats/EncryptedKey.h"
@@ -22,12 +21,12 @@ using ecckey::formats::kMaxIterations;
 using ecckey::formats::sshKeyTypeName;
 
 struct FormatInfo {
-    std::optional<KeyFormat> format;  // empty: the command's raw-hex text
-    const char *name;                 // as given to --format
-    bool holdsPrivate;                // can carry a private key
-    bool holdsPublic;                 // can carry a public key
-    bool binary;                      // DER; every other format is text ending in a newline
-    const char *summary;              // one line for the usage text and the README
+    KeyFormat format;
+    const char *name;     // as given to --format
+    bool holdsPrivate;    // can carry a private key
+    bool holdsPublic;     // can carry a public key
+    bool binary;          // DER; every other format is text ending in a newline
+    const char *summary;  // one line for the usage text and the README
 };
 
 // Every format, in the order the usage text lists them.

@@ -1,5 +1,5 @@
-// The command's side of reading a key: a file or standard input, --kid and --passin, and its own raw-hex
-// text; every key format itself is read by the library (formats/KeyDecoder.h).
+// The command's side of reading a key: a file or standard input, --kid and --passin; every key format
+// itself is read by the library (formats/KeyDecoder.h).
 #pragma once
 
 #include <string>
@@ -25,10 +25,9 @@ struct KeyFileInfo {
     std::string format;   // out: the form read ("PEM \"PRIVATE KEY\"", "DER", "JWK", "raw-hex", ...)
 };
 
-// Loads and checks a key from the content of a key file: the raw-hex text ("curve: NAME", "private: HEX",
-// "public: HEX", a compressed point made whole) here, everything else through formats::decodeKey with
-// --kid and a passphrase callback reading --passin (asking for --passin when it is absent). False with a
-// message in error (the library's reasons in log); the key is then unusable.
+// Loads and checks a key from the content of a key file through formats::decodeKey, with --kid and a
+// passphrase callback reading --passin (asking for --passin when it is absent). False with a message in
+// error (the library's reasons in log); the key is then unusable.
 [[nodiscard]] bool loadKey(const ecckey::DataBuffer &content, ecckey::EccKey &key, ecckey::LogBase &log,
                            std::string &error, KeyFileInfo *info = nullptr);
 
