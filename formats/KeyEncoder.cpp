@@ -188,11 +188,11 @@ bool encodeKey(EccKey &key, KeyFormat format, bool writePrivate, const EncodeOpt
             return false;
         }
         if (!holdsPrivate(format)) {
-            error = "the format holds public keys only";
+            error = std::string("the ") + formatName(format) + " format holds public keys only";
             return false;
         }
     } else if (!holdsPublic(format)) {
-        error = "the format holds private keys only";
+        error = std::string("the ") + formatName(format) + " format holds private keys only";
         return false;
     }
     if (writeFormat(key, format, writePrivate, options, out, log, error))

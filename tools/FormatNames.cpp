@@ -58,20 +58,6 @@ bool writeKey(EccKey &key, const FormatInfo &format, bool writePrivate, DataBuff
         error = "--passout encrypts private keys in the pem and der formats only";
         return false;
     }
-    if (writePrivate) {
-        out.setSensitive();
-        if (!key.isPrivate()) {
-            error = "the key is a public key";
-            return false;
-        }
-        if (!format.holdsPrivate) {
-            error = std::string("the ") + format.name + " format holds public keys only (use 'ecckey pub')";
-            return false;
-        }
-    } else if (!format.holdsPublic) {
-        error = std::string("the ") + format.name + " format holds private keys only";
-        return false;
-    }
     StringBuffer passphrase;
     if (passout != nullptr && !readPassphrase("--passout", passout, passphrase, error))
         return false;
@@ -82,7 +68,11 @@ bool writeKey(EccKey &key, const FormatInfo &format, bool writePrivate, DataBuff
     ecckey::formats::EncodeOptions options;
     options.passphrase = passout != nullptr ? &passphrase : nullptr;
     options.pbkdf2Iterations = iterations;
-    return ecckey::formats::encodeKey(key, format.format, writePrivate, options, out, log, error);
+    if (ecckey::formats::encodeKey(key, format.format, writePrivate, options, out, log, error))
+        return true;
+    if (writePrivate && key.isPrivate() && !format.holdsPrivate)
+        error += " (use 'ecckey pub')";
+    return false;
 }
 
 }  // namespace ecckey_cli
