@@ -3,7 +3,7 @@
 // Input layout: byte 0 is the curve's byte length (modulo 67); the rest is the blob.
 //
 // An accepted blob gives exactly twice that many bytes, and is exactly r and s as minimal mpints.
-#include "../formats/SshSignature.h"
+#include "../formats/SignatureForms.h"
 #include "FuzzSupport.h"
 #include "support/SshMessage.h"
 

@@ -11,9 +11,7 @@
 #include "Session.h"
 #include "ecc/EccKey.h"
 #include "ecc/EccMessages.h"
-#include "ecc/EcdsaSig.h"
-#include "formats/SshSignature.h"
-#include "support/MpInt.h"
+#include "formats/SignatureForms.h"
 
 namespace ecckey_cli {
 
@@ -33,18 +31,6 @@ namespace {
     if (!anyDigit || !text.append(reinterpret_cast<const char *>(content.getData2()), content.getSize()))
         return sig.append(content);
     return sig.appendEncoded(text.getString(), "hex");
-}
-
-// True when the library reads sig as DER: its structural test, which it reports as "isAsnSig" when
-// verbose. Anything else is read as raw r||s.
-[[nodiscard]] bool readAsDer(const ecckey::DataBuffer &sig) {
-    ecckey::LogRecorder probe;
-    probe.m_verbose = true;
-    ecckey::mp_int r;
-    ecckey::mp_int s;
-    (void)ecckey::unpackDsaSig(sig.getData2(), sig.getSize(), false, r, s, probe, 0);  // only the test counts
-    std::string isDer;
-    return probe.dataValue("isAsnSig", isDer) && isDer == "true";
 }
 
 [[nodiscard]] int printVerdict(Session &session, bool valid) {
@@ -91,7 +77,7 @@ int cmdVerify(int argc, char **argv) {
     // longer input as r and "all the rest" for s, so zeros put in front of s would still verify. The
     // split is given explicitly because the library knows only some raw sizes by heart (not the 40-, 56-
     // and 80-byte forms of brainpoolP160r1, P-224, brainpoolP224r1 and brainpoolP320r1).
-    if (sig.getSize() != 2 * byteLen && !readAsDer(sig))
+    if (sig.getSize() != 2 * byteLen && !ecckey::formats::isDerSignature(sig))
         return notParsed(session, "the signature is not DER, raw r||s of " + std::to_string(2 * byteLen) +
                                       " bytes or the SSH form");
     bool valid = false;

@@ -16,23 +16,21 @@ using ecckey::LogBase;
 using ecckey::StringBuffer;
 
 const FormatInfo s_formats[] = {
-    {KeyFormat::Pem, "pem", true, true, false,
+    {KeyFormat::Pem, "pem",
      "PEM: PKCS #8 \"PRIVATE KEY\" or SubjectPublicKeyInfo \"PUBLIC KEY\" (the default)"},
-    {KeyFormat::Sec1Pem, "sec1-pem", true, false, false, "PEM: SEC 1 \"EC PRIVATE KEY\""},
-    {KeyFormat::Der, "der", true, true, true, "DER: PKCS #8 or SubjectPublicKeyInfo"},
-    {KeyFormat::Sec1Der, "sec1-der", true, false, true, "DER: SEC 1 ECPrivateKey"},
-    {KeyFormat::SpkiExplicit, "spki-explicit", false, true, false,
+    {KeyFormat::Sec1Pem, "sec1-pem", "PEM: SEC 1 \"EC PRIVATE KEY\""},
+    {KeyFormat::Der, "der", "DER: PKCS #8 or SubjectPublicKeyInfo"},
+    {KeyFormat::Sec1Der, "sec1-der", "DER: SEC 1 ECPrivateKey"},
+    {KeyFormat::SpkiExplicit, "spki-explicit",
      "PEM \"PUBLIC KEY\" with explicit parameters (P-256, P-384, P-521, secp256k1; else named)"},
-    {KeyFormat::Jwk, "jwk", true, true, false, "JSON Web Key (RFC 7518, kty EC)"},
-    {KeyFormat::Xml, "xml", true, true, false, "XML: <ECCKeyValue> or <ECCPublicKey>"},
-    {KeyFormat::XmlDsig, "xmldsig", false, true, false, "XML Signature 1.1 <ECKeyValue>"},
-    {KeyFormat::Ssh, "ssh", false, true, false,
-     "one OpenSSH public-key line (not for P-192 and the Brainpool curves)"},
-    {KeyFormat::OpenSsh, "openssh", true, false, false,
+    {KeyFormat::Jwk, "jwk", "JSON Web Key (RFC 7518, kty EC)"},
+    {KeyFormat::Xml, "xml", "XML: <ECCKeyValue> or <ECCPublicKey>"},
+    {KeyFormat::XmlDsig, "xmldsig", "XML Signature 1.1 <ECKeyValue>"},
+    {KeyFormat::Ssh, "ssh", "one OpenSSH public-key line (not for P-192 and the Brainpool curves)"},
+    {KeyFormat::OpenSsh, "openssh",
      "OpenSSH private key, as ssh-keygen writes it, unencrypted (curves ssh has a name for)"},
-    {KeyFormat::Ppk, "ppk", true, false, false,
-     "PuTTY private key file, version 3, unencrypted (curves ssh has a name for)"},
-    {KeyFormat::RawHex, "raw-hex", true, true, false, "curve name, scalar and X9.63 point in hexadecimal"},
+    {KeyFormat::Ppk, "ppk", "PuTTY private key file, version 3, unencrypted (curves ssh has a name for)"},
+    {KeyFormat::RawHex, "raw-hex", "curve name, scalar and X9.63 point in hexadecimal"},
 };
 
 }  // namespace
@@ -70,7 +68,7 @@ bool writeKey(EccKey &key, const FormatInfo &format, bool writePrivate, DataBuff
     options.pbkdf2Iterations = iterations;
     if (ecckey::formats::encodeKey(key, format.format, writePrivate, options, out, log, error))
         return true;
-    if (writePrivate && key.isPrivate() && !format.holdsPrivate)
+    if (writePrivate && key.isPrivate() && !ecckey::formats::holdsPrivate(format.format))
         error += " (use 'ecckey pub')";
     return false;
 }

@@ -20,12 +20,10 @@ using ecckey::formats::KeyFormat;
 using ecckey::formats::kMaxIterations;
 using ecckey::formats::sshKeyTypeName;
 
+// A format as the command names it; what it holds is the library's to say (holdsPrivate, holdsPublic).
 struct FormatInfo {
     KeyFormat format;
     const char *name;     // as given to --format
-    bool holdsPrivate;    // can carry a private key
-    bool holdsPublic;     // can carry a public key
-    bool binary;          // DER; every other format is text ending in a newline
     const char *summary;  // one line for the usage text and the README
 };
 

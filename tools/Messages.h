@@ -6,7 +6,6 @@
 
 namespace ecckey_cli {
 
-using ecckey::formats::kNoSshNameFor;
 using ecckey::formats::kOutOfMemory;
 inline constexpr char kStandardInput[] = "standard input";
 // Every message on standard error.

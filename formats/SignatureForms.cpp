@@ -1,7 +1,12 @@
-#include "SshSignature.h"
+#include "SignatureForms.h"
+
+#include <string>
+
+#include "ecc/EcdsaSig.h"
 
 #include "support/DataBuffer.h"
 #include "support/LogBase.h"
+#include "support/MpInt.h"
 #include "support/SshMessage.h"
 
 namespace ecckey::formats {
@@ -35,6 +40,16 @@ bool sshSignatureToRaw(const DataBuffer &sig, unsigned byteLen, DataBuffer &raw)
     return sig.getSize() != 2 * byteLen && SshMessage::parseBinaryString(sig, offset, r, quiet) &&
            SshMessage::parseBinaryString(sig, offset, s, quiet) && offset == sig.getSize() &&
            appendPaddedMpint(r, byteLen, raw) && appendPaddedMpint(s, byteLen, raw);
+}
+
+bool isDerSignature(const DataBuffer &sig) {
+    LogRecorder probe;
+    probe.m_verbose = true;
+    mp_int r;
+    mp_int s;
+    (void)unpackDsaSig(sig.getData2(), sig.getSize(), false, r, s, probe, 0);  // only the test counts
+    std::string isDer;
+    return probe.dataValue("isAsnSig", isDer) && isDer == "true";
 }
 
 }  // namespace ecckey::formats

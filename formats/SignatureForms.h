@@ -1,5 +1,5 @@
-// ECDSA signatures in SSH's form: the blob of two mpints r and s (RFC 5656, 3.1.2), as the library's
-// eccSignHash_forSsh writes it.
+// The forms of an ECDSA signature beside raw r || s: DER, and SSH's blob of two mpints r and s (RFC 5656,
+// 3.1.2) as the library's eccSignHash_forSsh writes it.
 #pragma once
 
 namespace ecckey {
@@ -13,5 +13,9 @@ namespace ecckey::formats {
 // SSH form. False for anything else, a blob of exactly 2 * byteLen bytes included (that is raw r || s);
 // raw may then hold part of the output.
 [[nodiscard]] bool sshSignatureToRaw(const DataBuffer &sig, unsigned byteLen, DataBuffer &raw);
+
+// True when the library's verifier reads sig as DER: its own structural test, which it reports as
+// "isAsnSig" when verbose. Anything else it reads as raw r || s.
+[[nodiscard]] bool isDerSignature(const DataBuffer &sig);
 
 }  // namespace ecckey::formats
