@@ -4,6 +4,7 @@
 // published vectors.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdio>
 #include <fstream>
 #include <iterator>
@@ -73,6 +74,19 @@ TEST(KeyFiles, EveryCorpusFileGivesItsPointOrItsError) {
             << file;
     }
     EXPECT_GE(rows, 80);
+}
+
+// Hostile files: one past the size ceiling, and one asking for more bcrypt rounds than are run, are refused
+// at once (a generous bound: the ceiling's own work is about half a second).
+TEST(KeyFiles, HostileFilesAreRefusedBeforeTheWork) {
+    fmt::DecodedKey what;
+    EXPECT_EQ(decodedPoint(std::string(fmt::kMaxKeyFileBytes + 1, 'a'), "-", what),
+              "error: the key file is larger than 1048576 bytes");
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_NE(decodedPoint(readBytes(kCorpus + "/p256-aes256ctr-rounds100.openssh"), "pass phrase", what)
+                  .find("more than 64 bcrypt rounds"),
+              std::string::npos);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(100));
 }
 
 TEST(KeyFiles, WhatTheWritersWriteTheToolsRead) {
