@@ -35,7 +35,6 @@ const CipherEntry kCiphers[] = {
     {{"chacha20-poly1305@openssh.com", 64, 0, 8, 16}, Mode::ChaChaPoly, EVP_chacha20},
 };
 
-const unsigned kChaChaKeyLen = 32;
 const unsigned kPolyKeyLen = 32;
 
 struct CtxFree {
