@@ -37,12 +37,15 @@ struct DecodedKey {
     std::string format;
     std::string pemLabel;    // the label of the PEM block the key came from; empty for other forms
     std::string comment;     // of an OpenSSH public line, OpenSSH private key or .ppk file; else empty
-    std::string cipher;      // how an encrypted key was encrypted ("aes256-ctr", "aes256-cbc", "PBES2", ...)
+    std::string cipher;      // how an encrypted key was ("aes256-ctr", "PBES2, AES-256-CBC", "AES-128-CBC")
     bool encrypted = false;  // the key was encrypted under a passphrase
     // On failure: one line that says what was recognised and why it failed. It quotes no content of the
     // input but a short name (a PEM label, an SSH key type, a cipher) and never the passphrase.
     std::string error;
 };
+
+// The largest key file read: far above any key (a P-521 .ppk is under 1 KiB), and what the command reads.
+inline constexpr unsigned kMaxKeyFileBytes = 1u << 20;
 
 // Loads the key that content holds. Recognised from the content:
 // - PEM and DER of PKCS #8, encrypted PKCS #8 (PBES2 with PBKDF2 or scrypt, the PKCS #5 and #12 schemes),
@@ -58,7 +61,6 @@ struct DecodedKey {
 // so is the input (kMaxKeyFileBytes). Every key returned passed checkPublicKey and, when private,
 // checkPrivateKey, unless options.checked is false. False with result.error set and the library's reasons in
 // log; the key is then unusable.
-inline constexpr unsigned kMaxKeyFileBytes = 1u << 20;
 [[nodiscard]] bool decodeKey(const DataBuffer &content, const PassphraseCallback &passphrase,
                              const DecodeOptions &options, EccKey &key, DecodedKey &result, LogBase &log);
 
