@@ -44,7 +44,7 @@ struct DecodedKey {
     std::string error;
 };
 
-// The largest key file read: far above any key (a P-521 .ppk is under 1 KiB), and what the command reads.
+// The largest key file read: far above any key (a P-521 .ppk is under 1 KiB, a JWK Set of many keys a few).
 inline constexpr unsigned kMaxKeyFileBytes = 1u << 20;
 
 // Loads the key that content holds. Recognised from the content:
