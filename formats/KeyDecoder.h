@@ -44,7 +44,8 @@ struct DecodedKey {
     std::string error;
 };
 
-// The largest key file read: far above any key (a P-521 .ppk is under 1 KiB, a JWK Set of many keys a few).
+// The largest key file read: far above any key (a P-521 .ppk is under 1 KiB, a JWK Set of dozens of keys
+// some tens of KiB).
 inline constexpr unsigned kMaxKeyFileBytes = 1u << 20;
 
 // Loads the key that content holds. Recognised from the content:
