@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "FormatMessages.h"
+#include "KeyBounds.h"
 #include "ecc/EccKey.h"
 #include "ecc/PointDecompression.h"
 #include "support/LogBase.h"
@@ -83,7 +84,7 @@ bool loadRawHexKey(const char *text, EccKey &key, LogBase &log, std::string &err
         error = "the public line of the raw-hex key is not hexadecimal";
         return false;
     }
-    if (!makePointWhole(fields.curve.getString(), point, error))
+    if (!makePointWhole(fields.curve.getString(), point, error) || !pointLenFits(point, error))
         return false;
     if (fields.privateHex.isEmpty()) {
         if (!key.loadEcPubKeyByCurveAndPoint(fields.curve.getString(), point, log)) {
@@ -92,6 +93,16 @@ bool loadRawHexKey(const char *text, EccKey &key, LogBase &log, std::string &err
         }
         return true;
     }
+    EccCurve curve;
+    DataBuffer d;
+    d.setSensitive();
+    if (!curve.loadCurveByName(fields.curve.getString(), log) ||
+        !d.appendEncoded(fields.privateHex.getString(), "hex")) {
+        error = "cannot load the raw-hex private key";
+        return false;
+    }
+    if (!scalarAsWrittenFits(curve, d, error))
+        return false;
     if (!key.generateNewKey2(fields.curve, fields.privateHex.getString(), "hex", log)) {
         error = "cannot load the raw-hex private key";
         return false;

@@ -4,6 +4,7 @@
 
 #include "BcryptPbkdf.h"
 #include "FormatMessages.h"
+#include "KeyBounds.h"
 #include "OpenSshCipher.h"
 #include "ecc/EccKey.h"
 #include "support/LogBase.h"
@@ -180,6 +181,11 @@ bool loadSshPrivateParts(const StringBuffer &curveId, const DataBuffer &point, c
     const char *curveName = curveId.equals("nistk256") ? "secp256k1" : curveId.getString();
     StringBuffer dHex;
     DataBuffer derived;
+    EccCurve curve;
+    LogNull quiet;
+    if (!pointLenFits(point, error) ||
+        (curve.loadCurveByName(curveName, quiet) && !scalarAsWrittenFits(curve, dMpint, error)))
+        return false;
     if (dMpint.isEmpty() || !DataBuffer::toHexString2(dMpint.getData2(), dMpint.getSize(), false, dHex) ||
         !key.generateNewKey2(StringBuffer(curveName), dHex.getString(), "hex", log)) {
         error = "cannot load the SSH private key";
