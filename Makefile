@@ -83,7 +83,7 @@ memcheck: build
 fuzz: deps
 	@fuzz/run.sh $(FUZZ_DIR) $(FUZZ_SECONDS)
 
-# Line and branch coverage of ecc/, support/ and tools/ by the test suite (gcov and lcov), in a build folder
+# Line and branch coverage of ecc/, support/, formats/ and tools/ by the test suite (gcov and lcov), in a build folder
 # of its own at -O0. The valgrind entries (memcheck and the constant-time check) rerun under valgrind what the
 # suite already runs, too slowly at -O0, and the installed-package check links a copy of the library without
 # the gcov runtime, so they are left out.

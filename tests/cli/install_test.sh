@@ -2,8 +2,9 @@
 # Installs the build tree (the static library) and a shared-library build of the same sources into scratch
 # prefixes, moves each (the package files must find it from where they lie), and builds examples/ against
 # it as a user's project would, through find_package and through pkg-config; the example signs with a key
-# openssl made, and the installed ecckey command checks the signature. The shared library carries the
-# version's soname and exports namespace ecckey only.
+# openssl made, and the installed ecckey command checks the signature; the other example loads a
+# passphrase-protected ssh-keygen key and a puttygen .ppk through ecckey::formats. The shared libraries
+# carry the version's soname and export namespace ecckey only.
 # usage: install_test.sh ECCKEY WORKDIR SOURCE_DIR BINARY_DIR
 . "$(dirname "$0")/lib.sh"
 cmake -S "$3" -B shared-build -DBUILD_SHARED_LIBS=ON -DECCKEY_TESTS=OFF -DECCKEY_BENCH=OFF \
@@ -11,6 +12,8 @@ cmake -S "$3" -B shared-build -DBUILD_SHARED_LIBS=ON -DECCKEY_TESTS=OFF -DECCKEY
 cmake --build shared-build -j "$(nproc)" >/dev/null || fail "building the shared library"
 openssl ecparam -name prime256v1 -genkey -noout -out key.pem || fail "openssl ecparam"
 echo 'a file to sign' >message.txt
+ssh-keygen -q -t ecdsa -b 384 -N 'pass phrase' -C '' -f id_ecdsa || fail "ssh-keygen"
+puttygen -q -t ecdsa -b 521 --new-passphrase <(echo 'pass phrase') -o k.ppk || fail "puttygen"
 for kind in static shared; do
     build=$4 pc_static=--static
     [ $kind = shared ] && build=shared-build pc_static=
@@ -27,6 +30,16 @@ for kind in static shared; do
     for example in build-$kind/sign_file ./sign_file_pc_$kind; do
         $example key.pem message.txt >signed || fail "$example: $(cat signed)" # exit 1: invalid
         ok verify key.pem --sig <(head -n 1 signed) --in message.txt # the signature, in hexadecimal
+    done
+    # shellcheck disable=SC2046,SC2086 # pkg-config's flags are separate words
+    c++ -std=c++17 -o load_key_file_pc_$kind "$3/examples/load_key_file.cpp" -Wl,-rpath,"$PWD/$PC_DIR/.." \
+        $(PKG_CONFIG_PATH=$PC_DIR pkg-config $pc_static --cflags --libs ecckey-formats) ||
+        fail "building load_key_file through pkg-config"
+    for example in build-$kind/load_key_file ./load_key_file_pc_$kind; do
+        expect_eq "$($example id_ecdsa 'pass phrase' | head -n 1)" "$(cut -d' ' -f1,2 id_ecdsa.pub)" "$example id_ecdsa"
+        expect_eq "$($example k.ppk 'pass phrase' | head -n 1)" \
+            "$(puttygen -L k.ppk --old-passphrase <(echo 'pass phrase') | cut -d' ' -f1,2)" "$example k.ppk"
+        $example id_ecdsa 2>&1 | grep -q 'the key is encrypted: give its passphrase' || fail "$example without a passphrase"
     done
 done
 lib=$(find shared -name 'libecckey.so.*.*.*')
