@@ -29,8 +29,8 @@ const char kMsgFailed[] = "Failed.";
     Wiped<_tvUnsigned256> k;
     (void)mp_int_to_uint256(d, k.get());  // a scalar that does not fit stays zero: the zero point
 
-    Wiped<_tvCurvePt> R(_tvCurvePt::m_s_G);
-    R.get().multiplyPt(k.get());
+    Wiped<_tvCurvePt> R;
+    R.get().multiplyGenerator(k.get());
     R.get().normalizePt();
     ct::declassify(&R.get(), sizeof R.get());  // the public key
 

@@ -38,7 +38,7 @@ const char kContextPointMultiply[] = "pointMultiply";
 // Which curve a table belongs to: p, a (zero for a = −3) and G, as limbs. Public values.
 template <int N>
 struct CurveKey {
-    typename FieldMont<N>::Elem p, a, gx, gy;
+    typename FieldMont<N>::Elem p{}, a{}, gx{}, gy{};
     bool hasA = false;
 
     [[nodiscard]] bool load(const mp_int &pIn, const mp_int *aIn, const EccPoint &G) {
