@@ -27,7 +27,7 @@ namespace {
 // 4-bit windows: for a 256-bit curve 64 windows of 8 entries, 32 KiB of table. 5-bit windows (52 windows of
 // 16, 52 KiB) save twelve additions of the sixty-four but read twice the entries a window, and gained less
 // than the added memory on the benchmark; 3-bit ones cost a third more additions.
-const int kWindowBits = 4;
+const int kWindowBits = kBaseMultWindowBits;
 const int kEntries = 1 << (kWindowBits - 1);
 // Tables per limb count; the catalogue has at most four curves of one limb count (P-224, P-256 and the
 // two Brainpool curves of those sizes).
