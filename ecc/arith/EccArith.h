@@ -93,7 +93,8 @@ class EccArithScratch {
 // and kept for the process's life; each multiplication then allocates nothing but R's coordinates, and no
 // branch and no memory index follows k: every window reads all of its table. Any other k or p, and a curve
 // whose table cannot be built (memory), takes pointMultSecret.
-constexpr int kBaseMultWindowBits = 4;  // the tables' window: 2^(w − 1) entries a window, w bits apart
+// The tables' window: 2^(w − 1) entries a window, each window w bits above the last.
+constexpr int kBaseMultWindowBits = 5;
 [[nodiscard]] bool pointMultBase(mp_int &k, const mp_int &n, EccPoint &G, EccPoint &R, mp_int *a, mp_int &p,
                                  LogBase &log);
 
