@@ -32,10 +32,11 @@ demo: configure
 test: build
 	@cd $(BUILD_DIR) && ctest --output-on-failure -j $(JOBS)
 
-# The side-by-side tables of ecckey, OpenSSL, LibTomCrypt and libsecp256k1 (a few minutes; BENCH_QUICK=1 or
-# `make bench-quick` for a short run printing the same tables).
+# The side-by-side tables of ecckey, OpenSSL, LibTomCrypt and libsecp256k1 and a chart of their ratios,
+# $(BUILD_DIR)/bench-ratios.svg (a few minutes; BENCH_QUICK=1 or `make bench-quick` for a short run printing
+# the same tables).
 bench: build
-	@$(BUILD_DIR)/bin/ecckey-bench
+	@$(BUILD_DIR)/bin/ecckey-bench --chart=$(BUILD_DIR)/bench-ratios.svg
 
 bench-quick: build
 	@BENCH_QUICK=1 $(BUILD_DIR)/bin/ecckey-bench
