@@ -30,7 +30,6 @@
 #include <cstdint>
 
 #include "support/ConstantTime.h"
-
 #include "support/Invariant.h"
 
 namespace ecckey {
@@ -192,8 +191,8 @@ template <class F>
 // Both candidates are computed whatever the points are, and the result is chosen without a branch or an
 // index that follows them:
 //   - D where jacobianAdd falls back to doubling (P = ±Q with equal X and Z, a plain-one Q.Z taken as one),
-//     and where P and Q are the same point in any two representations (U1 = U2 and S1 = S2), which the
-//     general formula would take for opposite points;
+//     and where P and Q are the same point in any two representations (U1 = U2 and S1 = S2), where the
+//     general formula would give Z = 0;
 //   - the general sum otherwise: opposite points then give Z = 0.
 // D must be 2P: jacobianDouble's representation of it wherever the fallback applies (that is what
 // jacobianAdd gives), any representation where only the second case does. As in jacobianAdd, an operand at
