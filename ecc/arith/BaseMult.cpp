@@ -29,6 +29,8 @@ namespace {
 // and P-521), in a multiplication that the final inversion's 255 squarings already make a quarter of.
 const int kWindowBits = kBaseMultWindowBits;
 const int kEntries = 1 << (kWindowBits - 1);
+// A window's w + 1 bits read as an unsigned value stand for the signed digit raw − 2^w.
+const std::uint64_t kDigitBias = std::uint64_t{1} << kWindowBits;
 // Tables per limb count; the catalogue has at most four curves of one limb count (P-224, P-256 and the
 // two Brainpool curves of those sizes).
 const int kSlots = 4;
@@ -119,7 +121,7 @@ template <int N>
     std::unique_ptr<typename FixedField<N>::Point[]> jac(new (std::nothrow)
                                                              typename FixedField<N>::Point[count]);
     std::unique_ptr<Elem[]> prefix(new (std::nothrow) Elem[count]);
-    table.xy.reset(new (std::nothrow) Elem[2 * count]);
+    table.xy.reset(new (std::nothrow) Elem[2 * static_cast<std::size_t>(count)]);
     if (!jac || !prefix || !table.xy)
         return false;
     fillJacobian(f, tG, windows, jac.get());
@@ -199,7 +201,7 @@ void subtractFromOrder(std::uint64_t mask, const std::uint64_t *n, std::uint64_t
 template <int N>
 void lookUp(const FixedField<N> &f, const BaseTable<N> &table, int window, std::uint64_t raw,
             BaseMultState<N> &st) {
-    const std::uint64_t digit = raw - kEntries * 2;                      // d, as a 64-bit two's complement
+    const std::uint64_t digit = raw - kDigitBias;                        // d, as a 64-bit two's complement
     const std::uint64_t negative = ct::opaque64(0 - (digit >> 63));      // all ones for d < 0
     const std::uint64_t index = (((digit ^ negative) - negative) >> 1);  // (|d| − 1)/2
     for (int j = 0; j < kEntries; ++j) {
@@ -223,7 +225,7 @@ void oddMultiple(const FixedField<N> &f, const BaseTable<N> &table, int limbs, B
     for (int i = 0; i <= last; ++i) {
         const std::uint64_t raw = bitsAt(st.k, limbs, kWindowBits * i, kWindowBits + 1) | 1u;
         // The top digit is k's remaining bits, positive: raw with 2^w added back.
-        lookUp(f, table, i, i == last ? raw + kEntries * 2 : raw, st);
+        lookUp(f, table, i, i == last ? raw + kDigitBias : raw, st);
         if (i == 0) {
             st.acc = st.entry;
         } else if (i < last) {

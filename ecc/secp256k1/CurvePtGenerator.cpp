@@ -62,7 +62,7 @@ GeneratorTable &generatorTableStorage() {
 void buildTable() {
     GeneratorTable &t = generatorTableStorage();
     _tvCurvePt base = _tvCurvePt::m_s_G;
-    for (int i = 0; i < kWindows; ++i) {
+    for (auto &window : t.entry) {
         _tvCurvePt points[kEntries];
         _tvCurvePt twice = base;
         twice.doublePt();
@@ -71,7 +71,7 @@ void buildTable() {
             points[j] = points[j - 1];
             points[j].addPt(twice);
         }
-        toAffine(points, t.entry[i]);
+        toAffine(points, window);
         for (int b = 0; b < kWindowBits; ++b)
             base.doublePt();
     }
