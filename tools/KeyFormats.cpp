@@ -129,8 +129,8 @@ const FormatInfo s_formats[] = {
     return ok && appendText(text, false, out);
 }
 
-[[nodiscard]] bool writeText(bool (EccKey::*writer)(StringBuffer &, LogBase &), EccKey &key, DataBuffer &out,
-                             LogBase &log) {
+[[nodiscard]] bool writeText(bool (EccKey::*writer)(StringBuffer &, LogBase &) const, EccKey &key,
+                             DataBuffer &out, LogBase &log) {
     StringBuffer text;
     return (key.*writer)(text, log) && appendText(text, true, out);
 }

@@ -180,7 +180,7 @@ class Hygiene : public ::testing::TestWithParam<std::tuple<CurveInfo, Row>> {
         const bool checked = EccKey().loadEccDerChecked(copy, log);
         return EccKey().loadEccDer(input, log) && checked;
     }
-    bool der(bool (EccKey::*write)(DataBuffer &, LogBase &), bool readBack) {
+    bool der(bool (EccKey::*write)(DataBuffer &, LogBase &) const, bool readBack) {
         DataBuffer o;
         return (key->*write)(o, log) && (!readBack || loadsDer(o));
     }
