@@ -15,6 +15,7 @@ namespace ecckey {
 class mp_int;
 class LogBase;
 class DataBuffer;
+class EccCurve;
 
 [[nodiscard]] bool unpackDsaSig(const unsigned char *sig, unsigned sigLen, bool split, mp_int &r, mp_int &s,
                                 LogBase &log, unsigned rLen);
@@ -36,5 +37,11 @@ inline unsigned ecdsaHashLen(int curveByteLen, unsigned hashLen) {
         return (unsigned)curveByteLen;
     return hashLen;
 }
+
+// Fits a hash to the curve for every signature form: cut to ecdsaHashLen, then on secp256k1, whose engine
+// takes exactly 32 bytes, a shorter hash is left-padded with zeros. ECDSA reads a hash shorter than the
+// order as an integer, which the zeros leave unchanged, so the signature is the one OpenSSL makes and
+// checks with that digest. False when memory is short.
+[[nodiscard]] bool fitHashToCurve(const EccCurve &curve, DataBuffer &hash);
 
 }  // namespace ecckey

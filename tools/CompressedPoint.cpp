@@ -2,6 +2,7 @@
 
 #include "Messages.h"
 #include "ecc/EccCurve.h"
+#include "ecc/PointDecompression.h"
 #include "support/Asn1.h"
 #include "support/DataBuffer.h"
 #include "support/LogBase.h"
@@ -17,63 +18,34 @@ using ecckey::DataBuffer;
 using ecckey::mp_int;
 using ecckey::TovarMp;
 
-// y^2 = x^3 + a*x + b over the prime field of p, whose elements take byteLen bytes.
-struct CurveEquation {
-    mp_int p;
-    mp_int a;
-    mp_int b;
-    unsigned byteLen = 0;
-};
+using ecckey::CurveEquation;
+using ecckey::Decompression;
+using ecckey::equationOfCurve;
 
-[[nodiscard]] bool equationOfCurve(const ecckey::EccCurve &curve, CurveEquation &eq) {
-    eq.byteLen = (unsigned)curve.m_byteLen;
-    return TovarMp::mpint_from_radix(eq.p, curve.m_p.getString(), 16) && curve.getCoefficientA(eq.a) &&
-           TovarMp::mpint_from_radix(eq.b, curve.m_b.getString(), 16);
+// The library's decompression, with the command's messages.
+[[nodiscard]] bool decompressOnEquation(const CurveEquation &eq, const DataBuffer &point, DataBuffer &out,
+                                        std::string &error) {
+    switch (ecckey::decompressOnEquation(eq, point, out)) {
+        case Decompression::Done:
+            return true;
+        case Decompression::WrongLength:
+            error = "the compressed point has " + std::to_string(point.getSize() - 1) +
+                    " bytes of x where the curve has " + std::to_string(eq.byteLen);
+            return false;
+        case Decompression::NotOnCurve:
+            error = "the compressed point is not on the curve (no y for its x)";
+            return false;
+        case Decompression::OutOfMemory:
+            break;
+    }
+    error = kOutOfMemory;
+    return false;
 }
 
 [[nodiscard]] bool fromContent(const _tvAsn1 *node, mp_int &value) {
     DataBuffer bytes;
     return node != nullptr && !node->isConstructed() && node->getAsnContent(bytes) &&
            TovarMp::mpint_from_bytes(value, bytes.getData2(), bytes.getSize());
-}
-
-// rhs = x^3 + a*x + b mod p
-[[nodiscard]] bool curveRightHandSide(const CurveEquation &eq, const mp_int &x, mp_int &rhs) {
-    mp_int ax;
-    return TovarMp::mp_mulmod(x, x, eq.p, rhs) == 0 && TovarMp::mp_mulmod(rhs, x, eq.p, rhs) == 0 &&
-           TovarMp::mp_mulmod(eq.a, x, eq.p, ax) == 0 && TovarMp::mp_add(rhs, ax, rhs) == 0 &&
-           TovarMp::mp_add(rhs, eq.b, rhs) == 0 && TovarMp::mp_mod(rhs, eq.p, rhs) == 0;
-}
-
-[[nodiscard]] bool decompressOnEquation(const CurveEquation &eq, const DataBuffer &point, DataBuffer &out,
-                                        std::string &error) {
-    const unsigned len = point.getSize();
-    if (len != 1 + eq.byteLen) {
-        error = "the compressed point has " + std::to_string(len - 1) + " bytes of x where the curve has " +
-                std::to_string(eq.byteLen);
-        return false;
-    }
-    mp_int x, rhs, y, check;
-    // The square root is checked: LibTomMath's answer for a non-residue is not guaranteed to be refused.
-    const bool onCurve = TovarMp::mpint_from_bytes(x, point.getData2() + 1, eq.byteLen) &&
-                         TovarMp::mp_cmp(x, eq.p) < 0 && curveRightHandSide(eq, x, rhs) &&
-                         TovarMp::mp_sqrtmod_prime(rhs, eq.p, y) == 0 &&
-                         TovarMp::mp_mulmod(y, y, eq.p, check) == 0 && TovarMp::mp_cmp(check, rhs) == 0;
-    const bool wantOdd = point[0] == 0x03;
-    if (!onCurve || (TovarMp::isZero(y) && wantOdd)) {
-        error = "the compressed point is not on the curve (no y for its x)";
-        return false;
-    }
-    if (TovarMp::isOdd(y) != wantOdd && TovarMp::mp_sub(eq.p, y, y) != 0)
-        return false;
-    const unsigned start = out.getSize();
-    for (unsigned i = 0; i < 1 + 2 * eq.byteLen; ++i) {
-        if (!out.appendChar(i == 0 ? 0x04 : 0))
-            return false;
-    }
-    unsigned char *xy = out.getDataMutable() + start + 1;
-    return TovarMp::mpint_to_fixed_bytes(x, xy, eq.byteLen) &&
-           TovarMp::mpint_to_fixed_bytes(y, xy + eq.byteLen, eq.byteLen);
 }
 
 // Part index of holder, a BIT STRING (bitString) or OCTET STRING holding a point, is replaced by the
@@ -202,10 +174,6 @@ struct CurveEquation {
 }
 
 }  // namespace
-
-bool isCompressedPoint(const DataBuffer &point) {
-    return point.getSize() >= 2 && (point[0] == 0x02 || point[0] == 0x03);
-}
 
 bool decompressPoint(const ecckey::EccCurve &curve, const DataBuffer &point, DataBuffer &out,
                      std::string &error) {

@@ -1,11 +1,10 @@
-// Compressed points (X9.63 form 02 or 03, then x), as `openssl ec -conv_form compressed` writes them. The
-// library reads uncompressed and hybrid points only, so the command makes them whole before handing them
-// on: y is recomputed from x through the curve equation y^2 = x^3 + a*x + b (mod p) and the square root
-// whose parity the form byte names is taken. Points are public, so LibTomMath's variable-time square
-// root is used.
+// Compressed points in the command's inputs. The key loaders read uncompressed and hybrid points only, so
+// the command makes them whole (ecc/PointDecompression.h) before handing them on.
 #pragma once
 
 #include <string>
+
+#include "ecc/PointDecompression.h"
 
 namespace ecckey {
 class DataBuffer;
@@ -15,8 +14,7 @@ class LogBase;
 
 namespace ecckey_cli {
 
-// True when point is in the compressed form: 02 or 03, then at least one byte of x.
-[[nodiscard]] bool isCompressedPoint(const ecckey::DataBuffer &point);
+using ecckey::isCompressedPoint;
 
 // Appends 04 || x || y to out for the compressed point on the catalogue curve. False with a message in
 // error when x has another length than the curve's or is not the x of a point on the curve.

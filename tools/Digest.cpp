@@ -26,8 +26,6 @@ const DigestName s_digests[] = {
 
 // The longest digest the command makes; --hash takes no more either.
 const unsigned kMaxHashLen = 64;
-// The hash length of the secp256k1 engine.
-const unsigned kSecp256k1HashLen = 32;
 
 }  // namespace
 
@@ -78,24 +76,13 @@ namespace {
     return true;
 }
 
-// See messageHash: the cut every signer and verifier of the library makes (ecdsaHashLen), then on
-// secp256k1 zeros in front up to 32 bytes.
-[[nodiscard]] bool fitHashToCurve(const ecckey::EccCurve &curve, ecckey::DataBuffer &hash) {
-    if (!hash.truncate(ecckey::ecdsaHashLen(curve.m_byteLen, hash.getSize())))
-        return false;
-    if (!curve.isSecp256k1() || hash.getSize() >= kSecp256k1HashLen)
-        return true;
-    const unsigned char zeros[kSecp256k1HashLen] = {};
-    return hash.prepend(zeros, kSecp256k1HashLen - hash.getSize());
-}
-
 }  // namespace
 
 bool messageHash(const ArgList &args, const ecckey::EccCurve &curve, ecckey::DataBuffer &hash,
                  std::string &error) {
     if (!readHash(args, hash, error))
         return false;
-    if (!fitHashToCurve(curve, hash)) {
+    if (!ecckey::fitHashToCurve(curve, hash)) {
         error = kOutOfMemory;
         return false;
     }
