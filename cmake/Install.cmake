@@ -1,13 +1,19 @@
-# cmake --install: headers (keeping their ecc/ and support/ folders), the library, the ecckey command,
-# a CMake package and a pkg-config file.
+# cmake --install: the public headers, the library, the ecckey command, a CMake package and a pkg-config
+# file. Public are <ecckey/ecckey.hpp>, the key classes' umbrella <ecc/ecckey.h> and what those two include
+# (kept in their ecc/ and support/ folders under include/ecckey/); the arithmetic, the secp256k1 engine and
+# the other internal headers are not installed.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 install(TARGETS ecckey ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS ecckey_cli RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(DIRECTORY ${CMAKE_SOURCE_DIR}/ecc ${CMAKE_SOURCE_DIR}/support
-        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ecckey
-        FILES_MATCHING PATTERN "*.h")
+install(FILES ${CMAKE_SOURCE_DIR}/include/ecckey/ecckey.hpp DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ecckey)
+install(FILES ecc/ecckey.h ecc/EccCurve.h ecc/EccKey.h ecc/EccPoint.h
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ecckey/ecc)
+install(FILES support/DataBuffer.h support/Hash.h support/Invariant.h support/JsonObject.h support/KeyBase.h
+              support/LogBase.h support/MpInt.h support/Prng.h support/StringBuffer.h support/TovarMp.h
+              support/PublicKey.h support/Xml.h
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ecckey/support)
 
 # Both package files find the prefix from where they lie, so that an installed tree still works after
 # `cmake --install --prefix` elsewhere, or once moved.
