@@ -162,8 +162,8 @@ class PublicKey {
     // The key in a public format (Unsupported for a private-only one, or an SSH line for a curve OpenSSH
     // does not name).
     Result<std::string> save(KeyFormat format) const;
-    // As `ssh-keygen -l` prints it: "SHA256:" and unpadded base64 (Sha256), "MD5:" and colon-separated hex
-    // (Sha1 is refused), of the SSH public-key blob.
+    // As `ssh-keygen -l` prints it: "SHA256:" and the unpadded base64 of the SHA-256 of the SSH public-key
+    // blob. Unsupported for another hash, and for a curve OpenSSH has no name for.
     Result<std::string> fingerprint(Hash hash = Hash::Sha256) const;
 
     // The key underneath, for the classes' own operations.
