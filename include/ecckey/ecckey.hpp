@@ -199,10 +199,10 @@ class PrivateKey {
     Result<Bytes> sign(ByteView message, Hash hash, SigFormat format, Nonce nonce = Nonce::Random) const;
     Result<Bytes> signDigest(ByteView digest, SigFormat format, Nonce nonce = Nonce::Random) const;
     // ECDH: the x-coordinate of d·Q, the curve's byte length. Refuses a peer on another curve or off the
-    // curve, and a result at infinity (InvalidKey).
+    // curve, and a result at infinity (InvalidKey). The secret is the caller's to wipe when done with it.
     Result<Bytes> agree(const PublicKey &peer) const;
     // The key in a private format; with a passphrase, Pem and Der are encrypted PKCS #8. Unsupported for
-    // a public-only format.
+    // a public-only format. The text holds the secret: the caller's to wipe when done with it.
     Result<std::string> save(KeyFormat format, std::string_view passphrase = {}) const;
 
     // The key underneath, for the classes' own operations.
