@@ -80,15 +80,12 @@ TEST_P(Face, SignaturesInEveryFormatInteroperate) {
 TEST_P(Face, AgreesWithOpenSslOnCompressedAndWholePeers) {
     Ossl mine = Ossl::random(c(), prng), theirs = Ossl::random(c(), prng);
     ek::Result<ek::PrivateKey> key = ek::PrivateKey::load(mine.encode("type-specific", "DER", false));
-    ASSERT_TRUE(key) << key.error().log();
-    const Bytes expected = mine.derive(Ossl(c(), theirs.point()));
+    ek::Result<ek::PublicKey> whole = ek::PublicKey::fromPoint(c().oid, theirs.point());
+    ASSERT_TRUE(key && whole) << key.error().log();
     for (bool compressed : {false, true}) {
-        ek::Result<ek::PublicKey> whole = ek::PublicKey::fromPoint(c().oid, theirs.point());
-        ASSERT_TRUE(whole) << whole.error().message();
         ek::Result<ek::PublicKey> peer = ek::PublicKey::fromPoint(c().name, whole->point(compressed));
-        ASSERT_TRUE(peer) << peer.error().message();
         EXPECT_EQ(peer->point(), theirs.point());
-        EXPECT_EQ(*key->agree(*peer), expected);
+        EXPECT_EQ(*key->agree(*peer), mine.derive(Ossl(c(), theirs.point())));
     }
 }
 
@@ -103,12 +100,11 @@ TEST_P(Face, KeyFilesRoundTrip) {
     struct Row {
         F format;
         bool priv, pub;
-    };
-    for (Row row :
-         {Row{F::Pem, true, true}, Row{F::Der, true, true}, Row{F::Sec1Pem, true, false},
-          Row{F::Sec1Der, true, false}, Row{F::Jwk, true, true}, Row{F::Xml, true, true},
-          Row{F::XmlDsig, false, true}, Row{F::Ssh, false, sshNamed}, Row{F::SpkiExplicit, false, false},
-          Row{F::OpenSsh, false, false}, Row{F::Ppk, false, false}}) {
+    } const rows[] = {{F::Pem, true, true},       {F::Der, true, true},      {F::Sec1Pem, true, false},
+                      {F::Sec1Der, true, false},  {F::Jwk, true, true},      {F::Xml, true, true},
+                      {F::XmlDsig, false, true},  {F::Ssh, false, sshNamed}, {F::SpkiExplicit, false, false},
+                      {F::OpenSsh, false, false}, {F::Ppk, false, false}};
+    for (Row row : rows) {
         ek::Result<std::string> priv = key->save(row.format), pub = key->publicKey().save(row.format);
         ASSERT_EQ(priv.ok(), row.priv) << (int)row.format;
         ASSERT_EQ(pub.ok(), row.pub) << (int)row.format;
@@ -120,17 +116,13 @@ TEST_P(Face, KeyFilesRoundTrip) {
             EXPECT_EQ(*back->save(row.format), *priv);
             EXPECT_EQ(ek::PublicKey::load(*priv)->point(), point);
         }
-        if (row.pub) {
-            EXPECT_EQ(ek::PublicKey::load(*pub)->point(), point) << (int)row.format;
-        }
+        EXPECT_TRUE(!row.pub || ek::PublicKey::load(*pub)->point() == point) << (int)row.format;
         if (row.format == F::Pem || row.format == F::Der) {
             EXPECT_EQ(Ossl::decode(Bytes(priv->begin(), priv->end()), true).point(), point);
             EXPECT_EQ(Ossl::decode(Bytes(pub->begin(), pub->end()), false).point(), point);
         }
     }
-    if (sshNamed) {
-        EXPECT_EQ(key->publicKey().fingerprint()->rfind("SHA256:", 0), 0u);
-    }
+    EXPECT_EQ(sshNamed, key->publicKey().fingerprint().ok());
 }
 
 INSTANTIATE_TEST_SUITE_P(AllCurves, Face, ::testing::ValuesIn(ecckey_test::allCurves()),
@@ -144,11 +136,9 @@ TEST(FaceRefusals, EachHasItsCode) {
     offCurve.back() ^= 1;
     Bytes noY(33, 0xFF);
     noY[0] = 0x02;  // x above p
-    const std::string pkcs8 = *p256.save(ek::KeyFormat::Pem);
     std::string wrongPoint = *p256.save(ek::KeyFormat::Jwk);
     wrongPoint.replace(wrongPoint.find("\"x\":\"") + 5, 4, "AAAA");
-    ek::PrivateKey moved = p256;
-    ek::PrivateKey taken = std::move(moved);
+    ek::PrivateKey moved = p256, taken = std::move(moved);
     struct Row {
         const char *what;
         ek::Errc code;
