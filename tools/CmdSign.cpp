@@ -44,19 +44,6 @@ enum class SigFormat { Der, Raw, Ssh };
            line.appendChar('\n') && writeOutput(target, line, false, error);
 }
 
-// The HMAC hash of a deterministic signature: --digest for a file, else the digest of --hash's length as
-// given (before the hash is fitted to the curve).
-[[nodiscard]] bool deterministicHashAlg(const ArgList &args, int &hashAlg) {
-    const unsigned hashLen = args.has("--hash") ? (unsigned)std::strlen(args.value("--hash")) / 2 : 0;
-    if (args.has("--in"))
-        return digestByName(args.has("--digest") ? args.value("--digest") : "sha256", hashAlg);
-    for (const char *name : {"sha1", "sha224", "sha256", "sha384", "sha512"}) {
-        if (digestByName(name, hashAlg) && ecckey::_tvHash::hashLen(hashAlg) == hashLen)
-            return true;
-    }
-    return false;
-}
-
 }  // namespace
 
 int cmdSign(int argc, char **argv) {
@@ -84,8 +71,11 @@ int cmdSign(int argc, char **argv) {
     // public key.
     if (!key.isPrivate())
         return session.fail(std::string("'") + keyPath + "' holds a public key; signing needs a private key");
+    // The deterministic signer takes the whole hash and its digest, and fits it to the curve itself.
     ecckey::DataBuffer hash;
-    if (!messageHash(args, key.m_curve, hash, error))
+    int hashAlg = 0;
+    if (deterministic ? !digestedHash(args, hash, hashAlg, error)
+                      : !messageHash(args, key.m_curve, hash, error))
         return session.fail(error);
 
     ecckey::SystemPrng prng;
@@ -95,9 +85,6 @@ int cmdSign(int argc, char **argv) {
         return session.fail("out of memory");
     bool signedOk;
     if (deterministic) {
-        int hashAlg = 0;
-        if (!deterministicHashAlg(args, hashAlg))
-            return session.fail("--deterministic needs a hash of 20, 28, 32, 48 or 64 bytes");
         signedOk = key.eccSignHashDeterministic(hash.getData2(), hash.getSize(), hashAlg,
                                                 sigFormat == SigFormat::Der, sig, session.log());
     } else if (sigFormat == SigFormat::Ssh) {
