@@ -7,7 +7,7 @@ pkg_check_modules(TOMMATH REQUIRED IMPORTED_TARGET libtommath)
 add_library(ecckey_tommath INTERFACE)
 target_link_libraries(ecckey_tommath INTERFACE PkgConfig::TOMMATH)
 
-# The command only: Argon2, the key derivation of passphrase-protected PuTTY version 3 key files (libcrypto
+# ecckey::formats only: Argon2, the key derivation of passphrase-protected PuTTY version 3 key files (libcrypto
 # 3.0 has none).
 pkg_check_modules(ARGON2 REQUIRED IMPORTED_TARGET libargon2)
 

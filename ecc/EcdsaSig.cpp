@@ -1,6 +1,7 @@
 #include "ecc/EcdsaSig.h"
 
 #include "ecc/EccCurve.h"
+
 #include "support/AsnItem.h"
 #include "support/DataBuffer.h"
 #include "support/LogBase.h"

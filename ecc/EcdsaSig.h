@@ -38,10 +38,12 @@ inline unsigned ecdsaHashLen(int curveByteLen, unsigned hashLen) {
     return hashLen;
 }
 
-// Fits a hash to the curve for every signature form: cut to ecdsaHashLen, then on secp256k1, whose engine
-// takes exactly 32 bytes, a shorter hash is left-padded with zeros. ECDSA reads a hash shorter than the
-// order as an integer, which the zeros leave unchanged, so the signature is the one OpenSSL makes and
-// checks with that digest. False when memory is short.
+// A hash fitted for signing and verifying on curve, one rule for every signature form: cut by ecdsaHashLen
+// (the cut the DER and raw signers and the verifier make, and which eccSignHash_forSsh leaves to its
+// caller), then on secp256k1, whose engine takes exactly 32 bytes, a shorter hash (SHA-1, SHA-224)
+// left-padded with zeros: ECDSA reads a hash shorter than the order as an integer, which the zeros leave
+// unchanged, so the signature is the one OpenSSL makes and checks with that digest. False when memory is
+// short.
 [[nodiscard]] bool fitHashToCurve(const EccCurve &curve, DataBuffer &hash);
 
 }  // namespace ecckey

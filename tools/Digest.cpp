@@ -5,7 +5,6 @@
 #include "ArgList.h"
 #include "FileIo.h"
 #include "Messages.h"
-#include "ecc/EccCurve.h"
 #include "ecc/EcdsaSig.h"
 #include "support/DataBuffer.h"
 #include "support/Hash.h"
@@ -26,20 +25,6 @@ const DigestName s_digests[] = {
 
 // The longest digest the command makes; --hash takes no more either.
 const unsigned kMaxHashLen = 64;
-
-}  // namespace
-
-bool digestByName(const char *name, int &hashAlg) {
-    for (const DigestName &digest : s_digests) {
-        if (::strcasecmp(digest.name, name) == 0) {
-            hashAlg = digest.hashAlg;
-            return true;
-        }
-    }
-    return false;
-}
-
-namespace {
 
 // The hash as the arguments give it: a digest of --in, or --hash.
 [[nodiscard]] bool readHash(const ArgList &args, ecckey::DataBuffer &hash, std::string &error) {
@@ -101,6 +86,16 @@ bool messageHash(const ArgList &args, const ecckey::EccCurve &curve, ecckey::Dat
         return false;
     }
     return true;
+}
+
+bool digestByName(const char *name, int &hashAlg) {
+    for (const DigestName &digest : s_digests) {
+        if (::strcasecmp(digest.name, name) == 0) {
+            hashAlg = digest.hashAlg;
+            return true;
+        }
+    }
+    return false;
 }
 
 }  // namespace ecckey_cli

@@ -46,20 +46,13 @@ Result<bool> wholePoint(const EccCurve &curve, ByteView x963, DataBuffer &out) {
             return Error(Errc::InvalidInput, "the point does not have the curve's length");
         return out.append(given) ? Result<bool>(true) : Error(Errc::Internal, "out of memory");
     }
-    CurveEquation eq;
-    if (!equationOfCurve(curve, eq))
-        return Error(Errc::Internal, "cannot read the curve's parameters");
-    switch (decompressOnEquation(eq, given, out)) {
-        case Decompression::Done:
-            return true;
-        case Decompression::WrongLength:
-            return Error(Errc::InvalidInput, "the compressed point does not have the curve's length");
-        case Decompression::NotOnCurve:
-            return Error(Errc::InvalidKey, "the point is not on the curve");
-        case Decompression::OutOfMemory:
-            break;
-    }
-    return Error(Errc::Internal, "out of memory");
+    // A compressed point of the curve's length that does not decompress has no point on the curve.
+    std::string error;
+    if (given.getSize() != 1 + byteLen)
+        return Error(Errc::InvalidInput, "the compressed point does not have the curve's length");
+    if (!decompressPoint(curve, given, out, error))
+        return Error(Errc::InvalidKey, "the point is not on the curve");
+    return true;
 }
 
 }  // namespace

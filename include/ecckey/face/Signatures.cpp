@@ -3,6 +3,7 @@
 // read as another form than the one named.
 #include "ecc/EcdsaSig.h"
 #include "ecckey/face/Face.h"
+#include "formats/SignatureForms.h"
 #include "support/DataBuffer.h"
 #include "support/DerReader.h"
 #include "support/Hash.h"
@@ -57,18 +58,6 @@ const unsigned char kTagInteger = 0x02;
         offset += item.headerLen + item.contentLen;
     }
     return offset == sig.getSize();
-}
-
-// mpint r || mpint s and nothing after them.
-[[nodiscard]] bool sshToRaw(const DataBuffer &sig, unsigned byteLen, DataBuffer &raw) {
-    DataBuffer r;
-    DataBuffer s;
-    LogNull quiet;
-    unsigned offset = 0;
-    return SshMessage::parseBinaryString(sig, offset, r, quiet) &&
-           SshMessage::parseBinaryString(sig, offset, s, quiet) && offset == sig.getSize() &&
-           appendPadded(r.getData2(), r.getSize(), byteLen, raw) &&
-           appendPadded(s.getData2(), s.getSize(), byteLen, raw);
 }
 
 // One half of r || s as an SSH mpint: leading zeros dropped, a zero octet in front of a set top bit.
@@ -154,7 +143,7 @@ Result<bool> PublicKey::verifyDigest(ByteView digest, ByteView signature, SigFor
             !fitHashToCurve(m_key->m_curve, hash))
             return Error(Errc::Internal, "out of memory");
         const bool parsed = format == SigFormat::Der   ? derToRaw(sig, byteLen, raw)
-                            : format == SigFormat::Ssh ? sshToRaw(sig, byteLen, raw)
+                            : format == SigFormat::Ssh ? formats::sshSignatureToRaw(sig, byteLen, raw)
                                                        : sig.getSize() == 2 * byteLen && raw.append(sig);
         if (!parsed)
             return false;
