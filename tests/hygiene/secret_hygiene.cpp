@@ -294,28 +294,26 @@ const Row kRows[] = {
     // Loaders that took the private bytes and then refused a compressed point.
     {"DerCompressedPoint", false,
      [](Hygiene &t) { return !t.loadsDer(t.spoilt(false)) && !t.loadsDer(t.spoilt(true)); }},
-    // The face, used as a careful caller would: what it hands back (a secret, a key file) is wiped after use.
+    // The face: loading, copying, moving, signing, ECDH and saving.
     {"Face", false,
      [](Hygiene &t) {
-         DataBuffer sec1;
+         DataBuffer sec1, secret;
+         secret.setSensitive();
          EXPECT_TRUE(t.key->toEccPkcs1PrivateKeyDer(sec1, t.log));
          auto key = ecckey::PrivateKey::load(ecckey::ByteView(sec1.getData2(), sec1.getSize()));
-         if (!key)
-             return false;
          ecckey::PrivateKey copy = *key, moved = std::move(copy);
          auto der = moved.signDigest(t.hash, ecckey::SigFormat::Der);
          auto raw = moved.signDigest(t.hash, ecckey::SigFormat::Raw);
          auto fixed = moved.signDigest(t.hash, ecckey::SigFormat::Der, ecckey::Nonce::Deterministic);
          auto shared = key->agree(key->publicKey());
          auto jwk = moved.save(ecckey::KeyFormat::Jwk);
-         DataBuffer secret;
-         secret.setSensitive();
          const bool ok = der && raw && fixed && shared && jwk && t.keep(true, kDer, toDb(*der)) &&
                          t.keep(true, kRaw, toDb(*raw)) && t.keep(true, kDeterministic, toDb(*fixed)) &&
                          secret.append(shared->data(), (unsigned)shared->size()) &&
                          t.keep(true, kShared, secret);
-         OPENSSL_cleanse(shared ? shared->data() : nullptr, shared ? shared->size() : 0);
-         OPENSSL_cleanse(jwk ? &(*jwk)[0] : nullptr, jwk ? jwk->size() : 0);
+         OPENSSL_cleanse(shared->data(),
+                         shared->size());  // the caller's secrets, wiped as a careful caller would
+         OPENSSL_cleanse(&(*jwk)[0], jwk->size());
          return ok;
      }},
     {"Raw", false,
