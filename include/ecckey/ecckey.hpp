@@ -56,7 +56,7 @@ enum class Errc {
     InvalidKey,       // parsed, but fails a check: off the curve, at infinity, d out of range, wrong curve
     NeedPassphrase,   // an encrypted key and no passphrase
     WrongPassphrase,  // the passphrase does not decrypt the key
-    Unsupported,      // a curve, format or hash that cannot be combined (P-192 in an SSH line, a .ppk file)
+    Unsupported,      // a combination that cannot be (P-192 in an SSH line, a 17-byte digest for RFC 6979)
     Internal          // memory ran out, or the random source failed
 };
 
@@ -201,7 +201,7 @@ class PrivateKey {
     // ECDH: the x-coordinate of d·Q, the curve's byte length. Refuses a peer on another curve or off the
     // curve, and a result at infinity (InvalidKey). The secret is the caller's to wipe when done with it.
     Result<Bytes> agree(const PublicKey &peer) const;
-    // The key in a private format; with a passphrase, Pem and Der are encrypted PKCS #8. Unsupported for
+    // The key in a private format; a passphrase encrypts Pem, Der, OpenSsh and Ppk. Unsupported for
     // a public-only format. The text holds the secret: the caller's to wipe when done with it.
     Result<std::string> save(KeyFormat format, std::string_view passphrase = {}) const;
 
