@@ -129,7 +129,7 @@ bool EccKey::regeneratePubKey(EccKey &other, LogBase &log) {
     return true;
 }
 
-bool EccKey::isPoint(LogBase &log) {
+bool EccKey::isPoint(LogBase &log) const {
     // A prime that is not positive is refused with the undecodable ones: the reduction loops below
     // would never end on it.
     mp_int p;
