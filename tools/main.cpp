@@ -38,8 +38,14 @@ const Command s_commands[] = {
      "The hash is fitted to the curve as 'ecckey sign' fits it (secp256k1: left-padded to 32 bytes).\n"
      "Exit status: 0 valid; 1 not valid, also for a signature that does not parse; 2 could not check\n"
      "(a key or file that cannot be read, a bad invocation).\n"},
-    {"ecdh", "KEYFILE PEERFILE [--kid ID] [--passin P] [-o FILE [--force]]",
-     "the ECDH shared secret, in hexadecimal (its bytes with -o)", cmdEcdh, "--kid --passin -o --force", ""},
+    {"ecdh",
+     "KEYFILE PEERFILE [--kdf KDF --len N [--info HEX] [--salt HEX]] [--kid ID] [--passin P]\n"
+     "      [-o FILE [--force]]",
+     "the ECDH shared secret, or a key derived from it, in hexadecimal (its bytes with -o)", cmdEcdh,
+     "--kdf --len --info --salt --kid --passin -o --force",
+     "KDF is x963 (ANSI X9.63), concat (NIST SP 800-56A single-step, as JWE ECDH-ES uses it; --info is\n"
+     "its whole OtherInfo) or hkdf (RFC 5869), a colon and sha224, sha256, sha384 or sha512: hkdf:sha256.\n"
+     "Every curve allows every KDF; the input is the checked shared secret of the curve's byte length.\n"},
     {"fingerprint", "KEYFILE [--sha256 | --md5] [--kid ID] [--passin P]",
      "the SSH fingerprint line, as 'ssh-keygen -l' prints it (curves with an SSH name)", cmdFingerprint,
      "--sha256 --md5 --kid --passin",
@@ -69,6 +75,10 @@ const OptionHelp s_optionHelp[] = {
     {"--sig-format", "F", "der (the default), raw (r||s, twice the curve's byte length) or ssh"},
     {"--deterministic", "", "RFC 6979: the nonce from the key and the hash, the same signature each time"},
     {"--sig", "FILE", "the signature: bytes or hexadecimal, in DER, raw r||s or the SSH form"},
+    {"--kdf", "KDF", "derive a key from the shared secret (see below)"},
+    {"--len", "N", "the bytes to derive with --kdf (1 to 65536; hkdf at most 255 hash lengths)"},
+    {"--info", "HEX", "the KDF's SharedInfo (x963), OtherInfo (concat) or info (hkdf), in hexadecimal"},
+    {"--salt", "HEX", "the HKDF salt in hexadecimal (a hash length of zeros when absent)"},
     {"--sha256", "", "OpenSSH's SHA256 fingerprint (the default)"},
     {"--md5", "", "the MD5 fingerprint, as 'ssh-keygen -E md5' prints it"},
     {"-o", "FILE", "write to FILE, not standard output; a private key or secret gets mode 0600"},
