@@ -14,7 +14,7 @@ MAKEFLAGS += --no-print-directory
 all: build
 
 deps:
-	@scripts/install-deps
+	@ECCKEY_NODE_PREFIX=$(abspath $(BUILD_DIR))/node scripts/install-deps
 
 configure: deps
 	@cmake -S . -B $(BUILD_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo $(CMAKE_FLAGS) >/dev/null

@@ -9,6 +9,7 @@
 #include "Messages.h"
 #include "Session.h"
 #include "ecc/EccKey.h"
+#include "formats/JwkThumbprint.h"
 #include "support/Hash.h"
 #include "support/TovarMp.h"
 
@@ -46,18 +47,30 @@ int orderBits(const ecckey::EccCurve &curve) {
 int cmdFingerprint(int argc, char **argv) {
     ArgList args;
     std::string error;
-    if (!args.parse(argc, argv, {"--kid", "--passin"}, {"--sha256", "--md5"}, error))
+    if (!args.parse(argc, argv, {"--kid", "--passin"}, {"--sha256", "--md5", "--jwk", "--uri"}, error))
         return usageError(error.c_str());
     if (args.positionals().size() != 1)
         return usageError("fingerprint takes one key file");
     if (args.has("--sha256") && args.has("--md5"))
         return usageError("give --sha256 or --md5, not both");
+    const bool jose = args.has("--jwk") || args.has("--uri");
+    if (jose && (args.has("--sha256") || args.has("--md5") || (args.has("--jwk") && args.has("--uri"))))
+        return usageError("give one of --sha256, --md5, --jwk and --uri");
 
     Session session(args.verbose());
     ecckey::EccKey key;
     KeyFileInfo keyInfo(args.value("--kid"), args.value("--passin"));
     if (!readKeyFile(args.positionals()[0].c_str(), key, session.log(), error, &keyInfo))
         return session.fail(error);
+    if (jose) {
+        ecckey::StringBuffer text;
+        if (!(args.has("--uri") ? ecckey::jwkThumbprintUri(key, text, session.log())
+                                : ecckey::jwkThumbprint(key, text, session.log())))
+            return session.fail(std::string("no JWK thumbprint for ") + key.m_curve.m_name.getString() +
+                                " (P-256, P-384, P-521 and secp256k1 have one)");
+        std::printf("%s\n", text.getString());
+        return session.finish(kExitOk);
+    }
     // The blob of a curve without an SSH name would claim nistp256: no fingerprint of an SSH key exists.
     if (sshKeyTypeName(key).empty())
         return session.fail(std::string(kNoSshNameFor) + key.m_curve.m_name.getString());

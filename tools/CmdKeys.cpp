@@ -9,6 +9,7 @@
 #include "KeyReader.h"
 #include "Session.h"
 #include "ecc/EccKey.h"
+#include "formats/JwkMembers.h"
 #include "support/LogBase.h"
 #include "support/Prng.h"
 
@@ -29,13 +30,46 @@ const FormatInfo *formatOption(const ArgList &args, const char *defaultName, std
     return format;
 }
 
+// --set-kid (an ID, or the word thumbprint), --alg and --use, which only a JWK can carry.
+[[nodiscard]] bool jwkExtras(const ArgList &args, const FormatInfo &format, ecckey::JwkExtras &extras) {
+    const char *kid = args.value("--set-kid");
+    extras.kidIsThumbprint = kid != nullptr && std::string(kid) == "thumbprint";
+    extras.kid = extras.kidIsThumbprint ? nullptr : kid;
+    extras.alg = args.value("--alg");
+    extras.use = args.value("--use");
+    return (kid == nullptr && extras.alg == nullptr && extras.use == nullptr) ||
+           std::string(format.name) == "jwk";
+}
+
+// Adds the JWK members asked for to the JWK text in out.
+[[nodiscard]] bool addExtras(ecckey::EccKey &key, const ecckey::JwkExtras &extras, ecckey::DataBuffer &out,
+                             ecckey::LogBase &log) {
+    if (extras.kid == nullptr && !extras.kidIsThumbprint && extras.alg == nullptr && extras.use == nullptr)
+        return true;
+    ecckey::StringBuffer text;
+    if (!text.append(reinterpret_cast<const char *>(out.getData2()), out.getSize()) ||
+        !ecckey::addJwkMembers(key, extras, text, log))
+        return false;
+    out.secureClear();
+    return out.append(text);
+}
+
 // Writes the key in the format to -o (standard output without it); private output is secret.
 int writeKeyOutput(Session &session, ecckey::EccKey &key, const FormatInfo &format, bool writePrivate,
                    const ArgList &args) {
     ecckey::DataBuffer out;
+    out.setSensitive(writePrivate);
     std::string error;
-    if (!writeKey(key, format, writePrivate, out, session.log(), error, args.value("--passout")) ||
-        !writeOutput({args.value("-o"), args.has("--force")}, out, writePrivate, error))
+    ecckey::JwkExtras extras;
+    if (!jwkExtras(args, format, extras))
+        return usageError("--set-kid, --alg and --use go with --format jwk");
+    if (!writeKey(key, format, writePrivate, out, session.log(), error, args.value("--passout")))
+        return session.fail(error);
+    if (!addExtras(key, extras, out, session.log()))
+        return session.fail(
+            "cannot add the JWK members (--set-kid thumbprint: P-256, P-384, P-521 and "
+            "secp256k1; --alg ES*: the key's own)");
+    if (!writeOutput({args.value("-o"), args.has("--force")}, out, writePrivate, error))
         return session.fail(error);
     return session.finish(kExitOk);
 }
@@ -45,7 +79,7 @@ int writeKeyOutput(Session &session, ecckey::EccKey &key, const FormatInfo &form
 [[nodiscard]] bool parseKeyCommand(int argc, char **argv, const char *name, ArgList &args,
                                    std::string &error) {
     const bool isGen = std::string(name) == "gen";
-    std::vector<std::string> valueOptions = {"--format", "-o"};
+    std::vector<std::string> valueOptions = {"--format", "-o", "--set-kid", "--alg", "--use"};
     if (!isGen) {
         valueOptions.push_back("--kid");
         valueOptions.push_back("--passin");

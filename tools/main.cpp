@@ -19,10 +19,14 @@ const Command s_commands[] = {
     {"gen", "CURVE [--format F] [--passout P] [-o FILE [--force]]",
      "generate a private key (CURVE: a name, alias or OID, as 'ecckey curves' lists them)", cmdGen,
      "--format --passout -o --force", ""},
-    {"pub", "KEYFILE [--format F] [--kid ID] [--passin P] [-o FILE [--force]]", "write the public key",
-     cmdPub, "--format --kid --passin -o --force", ""},
-    {"convert", "KEYFILE --format F [--kid ID] [--passin P] [--passout P] [-o FILE [--force]]",
-     "write the key in another format", cmdConvert, "--format --kid --passin --passout -o --force", ""},
+    {"pub",
+     "KEYFILE [--format F] [--set-kid ID] [--alg A] [--use U] [--kid ID] [--passin P] [-o FILE [--force]]",
+     "write the public key", cmdPub, "--format --set-kid --alg --use --kid --passin -o --force", ""},
+    {"convert",
+     "KEYFILE --format F [--set-kid ID] [--alg A] [--use U] [--kid ID] [--passin P] [--passout P]\n"
+     "      [-o FILE [--force]]",
+     "write the key in another format", cmdConvert,
+     "--format --set-kid --alg --use --kid --passin --passout -o --force", ""},
     {"sign",
      "KEYFILE (--in FILE [--digest ALG] | --hash HEX) [--sig-format F] [--deterministic] [--kid ID]\n"
      "      [--passin P] [-o FILE [--force]]",
@@ -46,11 +50,15 @@ const Command s_commands[] = {
      "KDF is x963 (ANSI X9.63), concat (NIST SP 800-56A single-step, as JWE ECDH-ES uses it; --info is\n"
      "its whole OtherInfo) or hkdf (RFC 5869), a colon and sha224, sha256, sha384 or sha512: hkdf:sha256.\n"
      "Every curve allows every KDF; the input is the checked shared secret of the curve's byte length.\n"},
-    {"fingerprint", "KEYFILE [--sha256 | --md5] [--kid ID] [--passin P]",
-     "the SSH fingerprint line, as 'ssh-keygen -l' prints it (curves with an SSH name)", cmdFingerprint,
-     "--sha256 --md5 --kid --passin",
+    {"fingerprint", "KEYFILE [--sha256 | --md5 | --jwk | --uri] [--kid ID] [--passin P]",
+     "the SSH fingerprint line, as 'ssh-keygen -l' prints it (curves with an SSH name), or the JWK "
+     "thumbprint",
+     cmdFingerprint, "--sha256 --md5 --jwk --uri --kid --passin",
      "The line is bits, fingerprint, the comment of an OpenSSH public-key line read (else \"no comment\")\n"
-     "and (ECDSA), as 'ssh-keygen -l -f' and 'ssh-keygen -l -E md5 -f' print it.\n"},
+     "and (ECDSA), as 'ssh-keygen -l -f' and 'ssh-keygen -l -E md5 -f' print it. --jwk and --uri print\n"
+     "the RFC 7638 thumbprint alone, on P-256, P-384, P-521 and secp256k1.\n"},
+    {"jwks", "KEYFILE... [--set-kid thumbprint] [--alg A] [--use U] [--passin P] [-o FILE [--force]]",
+     "the public keys of the files as one JWK Set", cmdJwks, "--set-kid --alg --use --passin -o --force", ""},
     {"check", "KEYFILE [--kid ID] [--passin P]",
      "validate a key: prints its format, curve and parameters and each check passed (exit 0), or why not "
      "(exit 2)",
@@ -81,6 +89,11 @@ const OptionHelp s_optionHelp[] = {
     {"--salt", "HEX", "the HKDF salt in hexadecimal (a hash length of zeros when absent)"},
     {"--sha256", "", "OpenSSH's SHA256 fingerprint (the default)"},
     {"--md5", "", "the MD5 fingerprint, as 'ssh-keygen -E md5' prints it"},
+    {"--jwk", "", "the RFC 7638 JWK thumbprint (base64url of a SHA-256)"},
+    {"--uri", "", "the RFC 9278 thumbprint URI, urn:ietf:params:oauth:jwk-thumbprint:sha-256:..."},
+    {"--set-kid", "ID", "jwk: write \"kid\" ID; the word thumbprint writes the key's RFC 7638 thumbprint"},
+    {"--alg", "A", "jwk: write \"alg\" A (ES256 P-256, ES384 P-384, ES512 P-521, ES256K secp256k1, ...)"},
+    {"--use", "U", "jwk: write \"use\" U (sig or enc)"},
     {"-o", "FILE", "write to FILE, not standard output; a private key or secret gets mode 0600"},
     {"--force", "", "replace FILE if it exists (a file the command reads is never replaced)"},
 };

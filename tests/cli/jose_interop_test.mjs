@@ -1,0 +1,60 @@
+// ecckey against Node's `jose`: JWK thumbprints and their URIs on the four curves with a JWK name, keys with
+// a leading zero byte in x or in y included. Exit 77 (skipped) when jose is not installed.
+// usage: node jose_interop_test.mjs ECCKEY WORKDIR NODE_PREFIX
+import { createRequire } from "module";
+import { execFileSync, spawnSync } from "child_process";
+import crypto from "crypto";
+import fs from "fs";
+
+const [ecckey, work, prefix] = process.argv.slice(2);
+let jose;
+try {
+  jose = createRequire(prefix + "/")("jose");
+} catch {
+  console.log(`SKIP: jose is not installed in ${prefix} (make deps installs it)`);
+  process.exit(77);
+}
+fs.mkdirSync(work, { recursive: true });
+const run = (...args) => execFileSync(ecckey, args, { encoding: "utf8" }).trim();
+const fail = (what) => { console.error(`FAIL: ${what}`); process.exit(1); };
+const CURVES = { "P-256": "prime256v1", "P-384": "secp384r1", "P-521": "secp521r1", secp256k1: "secp256k1" };
+
+// A key of the curve; lead "x" or "y": one whose coordinate starts with a zero byte.
+function makeKey(crv, curve, lead) {
+  const ecdh = crypto.createECDH(curve);
+  for (;;) {
+    const point = ecdh.generateKeys();
+    const len = (point.length - 1) / 2;
+    if (lead && point[lead === "x" ? 1 : 1 + len] !== 0) continue;
+    const b64 = (b) => b.toString("base64url");
+    const d = b64(Buffer.concat([Buffer.alloc(len), ecdh.getPrivateKey()]).subarray(-len));
+    const jwk = { kty: "EC", crv, x: b64(point.subarray(1, 1 + len)), y: b64(point.subarray(1 + len)), d };
+    return { privateKey: crypto.createPrivateKey({ key: jwk, format: "jwk" }), jwk };
+  }
+}
+
+let rows = 0;
+const files = [], thumbprints = [];
+for (const [crv, curve] of Object.entries(CURVES)) {
+  for (const lead of [null, "x", "y"]) {
+    const { privateKey, jwk } = makeKey(crv, curve, lead);
+    const file = `${work}/${crv}-${lead}.pem`;
+    fs.writeFileSync(file, privateKey.export({ format: "pem", type: "pkcs8" }));
+    const want = await jose.calculateJwkThumbprint(jwk, "sha256");
+    const got = [run("fingerprint", file, "--jwk"), JSON.parse(run("pub", file, "--format", "jwk", "--set-kid", "thumbprint")).kid];
+    if (got.some((t) => t !== want)) fail(`${crv} lead ${lead}: thumbprints ${got} != jose ${want}`);
+    if (run("fingerprint", file, "--uri") !== (await jose.calculateJwkThumbprintUri(jwk))) fail(`${crv}: URI`);
+    files.push(file);
+    thumbprints.push(want);
+    rows++;
+  }
+}
+// One JWK Set of the twelve public keys, each with its thumbprint as kid, in the order given.
+const set = JSON.parse(run("jwks", ...files, "--set-kid", "thumbprint", "--use", "sig")).keys;
+if (set.map((k) => k.kid).join() !== thumbprints.join() || set.some((k) => k.d || k.use !== "sig")) fail("jwks");
+// A curve without a registered "crv" has no thumbprint.
+run("gen", "brainpoolP256r1", "-o", `${work}/bp.pem`, "--force");
+const refused = spawnSync(ecckey, ["fingerprint", `${work}/bp.pem`, "--jwk"], { encoding: "utf8" });
+if (refused.status !== 2 || !refused.stderr.startsWith("ecckey: no JWK thumbprint for brainpoolp256r1 (P-256, P-384"))
+  fail(`brainpool thumbprint: ${refused.status} ${refused.stderr}`);
+console.log(`jose: ${rows} thumbprints and URIs match`);
