@@ -1,4 +1,5 @@
 // ecckey gen, pub and convert: making keys and writing them in another form.
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -54,6 +55,21 @@ const FormatInfo *formatOption(const ArgList &args, const char *defaultName, std
     return out.append(text);
 }
 
+// The --iter value: 1 to kMaxIterations (more would make a file this command refuses to read), given with
+// --passout only.
+[[nodiscard]] bool passoutIterations(const ArgList &args, unsigned long &iterations, std::string &error) {
+    const char *text = args.value("--iter");
+    if (text == nullptr)
+        return true;
+    char *end = nullptr;
+    iterations = std::strtoul(text, &end, 10);
+    if (!args.has("--passout"))
+        error = "--iter sets the iterations of --passout";
+    else if (*text < '1' || *text > '9' || *end != '\0' || iterations > kMaxIterations)
+        error = "--iter takes a number of iterations from 1 to 1000000";
+    return error.empty();
+}
+
 // Writes the key in the format to -o (standard output without it); private output is secret.
 int writeKeyOutput(Session &session, ecckey::EccKey &key, const FormatInfo &format, bool writePrivate,
                    const ArgList &args) {
@@ -63,7 +79,10 @@ int writeKeyOutput(Session &session, ecckey::EccKey &key, const FormatInfo &form
     ecckey::JwkExtras extras;
     if (!jwkExtras(args, format, extras))
         return usageError("--set-kid, --alg and --use go with --format jwk");
-    if (!writeKey(key, format, writePrivate, out, session.log(), error, args.value("--passout")))
+    unsigned long iterations = kDefaultIterations;
+    if (!passoutIterations(args, iterations, error))
+        return usageError(error.c_str());
+    if (!writeKey(key, format, writePrivate, out, session.log(), error, args.value("--passout"), iterations))
         return session.fail(error);
     if (!addExtras(key, extras, out, session.log()))
         return session.fail(
@@ -85,7 +104,7 @@ int writeKeyOutput(Session &session, ecckey::EccKey &key, const FormatInfo &form
         valueOptions.push_back("--passin");
     }
     if (std::string(name) != "pub")
-        valueOptions.push_back("--passout");
+        valueOptions.insert(valueOptions.end(), {"--passout", "--iter"});
     if (!args.parse(argc, argv, valueOptions, {"--force"}, error))
         return false;
     if (args.positionals().size() != 1) {

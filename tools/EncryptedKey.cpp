@@ -8,6 +8,7 @@
 #include <openssl/pkcs12.h>
 #include <openssl/x509.h>
 
+#include <cstdint>
 #include <cstring>
 #include <memory>
 
@@ -44,6 +45,57 @@ SigPtr parseEncryptedPkcs8(const DataBuffer &der) {
     return sig;
 }
 
+// The work a file may ask of the key derivation: above what openssl writes by default (2048 iterations;
+// scrypt N = 16384, r = 8, p = 1) and above the 600,000 iterations --passout writes, and still about a
+// second on an ordinary machine.
+const std::uint64_t kMaxScryptWork = std::uint64_t(1) << 20;  // N * r * p
+
+template <class T>
+T *unpack(const ASN1_ITEM *item, const ASN1_TYPE *parameter) {
+    return static_cast<T *>(ASN1_TYPE_unpack_sequence(item, parameter));
+}
+
+[[nodiscard]] bool readUint64(const ASN1_INTEGER *value, std::uint64_t &out) {
+    return value != nullptr && ASN1_INTEGER_get_uint64(&out, value) == 1;
+}
+
+// Empty when the derivation the EncryptedPrivateKeyInfo names is within the ceilings (or not one that
+// has a cost, which libcrypto then refuses), else why not.
+std::string kdfCostRefusal(const X509_SIG *sig) {
+    const X509_ALGOR *algorithm = nullptr;
+    X509_SIG_get0(sig, &algorithm, nullptr);
+    std::uint64_t iterations = 0;
+    if (OBJ_obj2nid(algorithm->algorithm) != NID_pbes2) {
+        PBEPARAM *pbe = unpack<PBEPARAM>(ASN1_ITEM_rptr(PBEPARAM), algorithm->parameter);
+        const bool within =
+            pbe == nullptr || (readUint64(pbe->iter, iterations) && iterations <= kMaxIterations);
+        PBEPARAM_free(pbe);
+        return within ? "" : "the encrypted key asks for more than 1000000 iterations, the most ecckey runs";
+    }
+    PBE2PARAM *pbe2 = unpack<PBE2PARAM>(ASN1_ITEM_rptr(PBE2PARAM), algorithm->parameter);
+    const int kdf = pbe2 != nullptr ? OBJ_obj2nid(pbe2->keyfunc->algorithm) : NID_undef;
+    std::string refusal;
+    if (kdf == NID_id_pbkdf2) {
+        PBKDF2PARAM *pbkdf2 = unpack<PBKDF2PARAM>(ASN1_ITEM_rptr(PBKDF2PARAM), pbe2->keyfunc->parameter);
+        if (pbkdf2 != nullptr && (!readUint64(pbkdf2->iter, iterations) || iterations > kMaxIterations))
+            refusal = "the encrypted key asks for more than 1000000 PBKDF2 iterations, the most ecckey runs";
+        PBKDF2PARAM_free(pbkdf2);
+    } else if (kdf == NID_id_scrypt) {
+        SCRYPT_PARAMS *scrypt =
+            unpack<SCRYPT_PARAMS>(ASN1_ITEM_rptr(SCRYPT_PARAMS), pbe2->keyfunc->parameter);
+        std::uint64_t n = 0, r = 0, p = 0;
+        // Each factor is bounded first, so that the product cannot overflow.
+        if (scrypt != nullptr &&
+            (!readUint64(scrypt->costParameter, n) || !readUint64(scrypt->blockSize, r) ||
+             !readUint64(scrypt->parallelizationParameter, p) || n > kMaxScryptWork || r > kMaxScryptWork ||
+             p > kMaxScryptWork || n * r > kMaxScryptWork || n * r * p > kMaxScryptWork))
+            refusal = "the encrypted key asks for scrypt N * r * p above 1048576, the most ecckey runs";
+        SCRYPT_PARAMS_free(scrypt);
+    }
+    PBE2PARAM_free(pbe2);
+    return refusal;
+}
+
 // Hands the passphrase to PEM_do_header; -1 when it does not fit libcrypto's buffer.
 int passphraseCallback(char *buf, int size, int, void *passphrase) {
     const StringBuffer &text = *static_cast<const StringBuffer *>(passphrase);
@@ -63,6 +115,8 @@ bool isEncryptedPkcs8(const DataBuffer &der) {
 bool decryptPkcs8(const DataBuffer &der, const StringBuffer &passphrase, DataBuffer &plainDer,
                   std::string &error) {
     SigPtr sig = parseEncryptedPkcs8(der);
+    if (sig && !(error = kdfCostRefusal(sig.get())).empty())
+        return false;
     P8Ptr p8(sig ? PKCS8_decrypt(sig.get(), passphrase.getString(), (int)passphrase.getSize()) : nullptr);
     OpenSslBytes plain;
     if (p8)
@@ -76,11 +130,11 @@ bool decryptPkcs8(const DataBuffer &der, const StringBuffer &passphrase, DataBuf
 }
 
 bool encryptPkcs8(const DataBuffer &plainDer, const StringBuffer &passphrase, DataBuffer &der,
-                  std::string &error) {
+                  std::string &error, unsigned long iterations) {
     const unsigned char *p = plainDer.getData2();
     P8Ptr p8(d2i_PKCS8_PRIV_KEY_INFO(nullptr, &p, (long)plainDer.getSize()));
     X509_ALGOR *pbes2 =
-        PKCS5_pbe2_set_iv(EVP_aes_256_cbc(), PKCS5_DEFAULT_ITER, nullptr, 0, nullptr, NID_hmacWithSHA256);
+        PKCS5_pbe2_set_iv(EVP_aes_256_cbc(), (int)iterations, nullptr, 0, nullptr, NID_hmacWithSHA256);
     SigPtr sig(p8 && pbes2
                    ? PKCS8_set0_pbe(passphrase.getString(), (int)passphrase.getSize(), p8.get(), pbes2)
                    : nullptr);

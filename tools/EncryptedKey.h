@@ -18,15 +18,22 @@ namespace ecckey_cli {
 
 // Decrypts an EncryptedPrivateKeyInfo in any scheme libcrypto reads (PBES2 with PBKDF2 or scrypt, the
 // PKCS #5 and PKCS #12 schemes) and appends the PrivateKeyInfo DER to plainDer. False with a message in
-// error for a wrong passphrase or an unknown scheme.
+// error for a wrong passphrase or an unknown scheme, and, before any derivation, for more than 1,000,000
+// iterations or a scrypt N * r * p above 2^20 (a file cannot make the command work for minutes).
 [[nodiscard]] bool decryptPkcs8(const ecckey::DataBuffer &der, const ecckey::StringBuffer &passphrase,
                                 ecckey::DataBuffer &plainDer, std::string &error);
 
-// Encrypts PrivateKeyInfo DER as `openssl pkcs8 -topk8 -v2 aes-256-cbc` does: PBES2, PBKDF2 with
-// HMAC-SHA256 (2048 iterations, random salt), AES-256-CBC with a random IV. Appends the
+// PBKDF2 iterations written by default (OWASP's figure for PBKDF2-HMAC-SHA256), and the most a file may
+// ask for when read: above it, and above openssl's default of 2048.
+const unsigned long kDefaultIterations = 600000;
+const unsigned long kMaxIterations = 1000000;
+
+// Encrypts PrivateKeyInfo DER as `openssl pkcs8 -topk8 -v2 aes-256-cbc -iter N` does: PBES2, PBKDF2 with
+// HMAC-SHA256 (iterations, random salt), AES-256-CBC with a random IV. Appends the
 // EncryptedPrivateKeyInfo DER to der. False with a message in error.
 [[nodiscard]] bool encryptPkcs8(const ecckey::DataBuffer &plainDer, const ecckey::StringBuffer &passphrase,
-                                ecckey::DataBuffer &der, std::string &error);
+                                ecckey::DataBuffer &der, std::string &error,
+                                unsigned long iterations = kDefaultIterations);
 
 // True when the PEM block starting at pemBlock ("-----BEGIN ...") carries "Proc-Type: 4,ENCRYPTED".
 [[nodiscard]] bool isEncryptedPemBlock(const char *pemBlock);

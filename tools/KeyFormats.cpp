@@ -55,8 +55,8 @@ const FormatInfo s_formats[] = {
 }
 
 // PKCS #8, encrypted under the --passout passphrase when passout is given.
-[[nodiscard]] bool writePkcs8(EccKey &key, bool pem, const char *passout, DataBuffer &out, LogBase &log,
-                              std::string &error) {
+[[nodiscard]] bool writePkcs8(EccKey &key, bool pem, const char *passout, unsigned long iterations,
+                              DataBuffer &out, LogBase &log, std::string &error) {
     DataBuffer der;
     der.setSensitive();
     if (!key.toEccPkcs8PrivateKeyDer(der, log) || !toOpenSslPkcs8(der, log))
@@ -73,7 +73,7 @@ const FormatInfo s_formats[] = {
         error = "the --passout passphrase is empty";
         return false;
     }
-    if (!encryptPkcs8(der, passphrase, encrypted, error))
+    if (!encryptPkcs8(der, passphrase, encrypted, error, iterations))
         return false;
     return pem ? wrapPem(ecckey::kPemEncryptedPrivateKey, encrypted, out, log) : out.append(encrypted);
 }
@@ -141,13 +141,13 @@ const FormatInfo s_formats[] = {
 }
 
 [[nodiscard]] bool writeFormat(EccKey &key, KeyFormat format, bool writePrivate, const char *passout,
-                               DataBuffer &out, LogBase &log, std::string &error) {
+                               unsigned long iterations, DataBuffer &out, LogBase &log, std::string &error) {
     switch (format) {
         case KeyFormat::Pem:
-            return writePrivate ? writePkcs8(key, true, passout, out, log, error)
+            return writePrivate ? writePkcs8(key, true, passout, iterations, out, log, error)
                                 : writeSpki(key, true, false, out, log);
         case KeyFormat::Der:
-            return writePrivate ? writePkcs8(key, false, passout, out, log, error)
+            return writePrivate ? writePkcs8(key, false, passout, iterations, out, log, error)
                                 : writeSpki(key, false, false, out, log);
         case KeyFormat::Sec1Pem:
             return writeSec1(key, true, out, log);
@@ -191,7 +191,7 @@ const FormatInfo *formatByName(const char *name) {
 }
 
 bool writeKey(EccKey &key, const FormatInfo &format, bool writePrivate, DataBuffer &out, LogBase &log,
-              std::string &error, const char *passout) {
+              std::string &error, const char *passout, unsigned long iterations) {
     out.clear();
     if (passout != nullptr &&
         (!writePrivate || (format.format != KeyFormat::Pem && format.format != KeyFormat::Der))) {
@@ -212,7 +212,7 @@ bool writeKey(EccKey &key, const FormatInfo &format, bool writePrivate, DataBuff
         error = std::string("the ") + format.name + " format holds private keys only";
         return false;
     }
-    if (writeFormat(key, format.format, writePrivate, passout, out, log, error))
+    if (writeFormat(key, format.format, writePrivate, passout, iterations, out, log, error))
         return true;
     out.clear();
     if (error.empty())

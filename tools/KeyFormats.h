@@ -3,6 +3,8 @@
 
 #include <string>
 
+#include "EncryptedKey.h"
+
 namespace ecckey {
 class DataBuffer;
 class EccKey;
@@ -43,12 +45,12 @@ const FormatInfo *formatByName(const char *name);
 // Writes the key in the given format into out: its private form when writePrivate is set (the key must
 // be private and the format must hold private keys), its public form otherwise. Private output is marked
 // sensitive. With passout (the --passout value) a private key in pem or der is written as encrypted
-// PKCS #8 under that passphrase. DER keys are OpenSSL 3's bytes for the same key (OpenSslLayout.h), given
-// the options Session sets. False with a message in error (the module's own reasons are in log) when the
-// format cannot carry what is asked or the library fails; out is then empty.
+// PKCS #8 under that passphrase, with that many PBKDF2 iterations. DER keys are OpenSSL 3's bytes for the
+// same key (OpenSslLayout.h), given the options Session sets. False with a message in error (the module's own
+// reasons are in log) when the format cannot carry what is asked or the library fails; out is then empty.
 [[nodiscard]] bool writeKey(ecckey::EccKey &key, const FormatInfo &format, bool writePrivate,
                             ecckey::DataBuffer &out, ecckey::LogBase &log, std::string &error,
-                            const char *passout = nullptr);
+                            const char *passout = nullptr, unsigned long iterations = kDefaultIterations);
 
 // The name the SSH blob of this key's curve carries ("ecdsa-sha2-nistp256", ...), or an empty text for
 // curves the SSH blob cannot name (P-192 and the Brainpool curves: their blob would claim nistp256).

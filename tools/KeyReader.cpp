@@ -206,6 +206,7 @@ const char *skipSpace(const char *p) {
                                     ecckey::ClsJsonObject &jwk, LogBase &log, std::string &error) {
     const int numKeys = set.sizeOfArrayAt("keys");
     int numEcKeys = 0;
+    int numMatches = 0;  // a kid names one key: two of the same kid are refused, not the first taken
     int chosen = -1;
     ecckey::ClsJsonObject element;
     ecckey::LogNull quiet;
@@ -213,13 +214,17 @@ const char *skipSpace(const char *p) {
         if (!element.loadArrayElement(set, "keys", i, quiet) || !isEcJwk(element))
             continue;
         ++numEcKeys;
-        if (chosen < 0 && (kid == nullptr || hasKid(element, kid)))
+        if (kid != nullptr && hasKid(element, kid) && ++numMatches == 1)
+            chosen = i;
+        if (kid == nullptr && chosen < 0)
             chosen = i;
     }
     if (numKeys < 0)
         error = "the \"keys\" member of the JWK Set is not an array";
     else if (kid != nullptr && chosen < 0)
         error = std::string("the JWK Set has no EC key whose kid is '") + kid + "'";
+    else if (numMatches > 1)
+        error = "the JWK Set holds " + std::to_string(numMatches) + " EC keys whose kid is '" + kid + "'";
     else if (numEcKeys == 0)
         error = "the JWK Set holds no EC key";
     else if (kid == nullptr && numEcKeys > 1)

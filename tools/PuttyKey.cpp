@@ -34,11 +34,13 @@ const unsigned kCipherKeyLen = 32;  // AES-256-CBC
 const unsigned kIvLen = 16;
 const unsigned kMacKeyLenV3 = 32;
 const unsigned kBase64LineLen = 64;
-// Bounds on what a file may ask for: far above what puttygen writes (8192 KiB, a few dozen passes), low
-// enough that a hostile file cannot make the command exhaust the machine.
-const unsigned long kMaxArgon2MemoryKiB = 1UL << 20;
-const unsigned long kMaxArgon2Passes = 1000;
-const unsigned long kMaxArgon2Parallelism = 64;
+// What the Argon2 fields can hold, and the work a file may ask for: above what puttygen writes by default
+// (8192 KiB, passes for 100 ms: 13 here), and at most about a second here (8 MiB a pass takes 8 ms), so a
+// hostile file cannot make the command work for minutes or exhaust the memory.
+const unsigned long kMaxArgon2Field = 0xffffffffUL;
+const unsigned long kMaxArgon2MemoryKiB = 1UL << 17;
+const unsigned long kMaxArgon2Work = 1UL << 20;  // KiB x passes: 128 passes of 8 MiB
+const unsigned long kMaxArgon2Parallelism = 16;
 const unsigned long kMaxLines = 1024;
 
 // The fields of a .ppk file, as read.
@@ -111,9 +113,9 @@ bool readHeader(const char *&text, const char *name, std::string &value) {
         return false;
     if (file.version == 3 && file.encryption != "none" &&
         (!readHeader(p, "Key-Derivation", file.kdf) ||
-         !readNumber(p, "Argon2-Memory", kMaxArgon2MemoryKiB, file.argon2Memory) ||
-         !readNumber(p, "Argon2-Passes", kMaxArgon2Passes, file.argon2Passes) ||
-         !readNumber(p, "Argon2-Parallelism", kMaxArgon2Parallelism, file.argon2Parallelism) ||
+         !readNumber(p, "Argon2-Memory", kMaxArgon2Field, file.argon2Memory) ||
+         !readNumber(p, "Argon2-Passes", kMaxArgon2Field, file.argon2Passes) ||
+         !readNumber(p, "Argon2-Parallelism", kMaxArgon2Field, file.argon2Parallelism) ||
          !readHeader(p, "Argon2-Salt", salt) || !file.argon2Salt.appendEncoded(salt.c_str(), "hex")))
         return false;
     return readLines(p, kPrivateLines, file.privateBlob) && readHeader(p, "Private-MAC", mac) &&
@@ -157,12 +159,25 @@ struct PuttyKeys {
            keys.iv.append(kZeroIv, kIvLen) && sha1Of(kMacText, sizeof kMacText - 1, passphrase, keys.macKey);
 }
 
+// Empty when the file's Argon2 asks for no more than the ceilings, else why not. Argon2d is refused: its
+// memory accesses depend on the passphrase, which another process on the machine can then observe.
+std::string argon2Refusal(const PuttyFile &file) {
+    if (file.kdf == "Argon2d")
+        return "the PuTTY key derives its key with Argon2d, whose memory accesses depend on the passphrase; "
+               "'puttygen --ppk-param kdf=argon2id' rewrites it";
+    if (file.argon2Memory > kMaxArgon2MemoryKiB)
+        return "the PuTTY key asks for more than 131072 KiB of Argon2 memory, the most ecckey gives";
+    if (file.argon2Passes > kMaxArgon2Work / (file.argon2Memory > 0 ? file.argon2Memory : 1))
+        return "the PuTTY key asks for more than 1048576 KiB x passes of Argon2 work, the most ecckey does";
+    if (file.argon2Parallelism > kMaxArgon2Parallelism)
+        return "the PuTTY key asks for more than 16 Argon2 lanes, the most ecckey runs";
+    return "";
+}
+
 // Version 3: Argon2 output of 80 bytes gives key, IV and MAC key in that order.
 [[nodiscard]] bool deriveKeysV3(const PuttyFile &file, const StringBuffer &passphrase, PuttyKeys &keys) {
     argon2_type type = Argon2_id;
-    if (file.kdf == "Argon2d")
-        type = Argon2_d;
-    else if (file.kdf == "Argon2i")
+    if (file.kdf == "Argon2i")
         type = Argon2_i;
     else if (file.kdf != "Argon2id")
         return false;
@@ -222,6 +237,8 @@ struct PuttyKeys {
     StringBuffer passphrase;
     PuttyKeys keys;
     DataBuffer mac;
+    if (encrypted && file.version == 3 && !(error = argon2Refusal(file)).empty())
+        return false;
     if (encrypted && !passphraseFor(info, passphrase, error))
         return false;
     const bool derived = file.version == 2 ? deriveKeysV2(passphrase, keys)

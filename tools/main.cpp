@@ -16,17 +16,17 @@ const char kOptionLine[] = "  %-18s %s\n";
 const Command s_commands[] = {
     {"curves", "", "list the named curves: name, OID, bits (byte length x 8), accepted names", cmdCurves, "",
      ""},
-    {"gen", "CURVE [--format F] [--passout P] [-o FILE [--force]]",
+    {"gen", "CURVE [--format F] [--passout P [--iter N]] [-o FILE [--force]]",
      "generate a private key (CURVE: a name, alias or OID, as 'ecckey curves' lists them)", cmdGen,
-     "--format --passout -o --force", ""},
+     "--format --passout --iter -o --force", ""},
     {"pub",
      "KEYFILE [--format F] [--set-kid ID] [--alg A] [--use U] [--kid ID] [--passin P] [-o FILE [--force]]",
      "write the public key", cmdPub, "--format --set-kid --alg --use --kid --passin -o --force", ""},
     {"convert",
-     "KEYFILE --format F [--set-kid ID] [--alg A] [--use U] [--kid ID] [--passin P] [--passout P]\n"
-     "      [-o FILE [--force]]",
+     "KEYFILE --format F [--set-kid ID] [--alg A] [--use U] [--kid ID] [--passin P]\n"
+     "      [--passout P [--iter N]] [-o FILE [--force]]",
      "write the key in another format", cmdConvert,
-     "--format --set-kid --alg --use --kid --passin --passout -o --force", ""},
+     "--format --set-kid --alg --use --kid --passin --passout --iter -o --force", ""},
     {"sign",
      "KEYFILE (--in FILE [--digest ALG] | --hash HEX) [--sig-format F] [--deterministic] [--kid ID]\n"
      "      [--passin P] [-o FILE [--force]]",
@@ -77,6 +77,7 @@ const OptionHelp s_optionHelp[] = {
     {"--kid", "ID", "from a JWK Set of several EC keys, the one whose \"kid\" is ID"},
     {"--passin", "P", "the passphrase of an encrypted key: pass:TEXT, env:VAR or file:PATH (first line)"},
     {"--passout", "P", "write pem or der as encrypted PKCS #8 (PBES2, AES-256-CBC) under passphrase P"},
+    {"--iter", "N", "PBKDF2-HMAC-SHA256 iterations of --passout: 600000 by default, at most 1000000"},
     {"--in", "FILE", "the file whose digest is signed or checked"},
     {"--digest", "ALG", "sha1, sha224, sha256 (the default), sha384 or sha512, in any case"},
     {"--hash", "HEX", "a hash made elsewhere (1 to 64 bytes in hexadecimal), instead of --in"},
