@@ -10,8 +10,10 @@
 #include "Digest.h"
 #include "FileIo.h"
 #include "KeyReader.h"
+#include "Messages.h"
 #include "Session.h"
 #include "ecc/EccKey.h"
+#include "formats/CompactJws.h"
 #include "support/Hash.h"
 #include "support/Prng.h"
 
@@ -19,7 +21,7 @@ namespace ecckey_cli {
 
 namespace {
 
-enum class SigFormat { Der, Raw, Ssh };
+enum class SigFormat { Der, Raw, Ssh, Jws };
 
 [[nodiscard]] bool sigFormatByName(const char *name, SigFormat &format) {
     if (::strcasecmp(name, "der") == 0)
@@ -28,6 +30,8 @@ enum class SigFormat { Der, Raw, Ssh };
         format = SigFormat::Raw;
     else if (::strcasecmp(name, "ssh") == 0)
         format = SigFormat::Ssh;
+    else if (::strcasecmp(name, "jws") == 0)
+        format = SigFormat::Jws;
     else
         return false;
     return true;
@@ -57,19 +61,42 @@ enum class SigFormat { Der, Raw, Ssh };
     return false;
 }
 
+// The compact JWS of the --in file's bytes, printed as one line (or written to -o).
+int signJws(Session &session, ecckey::EccKey &key, const ArgList &args) {
+    std::string error;
+    ecckey::DataBuffer payload;
+    ecckey::StringBuffer token;
+    ecckey::DataBuffer line;
+    if (!readInput(args.value("--in"), payload, error))
+        return session.fail(error);
+    if (!ecckey::signCompactJws(key, args.value("--alg"), nullptr, payload, token, session.log()))
+        return session.fail(
+            "cannot sign a JWS with this key (ES256 P-256, ES384 P-384, ES512 P-521, ES256K "
+            "secp256k1)");
+    if (!line.append(token) || !line.appendChar('\n') ||
+        !writeOutput({args.value("-o"), args.has("--force")}, line, false, error))
+        return session.fail(error.empty() ? kOutOfMemory : error);
+    return session.finish(kExitOk);
+}
+
 }  // namespace
 
 int cmdSign(int argc, char **argv) {
     ArgList args;
     std::string error;
-    if (!args.parse(argc, argv, {"--in", "--digest", "--hash", "--sig-format", "--kid", "--passin", "-o"},
+    if (!args.parse(argc, argv,
+                    {"--in", "--digest", "--hash", "--sig-format", "--alg", "--kid", "--passin", "-o"},
                     {"--force", "--deterministic"}, error))
         return usageError(error.c_str());
     if (args.positionals().size() != 1)
         return usageError("sign takes one key file");
     SigFormat sigFormat = SigFormat::Der;
     if (args.has("--sig-format") && !sigFormatByName(args.value("--sig-format"), sigFormat))
-        return usageError("--sig-format is der, raw or ssh");
+        return usageError("--sig-format is der, raw, ssh or jws");
+    if (args.has("--alg") && sigFormat != SigFormat::Jws)
+        return usageError("--alg goes with --sig-format jws");
+    if (sigFormat == SigFormat::Jws && (!args.has("--in") || args.has("--hash") || args.has("--digest")))
+        return usageError("--sig-format jws signs the bytes of --in (its hash follows from the algorithm)");
     const bool deterministic = args.has("--deterministic");
     if (deterministic && sigFormat == SigFormat::Ssh)
         return usageError("--deterministic makes der or raw signatures");
@@ -84,6 +111,8 @@ int cmdSign(int argc, char **argv) {
     // public key.
     if (!key.isPrivate())
         return session.fail(std::string("'") + keyPath + "' holds a public key; signing needs a private key");
+    if (sigFormat == SigFormat::Jws)
+        return signJws(session, key, args);
     ecckey::DataBuffer hash;
     if (!messageHash(args, key.m_curve, hash, error))
         return session.fail(error);

@@ -12,6 +12,7 @@
 #include "ecc/EccKey.h"
 #include "ecc/EccMessages.h"
 #include "ecc/EcdsaSig.h"
+#include "formats/CompactJws.h"
 #include "support/MpInt.h"
 #include "support/SshMessage.h"
 
@@ -88,12 +89,30 @@ int notParsed(Session &session, const std::string &why) {
     return printVerdict(session, false);
 }
 
+// A compact JWS in the --sig file: its payload is in the token, the algorithm the key's own or --alg.
+int verifyJws(Session &session, ecckey::EccKey &key, const ArgList &args) {
+    std::string error;
+    ecckey::DataBuffer content;
+    ecckey::StringBuffer token;
+    ecckey::DataBuffer payload;
+    if (!readInput(args.value("--sig"), content, error))
+        return session.fail(error);
+    if (!token.append(reinterpret_cast<const char *>(content.getData2()), content.getSize()))
+        return session.fail(kOutOfMemory);
+    token.trim2();
+    bool valid = false;
+    if (!ecckey::verifyCompactJws(key, args.value("--alg"), token.getString(), payload, valid, session.log()))
+        return notParsed(session, "the signature is not a compact JWS of the key's algorithm (or --alg)");
+    return printVerdict(session, valid);
+}
+
 }  // namespace
 
 int cmdVerify(int argc, char **argv) {
     ArgList args;
     std::string error;
-    if (!args.parse(argc, argv, {"--sig", "--in", "--digest", "--hash", "--kid", "--passin"}, {}, error))
+    if (!args.parse(argc, argv, {"--sig", "--in", "--digest", "--hash", "--alg", "--kid", "--passin"}, {},
+                    error))
         return usageError(error.c_str());
     if (args.positionals().size() != 1 || !args.has("--sig"))
         return usageError("verify takes one key file and --sig FILE");
@@ -103,6 +122,11 @@ int cmdVerify(int argc, char **argv) {
     KeyFileInfo keyInfo(args.value("--kid"), args.value("--passin"));
     if (!readKeyFile(args.positionals()[0].c_str(), key, session.log(), error, &keyInfo))
         return session.fail(error);
+    // Neither --in nor --hash: the signature file holds a compact JWS with its payload.
+    if (!args.has("--in") && !args.has("--hash"))
+        return verifyJws(session, key, args);
+    if (args.has("--alg"))
+        return usageError("--alg goes with a JWS (no --in or --hash)");
     ecckey::DataBuffer hash;
     if (!messageHash(args, key.m_curve, hash, error))
         return session.fail(error);

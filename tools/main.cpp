@@ -29,19 +29,27 @@ const Command s_commands[] = {
      "--format --set-kid --alg --use --kid --passin --passout --iter -o --force", ""},
     {"sign",
      "KEYFILE (--in FILE [--digest ALG] | --hash HEX) [--sig-format F] [--deterministic] [--kid ID]\n"
-     "      [--passin P] [-o FILE [--force]]",
+     "      [--passin P] [-o FILE [--force]]\n"
+     "       ecckey sign KEYFILE --in FILE --sig-format jws [--alg A]",
      "sign a file's digest or a hash; without -o the signature is printed in hexadecimal", cmdSign,
-     "--in --digest --hash --sig-format --deterministic --kid --passin -o --force",
+     "--in --digest --hash --sig-format --alg --deterministic --kid --passin -o --force",
      "The hash is cut to the curve's byte length when longer (P-521 and brainpoolP512r1 take up to 64\n"
      "bytes whole), in every signature form. On secp256k1, whose signer takes 32 bytes, a shorter hash\n"
      "(sha1, sha224) is left-padded with zeros, which leaves its ECDSA value unchanged: the signature is\n"
-     "the one openssl makes and checks with that digest.\n"},
-    {"verify", "KEYFILE --sig FILE (--in FILE [--digest ALG] | --hash HEX) [--kid ID] [--passin P]",
+     "the one openssl makes and checks with that digest.\n"
+     "--sig-format jws prints the compact JWS of the file's bytes as payload, header {\"alg\":A}: ES256\n"
+     "on P-256, ES384 on P-384, ES512 on P-521, ES256K on secp256k1 (the hash is the algorithm's; the\n"
+     "signature raw r||s, its nonce RFC 6979's).\n"},
+    {"verify",
+     "KEYFILE --sig FILE (--in FILE [--digest ALG] | --hash HEX) [--kid ID] [--passin P]\n"
+     "       ecckey verify KEYFILE --sig TOKENFILE [--alg A]",
      "check a signature: prints valid (exit 0) or invalid (exit 1)", cmdVerify,
-     "--sig --in --digest --hash --kid --passin",
+     "--sig --in --digest --hash --alg --kid --passin",
      "The hash is fitted to the curve as 'ecckey sign' fits it (secp256k1: left-padded to 32 bytes).\n"
      "Exit status: 0 valid; 1 not valid, also for a signature that does not parse; 2 could not check\n"
-     "(a key or file that cannot be read, a bad invocation).\n"},
+     "(a key or file that cannot be read, a bad invocation).\n"
+     "Without --in and --hash, FILE holds a compact JWS (its payload inside); only the key's own\n"
+     "algorithm (or --alg, which must be it) is accepted, and only raw r||s of the curve's width.\n"},
     {"ecdh",
      "KEYFILE PEERFILE [--kdf KDF --len N [--info HEX] [--salt HEX]] [--kid ID] [--passin P]\n"
      "      [-o FILE [--force]]",
@@ -81,7 +89,7 @@ const OptionHelp s_optionHelp[] = {
     {"--in", "FILE", "the file whose digest is signed or checked"},
     {"--digest", "ALG", "sha1, sha224, sha256 (the default), sha384 or sha512, in any case"},
     {"--hash", "HEX", "a hash made elsewhere (1 to 64 bytes in hexadecimal), instead of --in"},
-    {"--sig-format", "F", "der (the default), raw (r||s, twice the curve's byte length) or ssh"},
+    {"--sig-format", "F", "der (the default), raw (r||s, twice the curve's byte length), ssh or jws"},
     {"--deterministic", "", "RFC 6979: the nonce from the key and the hash, the same signature each time"},
     {"--sig", "FILE", "the signature: bytes or hexadecimal, in DER, raw r||s or the SSH form"},
     {"--kdf", "KDF", "derive a key from the shared secret (see below)"},
@@ -93,7 +101,7 @@ const OptionHelp s_optionHelp[] = {
     {"--jwk", "", "the RFC 7638 JWK thumbprint (base64url of a SHA-256)"},
     {"--uri", "", "the RFC 9278 thumbprint URI, urn:ietf:params:oauth:jwk-thumbprint:sha-256:..."},
     {"--set-kid", "ID", "jwk: write \"kid\" ID; the word thumbprint writes the key's RFC 7638 thumbprint"},
-    {"--alg", "A", "jwk: write \"alg\" A (ES256 P-256, ES384 P-384, ES512 P-521, ES256K secp256k1, ...)"},
+    {"--alg", "A", "the JOSE algorithm: ES256 P-256, ES384 P-384, ES512 P-521, ES256K secp256k1 (jwk: any)"},
     {"--use", "U", "jwk: write \"use\" U (sig or enc)"},
     {"-o", "FILE", "write to FILE, not standard output; a private key or secret gets mode 0600"},
     {"--force", "", "replace FILE if it exists (a file the command reads is never replaced)"},

@@ -1,5 +1,5 @@
 // ecckey against Node's `jose`: JWK thumbprints and their URIs on the four curves with a JWK name, keys with
-// a leading zero byte in x or in y included. Exit 77 (skipped) when jose is not installed.
+// a leading zero byte in x or in y included; compact JWS both ways, and the tokens ecckey must refuse. Exit 77 (skipped) when jose is not installed.
 // usage: node jose_interop_test.mjs ECCKEY WORKDIR NODE_PREFIX
 import { createRequire } from "module";
 import { execFileSync, spawnSync } from "child_process";
@@ -17,6 +17,8 @@ try {
 fs.mkdirSync(work, { recursive: true });
 const run = (...args) => execFileSync(ecckey, args, { encoding: "utf8" }).trim();
 const fail = (what) => { console.error(`FAIL: ${what}`); process.exit(1); };
+const ALGS = { "P-256": "ES256", "P-384": "ES384", "P-521": "ES512", secp256k1: "ES256K" };
+const verdict = (...args) => spawnSync(ecckey, ["verify", ...args], { encoding: "utf8" });
 const CURVES = { "P-256": "prime256v1", "P-384": "secp384r1", "P-521": "secp521r1", secp256k1: "secp256k1" };
 
 // A key of the curve; lead "x" or "y": one whose coordinate starts with a zero byte.
@@ -44,6 +46,23 @@ for (const [crv, curve] of Object.entries(CURVES)) {
     const got = [run("fingerprint", file, "--jwk"), JSON.parse(run("pub", file, "--format", "jwk", "--set-kid", "thumbprint")).kid];
     if (got.some((t) => t !== want)) fail(`${crv} lead ${lead}: thumbprints ${got} != jose ${want}`);
     if (run("fingerprint", file, "--uri") !== (await jose.calculateJwkThumbprintUri(jwk))) fail(`${crv}: URI`);
+    // JWS: ecckey signs, jose verifies; jose signs (with a kid in its header), ecckey verifies.
+    const alg = ALGS[crv], payload = crypto.randomBytes(1 + rows);
+    fs.writeFileSync(`${work}/payload`, payload);
+    const token = run("sign", file, "--in", `${work}/payload`, "--sig-format", "jws");
+    const checked = await jose.compactVerify(token, privateKey, { algorithms: [alg] });
+    if (!Buffer.from(checked.payload).equals(payload)) fail(`${crv}: jose read another payload`);
+    const theirs = await new jose.CompactSign(payload).setProtectedHeader({ alg, kid: "k1" }).sign(privateKey);
+    const [h, p, sig] = theirs.split(".");
+    const der = crypto.sign(null, Buffer.from(`${h}.${p}`), { key: privateKey, dsaEncoding: "der" });
+    const flipped = Buffer.from(sig, "base64url").map((b, i) => (i === 5 ? b ^ 1 : b));
+    const other = alg === "ES384" ? "ES256" : "ES384";
+    const cases = [[theirs, [], 0], [`${h}.${p}.${flipped.toString("base64url")}`, [], 1],
+      [`${h}.${p}.${der.toString("base64url")}`, [], 1], [theirs, ["--alg", other], 1]];
+    for (const [text, extra, want] of cases) {
+      fs.writeFileSync(`${work}/token`, text);
+      if (verdict(file, "--sig", `${work}/token`, ...extra).status !== want) fail(`${crv}: ${text} ${extra}: not ${want}`);
+    }
     files.push(file);
     thumbprints.push(want);
     rows++;
@@ -57,4 +76,4 @@ run("gen", "brainpoolP256r1", "-o", `${work}/bp.pem`, "--force");
 const refused = spawnSync(ecckey, ["fingerprint", `${work}/bp.pem`, "--jwk"], { encoding: "utf8" });
 if (refused.status !== 2 || !refused.stderr.startsWith("ecckey: no JWK thumbprint for brainpoolp256r1 (P-256, P-384"))
   fail(`brainpool thumbprint: ${refused.status} ${refused.stderr}`);
-console.log(`jose: ${rows} thumbprints and URIs match`);
+console.log(`jose: ${rows} thumbprints, URIs and JWS both ways match; ${4 * rows} JWS verdicts right`);
