@@ -65,6 +65,10 @@ const Command s_commands[] = {
      "The line is bits, fingerprint, the comment of an OpenSSH public-key line read (else \"no comment\")\n"
      "and (ECDSA), as 'ssh-keygen -l -f' and 'ssh-keygen -l -E md5 -f' print it. --jwk and --uri print\n"
      "the RFC 7638 thumbprint alone, on P-256, P-384, P-521 and secp256k1.\n"},
+    {"sig-convert", "--curve C --from der|raw|ssh --to der|raw|ssh --in SIG [-o FILE [--force]]",
+     "an ECDSA signature in another form: DER, raw r||s or the SSH mpints (every curve)", cmdSigConvert,
+     "--curve --from --to --in -o --force",
+     "SIG holds the bytes or one line of hexadecimal; without -o the result is printed in hexadecimal.\n"},
     {"jwks", "KEYFILE... [--set-kid thumbprint] [--alg A] [--use U] [--passin P] [-o FILE [--force]]",
      "the public keys of the files as one JWK Set", cmdJwks, "--set-kid --alg --use --passin -o --force", ""},
     {"check", "KEYFILE [--kid ID] [--passin P]",
@@ -96,6 +100,9 @@ const OptionHelp s_optionHelp[] = {
     {"--len", "N", "the bytes to derive with --kdf (1 to 65536; hkdf at most 255 hash lengths)"},
     {"--info", "HEX", "the KDF's SharedInfo (x963), OtherInfo (concat) or info (hkdf), in hexadecimal"},
     {"--salt", "HEX", "the HKDF salt in hexadecimal (a hash length of zeros when absent)"},
+    {"--curve", "C", "the signature's curve (a name, alias or OID, as 'ecckey curves' lists them)"},
+    {"--from", "F", "the form of SIG: der, raw (r||s of twice the curve's byte length) or ssh (two mpints)"},
+    {"--to", "F", "the form to write: der, raw or ssh"},
     {"--sha256", "", "OpenSSH's SHA256 fingerprint (the default)"},
     {"--md5", "", "the MD5 fingerprint, as 'ssh-keygen -E md5' prints it"},
     {"--jwk", "", "the RFC 7638 JWK thumbprint (base64url of a SHA-256)"},
