@@ -14,6 +14,7 @@
 #include "Session.h"
 #include "ecc/EccKey.h"
 #include "formats/CompactJws.h"
+#include "formats/SshSig.h"
 #include "support/Hash.h"
 #include "support/Prng.h"
 
@@ -21,7 +22,7 @@ namespace ecckey_cli {
 
 namespace {
 
-enum class SigFormat { Der, Raw, Ssh, Jws };
+enum class SigFormat { Der, Raw, Ssh, Jws, SshSig };
 
 [[nodiscard]] bool sigFormatByName(const char *name, SigFormat &format) {
     if (::strcasecmp(name, "der") == 0)
@@ -32,6 +33,8 @@ enum class SigFormat { Der, Raw, Ssh, Jws };
         format = SigFormat::Ssh;
     else if (::strcasecmp(name, "jws") == 0)
         format = SigFormat::Jws;
+    else if (::strcasecmp(name, "sshsig") == 0)
+        format = SigFormat::SshSig;
     else
         return false;
     return true;
@@ -79,22 +82,46 @@ int signJws(Session &session, ecckey::EccKey &key, const ArgList &args) {
     return session.finish(kExitOk);
 }
 
+// The armoured SSH signature of the --in file in --namespace, its message hash --digest (sha512 by
+// default, as ssh-keygen).
+int signSshSig(Session &session, ecckey::EccKey &key, const ArgList &args) {
+    std::string error;
+    int hashAlg = ecckey::HASH_SHA512;
+    ecckey::DataBuffer message;
+    ecckey::StringBuffer text;
+    ecckey::DataBuffer out;
+    if (args.has("--digest") && (!digestByName(args.value("--digest"), hashAlg) ||
+                                 (hashAlg != ecckey::HASH_SHA256 && hashAlg != ecckey::HASH_SHA512)))
+        return usageError("an SSH signature hashes the file with sha256 or sha512");
+    if (!readInput(args.value("--in"), message, error))
+        return session.fail(error);
+    if (!ecckey::signSshSig(key, args.value("--namespace"), hashAlg, message, text, session.log()))
+        return session.fail("cannot make an SSH signature with this key (P-256, P-384 and P-521 only)");
+    if (!out.append(text) || !writeOutput({args.value("-o"), args.has("--force")}, out, false, error))
+        return session.fail(error.empty() ? kOutOfMemory : error);
+    return session.finish(kExitOk);
+}
+
 }  // namespace
 
 int cmdSign(int argc, char **argv) {
     ArgList args;
     std::string error;
-    if (!args.parse(argc, argv,
-                    {"--in", "--digest", "--hash", "--sig-format", "--alg", "--kid", "--passin", "-o"},
-                    {"--force", "--deterministic"}, error))
+    if (!args.parse(
+            argc, argv,
+            {"--in", "--digest", "--hash", "--sig-format", "--alg", "--namespace", "--kid", "--passin", "-o"},
+            {"--force", "--deterministic"}, error))
         return usageError(error.c_str());
     if (args.positionals().size() != 1)
         return usageError("sign takes one key file");
     SigFormat sigFormat = SigFormat::Der;
     if (args.has("--sig-format") && !sigFormatByName(args.value("--sig-format"), sigFormat))
-        return usageError("--sig-format is der, raw, ssh or jws");
+        return usageError("--sig-format is der, raw, ssh, jws or sshsig");
     if (args.has("--alg") && sigFormat != SigFormat::Jws)
         return usageError("--alg goes with --sig-format jws");
+    if ((sigFormat == SigFormat::SshSig) != args.has("--namespace") ||
+        (sigFormat == SigFormat::SshSig && (!args.has("--in") || args.has("--hash"))))
+        return usageError("--sig-format sshsig signs --in FILE in --namespace NS, which goes with it only");
     if (sigFormat == SigFormat::Jws && (!args.has("--in") || args.has("--hash") || args.has("--digest")))
         return usageError("--sig-format jws signs the bytes of --in (its hash follows from the algorithm)");
     const bool deterministic = args.has("--deterministic");
@@ -113,6 +140,8 @@ int cmdSign(int argc, char **argv) {
         return session.fail(std::string("'") + keyPath + "' holds a public key; signing needs a private key");
     if (sigFormat == SigFormat::Jws)
         return signJws(session, key, args);
+    if (sigFormat == SigFormat::SshSig)
+        return signSshSig(session, key, args);
     ecckey::DataBuffer hash;
     if (!messageHash(args, key.m_curve, hash, error))
         return session.fail(error);

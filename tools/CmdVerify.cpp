@@ -13,6 +13,7 @@
 #include "ecc/EccMessages.h"
 #include "ecc/EcdsaSig.h"
 #include "formats/CompactJws.h"
+#include "formats/SshSig.h"
 #include "support/MpInt.h"
 #include "support/SshMessage.h"
 
@@ -106,12 +107,29 @@ int verifyJws(Session &session, ecckey::EccKey &key, const ArgList &args) {
     return printVerdict(session, valid);
 }
 
+// An armoured SSH signature in the --sig file over the --in file, in --namespace.
+int verifySshSig(Session &session, ecckey::EccKey &key, const ArgList &args) {
+    std::string error;
+    ecckey::DataBuffer content, message;
+    ecckey::StringBuffer text;
+    if (!readInput(args.value("--sig"), content, error) || !readInput(args.value("--in"), message, error))
+        return session.fail(error);
+    if (!text.append(reinterpret_cast<const char *>(content.getData2()), content.getSize()))
+        return session.fail(kOutOfMemory);
+    bool valid = false;
+    if (!ecckey::verifySshSig(key, args.value("--namespace"), message, text.getString(), valid,
+                              session.log()))
+        return notParsed(session, "the signature is not an SSH signature by this key in this namespace");
+    return printVerdict(session, valid);
+}
+
 }  // namespace
 
 int cmdVerify(int argc, char **argv) {
     ArgList args;
     std::string error;
-    if (!args.parse(argc, argv, {"--sig", "--in", "--digest", "--hash", "--alg", "--kid", "--passin"}, {},
+    if (!args.parse(argc, argv,
+                    {"--sig", "--in", "--digest", "--hash", "--alg", "--namespace", "--kid", "--passin"}, {},
                     error))
         return usageError(error.c_str());
     if (args.positionals().size() != 1 || !args.has("--sig"))
@@ -122,6 +140,11 @@ int cmdVerify(int argc, char **argv) {
     KeyFileInfo keyInfo(args.value("--kid"), args.value("--passin"));
     if (!readKeyFile(args.positionals()[0].c_str(), key, session.log(), error, &keyInfo))
         return session.fail(error);
+    if (args.has("--namespace")) {
+        if (!args.has("--in") || args.has("--hash") || args.has("--digest") || args.has("--alg"))
+            return usageError("an SSH signature is checked over --in FILE in --namespace NS");
+        return verifySshSig(session, key, args);
+    }
     // Neither --in nor --hash: the signature file holds a compact JWS with its payload.
     if (!args.has("--in") && !args.has("--hash"))
         return verifyJws(session, key, args);

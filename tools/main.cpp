@@ -30,26 +30,31 @@ const Command s_commands[] = {
     {"sign",
      "KEYFILE (--in FILE [--digest ALG] | --hash HEX) [--sig-format F] [--deterministic] [--kid ID]\n"
      "      [--passin P] [-o FILE [--force]]\n"
-     "       ecckey sign KEYFILE --in FILE --sig-format jws [--alg A]",
+     "       ecckey sign KEYFILE --in FILE --sig-format jws [--alg A]\n"
+     "       ecckey sign KEYFILE --in FILE --sig-format sshsig --namespace NS [--digest sha256|sha512]",
      "sign a file's digest or a hash; without -o the signature is printed in hexadecimal", cmdSign,
-     "--in --digest --hash --sig-format --alg --deterministic --kid --passin -o --force",
+     "--in --digest --hash --sig-format --alg --namespace --deterministic --kid --passin -o --force",
      "The hash is cut to the curve's byte length when longer (P-521 and brainpoolP512r1 take up to 64\n"
      "bytes whole), in every signature form. On secp256k1, whose signer takes 32 bytes, a shorter hash\n"
      "(sha1, sha224) is left-padded with zeros, which leaves its ECDSA value unchanged: the signature is\n"
      "the one openssl makes and checks with that digest.\n"
      "--sig-format jws prints the compact JWS of the file's bytes as payload, header {\"alg\":A}: ES256\n"
      "on P-256, ES384 on P-384, ES512 on P-521, ES256K on secp256k1 (the hash is the algorithm's; the\n"
-     "signature raw r||s, its nonce RFC 6979's).\n"},
+     "signature raw r||s, its nonce RFC 6979's).\n"
+     "--sig-format sshsig writes the armoured SSH signature of 'ssh-keygen -Y sign' (P-256, P-384, P-521;\n"
+     "the file hashed with --digest sha512, the default, or sha256).\n"},
     {"verify",
      "KEYFILE --sig FILE (--in FILE [--digest ALG] | --hash HEX) [--kid ID] [--passin P]\n"
-     "       ecckey verify KEYFILE --sig TOKENFILE [--alg A]",
+     "       ecckey verify KEYFILE --sig TOKENFILE [--alg A]\n"
+     "       ecckey verify KEYFILE --sig FILE.sig --in FILE --namespace NS",
      "check a signature: prints valid (exit 0) or invalid (exit 1)", cmdVerify,
-     "--sig --in --digest --hash --alg --kid --passin",
+     "--sig --in --digest --hash --alg --namespace --kid --passin",
      "The hash is fitted to the curve as 'ecckey sign' fits it (secp256k1: left-padded to 32 bytes).\n"
      "Exit status: 0 valid; 1 not valid, also for a signature that does not parse; 2 could not check\n"
      "(a key or file that cannot be read, a bad invocation).\n"
      "Without --in and --hash, FILE holds a compact JWS (its payload inside); only the key's own\n"
-     "algorithm (or --alg, which must be it) is accepted, and only raw r||s of the curve's width.\n"},
+     "algorithm (or --alg, which must be it) is accepted, and only raw r||s of the curve's width.\n"
+     "With --namespace, FILE.sig is an SSH signature ('ssh-keygen -Y sign') by this key in NS.\n"},
     {"ecdh",
      "KEYFILE PEERFILE [--kdf KDF --len N [--info HEX] [--salt HEX]] [--kid ID] [--passin P]\n"
      "      [-o FILE [--force]]",
@@ -93,13 +98,14 @@ const OptionHelp s_optionHelp[] = {
     {"--in", "FILE", "the file whose digest is signed or checked"},
     {"--digest", "ALG", "sha1, sha224, sha256 (the default), sha384 or sha512, in any case"},
     {"--hash", "HEX", "a hash made elsewhere (1 to 64 bytes in hexadecimal), instead of --in"},
-    {"--sig-format", "F", "der (the default), raw (r||s, twice the curve's byte length), ssh or jws"},
+    {"--sig-format", "F", "der (the default), raw (r||s, twice the curve's byte length), ssh, jws or sshsig"},
     {"--deterministic", "", "RFC 6979: the nonce from the key and the hash, the same signature each time"},
     {"--sig", "FILE", "the signature: bytes or hexadecimal, in DER, raw r||s or the SSH form"},
     {"--kdf", "KDF", "derive a key from the shared secret (see below)"},
     {"--len", "N", "the bytes to derive with --kdf (1 to 65536; hkdf at most 255 hash lengths)"},
     {"--info", "HEX", "the KDF's SharedInfo (x963), OtherInfo (concat) or info (hkdf), in hexadecimal"},
     {"--salt", "HEX", "the HKDF salt in hexadecimal (a hash length of zeros when absent)"},
+    {"--namespace", "NS", "the namespace of an SSH signature (ssh-keygen -Y -n), such as file or git"},
     {"--curve", "C", "the signature's curve (a name, alias or OID, as 'ecckey curves' lists them)"},
     {"--from", "F", "the form of SIG: der, raw (r||s of twice the curve's byte length) or ssh (two mpints)"},
     {"--to", "F", "the form to write: der, raw or ssh"},
