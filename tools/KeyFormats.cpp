@@ -11,6 +11,7 @@
 #include "PuttyKey.h"
 #include "SshPrivateKey.h"
 #include "ecc/EccKey.h"
+#include "formats/CoseKey.h"
 #include "support/LogBase.h"
 #include "support/PemLabels.h"
 #include "support/PublicKey.h"
@@ -42,6 +43,8 @@ const FormatInfo s_formats[] = {
     {KeyFormat::Ppk, "ppk", true, false, false,
      "PuTTY private key file, version 3, unencrypted (curves ssh has a name for)"},
     {KeyFormat::RawHex, "raw-hex", true, true, false, "curve name, scalar and X9.63 point in hexadecimal"},
+    {KeyFormat::Cose, "cose", true, true, true,
+     "COSE_Key EC2 (RFC 9052), CBOR: P-256, P-384, P-521, secp256k1"},
 };
 
 // Collects the pieces of one text output; the text goes to out only when every piece succeeded.
@@ -171,6 +174,11 @@ const FormatInfo s_formats[] = {
             return writePuttyKey(key, out, log, error);
         case KeyFormat::RawHex:
             return writeRawHex(key, writePrivate, out, log);
+        case KeyFormat::Cose:
+            if (ecckey::toCoseKey(key, writePrivate, nullptr, 0, false, out, log))
+                return true;
+            error = "a COSE key is on P-256, P-384, P-521 or secp256k1";
+            return false;
     }
     return false;
 }

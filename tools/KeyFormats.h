@@ -25,7 +25,8 @@ enum class KeyFormat {
     Ssh,
     OpenSsh,
     Ppk,
-    RawHex
+    RawHex,
+    Cose,
 };
 
 struct FormatInfo {

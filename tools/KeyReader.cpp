@@ -11,6 +11,7 @@
 #include "PuttyKey.h"
 #include "SshPrivateKey.h"
 #include "ecc/EccKey.h"
+#include "formats/CoseKey.h"
 #include "support/JsonObject.h"
 #include "support/LogBase.h"
 #include "support/PemLabels.h"
@@ -485,7 +486,12 @@ bool loadKey(const DataBuffer &content, EccKey &key, LogBase &log, std::string &
         loaded = loadText(text.getString(), key, log, error, used);
     else if (content.getSize() > 0 && content[0] == 0x30)
         loaded = loadDer(content, key, log, error, used);
-    else {
+    else if (content.getSize() > 0 && (content[0] & 0xe0) == 0xa0) {  // a CBOR map
+        used.format = "COSE_Key";
+        loaded = ecckey::loadCoseKey(key, content, log);
+        if (!loaded)
+            error = "the COSE key does not load (EC2 on P-256, P-384, P-521 or secp256k1, y not compressed)";
+    } else {
         error = kUnrecognisedFormat;
         loaded = false;
     }

@@ -1,5 +1,6 @@
 // ecckey against Node's `jose`: JWK thumbprints and their URIs on the four curves with a JWK name, keys with
-// a leading zero byte in x or in y included; compact JWS both ways, and the tokens ecckey must refuse. Exit 77 (skipped) when jose is not installed.
+// a leading zero byte in x or in y included; compact JWS both ways, and the tokens ecckey must refuse;
+// COSE_Key both ways through cbor-x, compared with the keys' JWKs. Exit 77 (skipped) when jose is not installed.
 // usage: node jose_interop_test.mjs ECCKEY WORKDIR NODE_PREFIX
 import { createRequire } from "module";
 import { execFileSync, spawnSync } from "child_process";
@@ -7,17 +8,20 @@ import crypto from "crypto";
 import fs from "fs";
 
 const [ecckey, work, prefix] = process.argv.slice(2);
-let jose;
+let jose, cbor;
 try {
   jose = createRequire(prefix + "/")("jose");
+  const { Encoder } = createRequire(prefix + "/")("cbor-x");
+  cbor = new Encoder({ mapsAsObjects: false, useRecords: false, tagUint8Array: false });
 } catch {
-  console.log(`SKIP: jose is not installed in ${prefix} (make deps installs it)`);
+  console.log(`SKIP: jose or cbor-x is not installed in ${prefix} (make deps installs it)`);
   process.exit(77);
 }
 fs.mkdirSync(work, { recursive: true });
 const run = (...args) => execFileSync(ecckey, args, { encoding: "utf8" }).trim();
 const fail = (what) => { console.error(`FAIL: ${what}`); process.exit(1); };
 const ALGS = { "P-256": "ES256", "P-384": "ES384", "P-521": "ES512", secp256k1: "ES256K" };
+const COSE_CRV = { "P-256": 1, "P-384": 2, "P-521": 3, secp256k1: 8 };
 const verdict = (...args) => spawnSync(ecckey, ["verify", ...args], { encoding: "utf8" });
 const CURVES = { "P-256": "prime256v1", "P-384": "secp384r1", "P-521": "secp521r1", secp256k1: "secp256k1" };
 
@@ -63,6 +67,14 @@ for (const [crv, curve] of Object.entries(CURVES)) {
       fs.writeFileSync(`${work}/token`, text);
       if (verdict(file, "--sig", `${work}/token`, ...extra).status !== want) fail(`${crv}: ${text} ${extra}: not ${want}`);
     }
+    // COSE: ecckey's key as cbor-x reads it is the JWK's; the JWK as cbor-x writes it is ecckey's key.
+    const cose = cbor.decode(execFileSync(ecckey, ["convert", file, "--format", "cose"]));
+    const b = (v) => Buffer.from(v, "base64url");
+    const want2 = [[1, 2], [-1, COSE_CRV[crv]], [-2, b(jwk.x)], [-3, b(jwk.y)], [-4, b(jwk.d)]];
+    if (want2.some(([k, v]) => !Buffer.from(Buffer.isBuffer(v) ? v : [v]).equals(Buffer.from(Buffer.isBuffer(v) ? cose.get(k) : [cose.get(k)]))))
+      fail(`${crv}: cbor-x reads another COSE key`);
+    fs.writeFileSync(`${work}/k.cose`, cbor.encode(new Map(want2)));
+    if (JSON.parse(run("convert", `${work}/k.cose`, "--format", "jwk")).d !== jwk.d) fail(`${crv}: cbor-x's COSE key`);
     files.push(file);
     thumbprints.push(want);
     rows++;
@@ -76,4 +88,4 @@ run("gen", "brainpoolP256r1", "-o", `${work}/bp.pem`, "--force");
 const refused = spawnSync(ecckey, ["fingerprint", `${work}/bp.pem`, "--jwk"], { encoding: "utf8" });
 if (refused.status !== 2 || !refused.stderr.startsWith("ecckey: no JWK thumbprint for brainpoolp256r1 (P-256, P-384"))
   fail(`brainpool thumbprint: ${refused.status} ${refused.stderr}`);
-console.log(`jose: ${rows} thumbprints, URIs and JWS both ways match; ${4 * rows} JWS verdicts right`);
+console.log(`jose: ${rows} thumbprints, URIs and JWS both ways and COSE both ways match; ${4 * rows} JWS verdicts right`);
