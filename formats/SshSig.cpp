@@ -26,12 +26,11 @@ const char *hashName(int hashAlg) {
 
 // The hash SSH signs with on the curve (RFC 5656 6.2.1), or 0 for a curve SSH signatures do not take.
 int curveHash(const EccKey &key) {
-    const int byteLen = key.m_curve.m_byteLen;
     if (key.m_curve.m_name.equals("secp256r1"))
         return HASH_SHA256;
     if (key.m_curve.m_name.equals("secp384r1"))
         return HASH_SHA384;
-    return key.m_curve.m_name.equals("secp521r1") && byteLen == 66 ? HASH_SHA512 : 0;
+    return key.m_curve.m_name.equals("secp521r1") ? HASH_SHA512 : 0;
 }
 
 // The curve's digest of "SSHSIG" || string namespace || string "" || string hash || string H(message).
