@@ -15,6 +15,9 @@
 #include <algorithm>
 #include <cstring>
 
+#include "formats/CoseKey.h"
+#include "formats/EcdhKdf.h"
+#include "formats/JwkThumbprint.h"
 #include "support/Oracle.h"
 #include "support/PublicKey.h"
 #include "support/SshMessage.h"
@@ -293,6 +296,19 @@ const Row kRows[] = {
     // Loaders that took the private bytes and then refused a compressed point.
     {"DerCompressedPoint", false,
      [](Hygiene &t) { return !t.loadsDer(t.spoilt(false)) && !t.loadsDer(t.spoilt(true)); }},
+    // COSE keys written and read back on the four curves that have them; a key derived from the shared x.
+    {"CoseAndKdf", false,
+     [](Hygiene &t) {
+         EccKey peer, back;
+         DataBuffer cose, shared, derived;
+         const bool named = registeredJwkCurve(*t.key) != nullptr;
+         const EcdhKdfParams hkdf{EcdhKdfKind::Hkdf, HASH_SHA256, 42, nullptr, nullptr};
+         const bool ok = toCoseKey(*t.key, true, nullptr, 0, true, cose, t.log) == named &&
+                         (!named || loadCoseKey(back, cose, t.log)) && t.load(peer) &&
+                         agreeAndDerive(*t.key, peer, hkdf, derived, t.log) &&
+                         t.key->sharedSecretChecked(peer, shared, t.log);
+         return t.keep(ok, kShared, shared);
+     }},
     {"Raw", false,
      [](Hygiene &t) {
          DataBuffer raw;  // the caller's: marked as a careful caller would
