@@ -1,5 +1,6 @@
 // ecckey gen, pub and convert: making keys and writing them in another form.
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -10,7 +11,9 @@
 #include "KeyReader.h"
 #include "Session.h"
 #include "ecc/EccKey.h"
+#include "formats/CoseKey.h"
 #include "formats/JwkMembers.h"
+#include "formats/JwsAlgorithm.h"
 #include "support/LogBase.h"
 #include "support/Prng.h"
 
@@ -31,15 +34,30 @@ const FormatInfo *formatOption(const ArgList &args, const char *defaultName, std
     return format;
 }
 
-// --set-kid (an ID, or the word thumbprint), --alg and --use, which only a JWK can carry.
+// --set-kid (an ID, or the word thumbprint), --alg and --use, which a JWK can carry; a COSE key takes an ID
+// and --alg.
 [[nodiscard]] bool jwkExtras(const ArgList &args, const FormatInfo &format, ecckey::JwkExtras &extras) {
     const char *kid = args.value("--set-kid");
     extras.kidIsThumbprint = kid != nullptr && std::string(kid) == "thumbprint";
     extras.kid = extras.kidIsThumbprint ? nullptr : kid;
     extras.alg = args.value("--alg");
     extras.use = args.value("--use");
+    if (format.format == KeyFormat::Cose)
+        return !extras.kidIsThumbprint && extras.use == nullptr;
     return (kid == nullptr && extras.alg == nullptr && extras.use == nullptr) ||
-           std::string(format.name) == "jwk";
+           format.format == KeyFormat::Jwk;
+}
+
+// A COSE key with the kid (the ID's bytes) and alg (the key's own ES algorithm) asked for.
+[[nodiscard]] bool writeCoseWithExtras(ecckey::EccKey &key, bool writePrivate,
+                                       const ecckey::JwkExtras &extras, ecckey::DataBuffer &out,
+                                       ecckey::LogBase &log) {
+    const ecckey::JwsAlgorithm *own = ecckey::jwsAlgorithmOfKey(key);
+    if (extras.alg != nullptr && (own == nullptr || ecckey::jwsAlgorithmByName(extras.alg) != own))
+        return false;
+    return ecckey::toCoseKey(key, writePrivate, reinterpret_cast<const unsigned char *>(extras.kid),
+                             extras.kid ? (unsigned)std::strlen(extras.kid) : 0, extras.alg != nullptr, out,
+                             log);
 }
 
 // Adds the JWK members asked for to the JWK text in out.
@@ -78,13 +96,20 @@ int writeKeyOutput(Session &session, ecckey::EccKey &key, const FormatInfo &form
     std::string error;
     ecckey::JwkExtras extras;
     if (!jwkExtras(args, format, extras))
-        return usageError("--set-kid, --alg and --use go with --format jwk");
+        return usageError("--set-kid, --alg and --use go with --format jwk (cose: --set-kid ID and --alg)");
     unsigned long iterations = kDefaultIterations;
     if (!passoutIterations(args, iterations, error))
         return usageError(error.c_str());
-    if (!writeKey(key, format, writePrivate, out, session.log(), error, args.value("--passout"), iterations))
+    // (--passout goes to writeKey, which refuses it for every format but pem and der.)
+    if (format.format == KeyFormat::Cose && (extras.kid != nullptr || extras.alg != nullptr) &&
+        !args.has("--passout")) {
+        if (!writeCoseWithExtras(key, writePrivate, extras, out, session.log()))
+            return session.fail(
+                "cannot write the COSE key (P-256, P-384, P-521 and secp256k1; --alg: the key's own)");
+    } else if (!writeKey(key, format, writePrivate, out, session.log(), error, args.value("--passout"),
+                         iterations)) {
         return session.fail(error);
-    if (!addExtras(key, extras, out, session.log()))
+    } else if (!addExtras(key, extras, out, session.log()))
         return session.fail(
             "cannot add the JWK members (--set-kid thumbprint: P-256, P-384, P-521 and "
             "secp256k1; --alg ES*: the key's own)");

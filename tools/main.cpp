@@ -113,7 +113,7 @@ const OptionHelp s_optionHelp[] = {
     {"--md5", "", "the MD5 fingerprint, as 'ssh-keygen -E md5' prints it"},
     {"--jwk", "", "the RFC 7638 JWK thumbprint (base64url of a SHA-256)"},
     {"--uri", "", "the RFC 9278 thumbprint URI, urn:ietf:params:oauth:jwk-thumbprint:sha-256:..."},
-    {"--set-kid", "ID", "jwk: write \"kid\" ID; the word thumbprint writes the key's RFC 7638 thumbprint"},
+    {"--set-kid", "ID", "jwk: write \"kid\" ID (thumbprint: the RFC 7638 thumbprint); cose: kid, ID's bytes"},
     {"--alg", "A", "the JOSE algorithm: ES256 P-256, ES384 P-384, ES512 P-521, ES256K secp256k1 (jwk: any)"},
     {"--use", "U", "jwk: write \"use\" U (sig or enc)"},
     {"-o", "FILE", "write to FILE, not standard output; a private key or secret gets mode 0600"},

@@ -21,6 +21,7 @@ fs.mkdirSync(work, { recursive: true });
 const run = (...args) => execFileSync(ecckey, args, { encoding: "utf8" }).trim();
 const fail = (what) => { console.error(`FAIL: ${what}`); process.exit(1); };
 const ALGS = { "P-256": "ES256", "P-384": "ES384", "P-521": "ES512", secp256k1: "ES256K" };
+const COSE_ALG = { ES256: -7, ES384: -35, ES512: -36, ES256K: -47 };
 const COSE_CRV = { "P-256": 1, "P-384": 2, "P-521": 3, secp256k1: 8 };
 const verdict = (...args) => spawnSync(ecckey, ["verify", ...args], { encoding: "utf8" });
 const CURVES = { "P-256": "prime256v1", "P-384": "secp384r1", "P-521": "secp521r1", secp256k1: "secp256k1" };
@@ -73,6 +74,8 @@ for (const [crv, curve] of Object.entries(CURVES)) {
     const want2 = [[1, 2], [-1, COSE_CRV[crv]], [-2, b(jwk.x)], [-3, b(jwk.y)], [-4, b(jwk.d)]];
     if (want2.some(([k, v]) => !Buffer.from(Buffer.isBuffer(v) ? v : [v]).equals(Buffer.from(Buffer.isBuffer(v) ? cose.get(k) : [cose.get(k)]))))
       fail(`${crv}: cbor-x reads another COSE key`);
+    const tagged = cbor.decode(execFileSync(ecckey, ["pub", file, "--format", "cose", "--set-kid", crv, "--alg", alg]));
+    if (Buffer.from(tagged.get(2)).toString() !== crv || tagged.get(3) !== COSE_ALG[alg] || tagged.has(-4)) fail(`${crv}: COSE kid, alg`);
     fs.writeFileSync(`${work}/k.cose`, cbor.encode(new Map(want2)));
     if (JSON.parse(run("convert", `${work}/k.cose`, "--format", "jwk")).d !== jwk.d) fail(`${crv}: cbor-x's COSE key`);
     files.push(file);
