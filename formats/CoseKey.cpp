@@ -95,6 +95,40 @@ cbor_item_t *bytesItem(const unsigned char *p, unsigned len, unsigned char **sto
     return item;
 }
 
+// libcbor's loader allocates an array or map for the count its header claims before it reads a member, so
+// nine hostile bytes could ask for gigabytes. A pass with the streaming decoder first: every count must fit
+// in the bytes that are left (each member takes at least one), and the input must be whole items.
+struct CountCheck {
+    size_t left = 0;
+    bool fits = true;
+};
+
+void checkArray(void *context, size_t count) {
+    CountCheck &check = *static_cast<CountCheck *>(context);
+    check.fits = check.fits && count <= check.left;
+}
+
+void checkMap(void *context, size_t count) {
+    CountCheck &check = *static_cast<CountCheck *>(context);
+    check.fits = check.fits && count <= check.left / 2;
+}
+
+[[nodiscard]] bool countsFitInput(const DataBuffer &cbor) {
+    struct cbor_callbacks callbacks = cbor_empty_callbacks;
+    callbacks.array_start = checkArray;
+    callbacks.map_start = checkMap;
+    CountCheck check;
+    for (size_t at = 0; at < cbor.getSize() && check.fits;) {
+        check.left = cbor.getSize() - at;
+        const struct cbor_decoder_result step =
+            cbor_stream_decode(cbor.getData2() + at, cbor.getSize() - at, &callbacks, &check);
+        if (step.status != CBOR_DECODER_FINISHED || step.read == 0)
+            return false;
+        at += step.read;
+    }
+    return check.fits && cbor.getSize() > 0;
+}
+
 }  // namespace
 
 bool toCoseKey(EccKey &key, bool writePrivate, const unsigned char *kid, unsigned kidLen, bool withAlg,
@@ -144,7 +178,7 @@ bool loadCoseKey(EccKey &key, const DataBuffer &cbor, LogBase &log) {
     LogContextExitor ctx(log, "loadCoseKey");
     key.clearEccKey();
     struct cbor_load_result result;
-    ItemRef root(cbor_load(cbor.getData2(), cbor.getSize(), &result));
+    ItemRef root(countsFitInput(cbor) ? cbor_load(cbor.getData2(), cbor.getSize(), &result) : nullptr);
     if (root.item == nullptr || result.read != cbor.getSize() || !cbor_isa_map(root.item) ||
         !cbor_map_is_definite(root.item)) {
         log.logError("Not a COSE EC2 key.");
