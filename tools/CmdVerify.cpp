@@ -147,7 +147,8 @@ int cmdVerify(int argc, char **argv) {
     }
     // Neither --in nor --hash: the signature file holds a compact JWS with its payload.
     if (!args.has("--in") && !args.has("--hash"))
-        return verifyJws(session, key, args);
+        return args.has("--digest") ? usageError("a JWS names its own hash; --digest goes with --in")
+                                    : verifyJws(session, key, args);
     if (args.has("--alg"))
         return usageError("--alg goes with a JWS (no --in or --hash)");
     ecckey::DataBuffer hash;
