@@ -53,6 +53,13 @@ class EccCurve {
     // secp256k1 engine (ecc/secp256k1/) or to the generic arithmetic (ecc/arith/).
     [[nodiscard]] bool isSecp256k1() const;
 
+    // Whether the big-endian scalar d[0..len) as written is in [1, n-1], judged on the bytes before any
+    // conversion or reduction: a scalar longer than m_byteLen is refused whatever its value, so no loader
+    // hands LibTomMath an integer longer than the curve, except for one leading zero byte (SSH's mpint and
+    // DER's INTEGER need it before a top bit that is set, and puttygen writes it in SEC 1 too). Constant
+    // time in the value of d; its length is public. False for an empty record.
+    [[nodiscard]] bool scalarBytesInRange(const unsigned char *d, unsigned len) const;
+
     // SSH key-type name for the curve's OID ("ecdsa-sha2-nistp256", ...). Logs "Unsupported ecdsa curve."
     // for a record without a catalogue OID.
     [[nodiscard]] bool getPpkType(StringBuffer &out, LogBase &log) const;

@@ -6,9 +6,15 @@
 // curve, a key whose parts name two curves is refused, the point must have the curve's length, and the
 // key must pass checkPublicKey or checkPrivateKey. Values are compared as integers: field elements written
 // shorter than the field (as the module's own explicit form writes secp256k1's a and b) are accepted.
+//
+// Before loadEccDer sees a byte, the DER is walked without building a tree: a key has a few dozen elements
+// and no value longer than a point, so more elements than its length allows for, or a longer value, is
+// refused before LibTomMath converts it (converting n bytes takes time in n^2). The scalar d is judged as
+// written, before loadEccDer reduces it modulo n.
 #include "ecc/EccKey.h"
 #include "ecc/EccMessages.h"
 #include "support/Asn1.h"
+#include "support/DerReader.h"
 #include "support/LogBase.h"
 #include "support/Owners.h"
 #include "support/TovarMp.h"
@@ -18,6 +24,39 @@ namespace ecckey {
 namespace {
 
 const char *const kOidPrimeField = "1.2.840.10045.1.1";
+// The longest value in a key: an uncompressed P-521 point in a BIT STRING (1 + 1 + 2 x 66 bytes).
+const unsigned kMaxValueLen = 134;
+// Elements a DER key of len bytes may hold: 16 + len / 8. The richest key, PKCS #8 with explicit
+// parameters and its point, has about 30 in some 400 bytes.
+unsigned elementBudget(unsigned len) {
+    return 16 + len / 8;
+}
+
+// Walks the DER elements of bytes[0..len) and counts them against budget. A primitive value longer than
+// kMaxValueLen is allowed only as an OCTET STRING that is DER itself (PKCS #8's wrapped ECPrivateKey), which
+// is walked in turn and must then read whole (loadEccDer would convert it as a value). False at the first
+// element over the budget or value too long; DER that does not read elsewhere passes (loadEccDer then
+// says why).
+[[nodiscard]] bool withinBudget(const unsigned char *bytes, unsigned len, int depth, bool wrapped,
+                                unsigned &budget) {
+    for (unsigned pos = 0; pos < len;) {
+        DerHeader hdr;
+        if (depth > DerReader::kMaxDepth || budget == 0 ||
+            !DerReader::readHeader(bytes + pos, len - pos, hdr))
+            return budget > 0 && !wrapped;
+        --budget;
+        const unsigned char *content = bytes + pos + hdr.headerLen;
+        const bool octets = hdr.tagClass == 0 && hdr.tag == _tvAsn1::TAG_OCTET_STRING;
+        if (hdr.constructed || (octets && hdr.contentLen > kMaxValueLen)) {
+            if (!withinBudget(content, hdr.contentLen, depth + 1, wrapped || octets, budget))
+                return false;
+        } else if (hdr.contentLen > kMaxValueLen) {
+            return false;
+        }
+        pos += hdr.headerLen + hdr.contentLen;
+    }
+    return true;
+}
 
 _tvAsn1 *part(const _tvAsn1 *node, int index) {
     return node ? node->getAsnPart(index) : nullptr;
@@ -118,8 +157,16 @@ struct CurveValues {
     return false;
 }
 
-// The [0] parameters and [1] public key of an ECPrivateKey, in whichever wrappers hold them.
+// The [0] parameters and [1] public key of an ECPrivateKey, in whichever wrappers hold them, and its d as
+// written: 0, n or more, or longer than the curve would have been reduced silently by the loader.
 [[nodiscard]] bool ecPrivateKeyMatches(const _tvAsn1 *root, const EccCurve &curve, LogBase &log) {
+    DataBuffer d;
+    d.setSensitive();
+    const _tvAsn1 *octets = part(root, 1);
+    if (!octets || !octets->getAsnContent(d) || !curve.scalarBytesInRange(d.getData2(), d.getSize())) {
+        log.logError("The private scalar as written is not in [1, n-1].");
+        return false;
+    }
     for (int i = 2; i < root->numAsnParts(); ++i) {
         const _tvAsn1 *child = part(part(root, i), 0);
         if (child && (child->isOid() || child->isSequence()) && !paramsMatch(child, curve, log))
@@ -155,6 +202,12 @@ struct CurveValues {
 
 bool EccKey::loadEccDerChecked(DataBuffer &der, LogBase &log) {
     LogContextExitor ctx(log, "loadEccDerChecked");
+    unsigned budget = elementBudget(der.getSize());
+    if (!withinBudget(der.getData2(), der.getSize(), 1, false, budget)) {
+        clearEccKey();
+        log.logError("The DER key has more elements, or a longer value, than a key can have.");
+        return false;
+    }
     // loadEccDer keeps what it had loaded before a failing step; a refusal here leaves nothing behind.
     if (!loadEccDer(der, log)) {
         clearEccKey();

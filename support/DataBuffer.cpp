@@ -4,6 +4,7 @@
 #include <cstring>
 #include <limits>
 
+#include "support/ConstantTime.h"
 #include "support/StringBuffer.h"
 #include "support/Wipe.h"
 
@@ -11,58 +12,87 @@ namespace ecckey {
 
 namespace {
 
-const char kBase64[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-const char kBase64Url[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";
-
-int hexValue(char c) {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
+// The alphabets below are computed, not looked up, and without a branch on the character or value: the
+// bytes are often a key's. A mask m(lo, hi) is all ones when lo <= c <= hi: both differences are then
+// negative, and their high bits survive the AND.
+unsigned inRange(unsigned c, unsigned lo, unsigned hi) {
+    return ct::opaque(((lo - 1 - c) & (c - hi - 1)) >> 8);
 }
 
-int base64Value(char c, bool url) {
-    if (c >= 'A' && c <= 'Z')
-        return c - 'A';
-    if (c >= 'a' && c <= 'z')
-        return c - 'a' + 26;
-    if (c >= '0' && c <= '9')
-        return c - '0' + 52;
-    if (!url && c == '+')
-        return 62;
-    if (!url && c == '/')
-        return 63;
-    if (url && c == '-')
-        return 62;
-    if (url && c == '_')
-        return 63;
-    return -1;
+// -1 for a character outside the alphabet (a verdict: a key never holds one).
+int hexValue(char ch) {
+    const unsigned c = (unsigned char)ch;
+    const unsigned v = (inRange(c, '0', '9') & (c - '0' + 1)) | (inRange(c, 'a', 'f') & (c - 'a' + 11)) |
+                       (inRange(c, 'A', 'F') & (c - 'A' + 11));
+    return (int)(v & 0xFF) - 1;
 }
 
-[[nodiscard]] bool isSpace(char c) {
-    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+int base64Value(char ch, bool url) {
+    const unsigned c = (unsigned char)ch;
+    const unsigned v = (inRange(c, 'A', 'Z') & (c - 'A' + 1)) | (inRange(c, 'a', 'z') & (c - 'a' + 27)) |
+                       (inRange(c, '0', '9') & (c - '0' + 53)) |
+                       (inRange(c, url ? '-' : '+', url ? '-' : '+') & 63) |
+                       (inRange(c, url ? '_' : '/', url ? '_' : '/') & 64);
+    return (int)(v & 0xFF) - 1;
+}
+
+// The digit of a 4-bit value: '0' + v, moved up to the letters for v > 9 (by 7 to 'A', by 39 to 'a').
+char hexDigit(unsigned v, bool lower) {
+    return (char)(v + '0' + (ct::opaque((9u - v) >> 8) & (lower ? 39u : 7u)));
+}
+
+// The character of a 6-bit value: 'A' + v, moved on at each range boundary (26: to 'a', 52: to '0', 62
+// and 63: to "+/" or "-_").
+char base64Char(unsigned v, bool url) {
+    unsigned c = v + 'A';
+    c += ct::opaque((25u - v) >> 8) & 6u;
+    c -= ct::opaque((51u - v) >> 8) & 75u;
+    c -= ct::opaque((61u - v) >> 8) & (url ? 13u : 15u);
+    c += ct::opaque((62u - v) >> 8) & (url ? 49u : 3u);
+    return (char)c;
+}
+
+// Whether a character is a space, padding or outside the alphabet is made public: in a key's text they
+// stand where the layout puts them (line ends, the final '='), not where its value does.
+// 1 when x == y, for x and y below 2^31, with no branch: only 0 - 1 sets the top bit.
+unsigned equal(unsigned x, unsigned y) {
+    return ((x ^ y) - 1u) >> 31;
+}
+
+[[nodiscard]] bool isSpace(char ch) {
+    const unsigned c = (unsigned char)ch;
+    return ct::declassified(equal(c, ' ') | equal(c, '\t') | equal(c, '\r') | equal(c, '\n'));
+}
+
+[[nodiscard]] bool isPad(char ch) {
+    return ct::declassified(equal((unsigned char)ch, '='));
+}
+
+[[nodiscard]] bool isEnd(char ch) {
+    return ct::declassified(equal((unsigned char)ch, 0));
+}
+
+[[nodiscard]] bool isOutside(int v) {
+    return ct::declassified(v < 0);
 }
 
 [[nodiscard]] bool decodeHex(const char *text, DataBuffer &out) {
-    int hi = -1;
-    for (const char *p = text; *p; ++p) {
+    int hi = 0;
+    bool haveHigh = false;
+    for (const char *p = text; !isEnd(*p); ++p) {
         if (isSpace(*p))
             continue;
         int v = hexValue(*p);
-        if (v < 0)
+        if (isOutside(v))
             return false;
-        if (hi < 0) {
+        if (!haveHigh) {
             hi = v;
-        } else {
-            if (!out.appendChar((unsigned char)(hi << 4 | v)))
-                return false;
-            hi = -1;
+        } else if (!out.appendChar((unsigned char)(hi << 4 | v))) {
+            return false;
         }
+        haveHigh = !haveHigh;
     }
-    return hi < 0;
+    return !haveHigh;
 }
 
 // Standard base64 requires padding to a multiple of four; base64url takes none (but tolerates it).
@@ -71,17 +101,17 @@ int base64Value(char c, bool url) {
     int bits = 0;
     unsigned numChars = 0;
     unsigned numPad = 0;
-    for (const char *p = text; *p; ++p) {
+    for (const char *p = text; !isEnd(*p); ++p) {
         if (isSpace(*p))
             continue;
-        if (*p == '=') {
+        if (isPad(*p)) {
             ++numPad;
             continue;
         }
         if (numPad)
             return false;  // data after padding
         int v = base64Value(*p, url);
-        if (v < 0)
+        if (isOutside(v))
             return false;
         ++numChars;
         acc = (acc << 6) | (unsigned)v;
@@ -95,8 +125,8 @@ int base64Value(char c, bool url) {
     }
     if (numChars % 4 == 1)
         return false;
-    if (acc != 0)
-        return false;  // non-canonical trailing bits
+    if (ct::declassified(acc != 0))
+        return false;  // non-canonical trailing bits: a verdict
     if (numPad > 2)
         return false;
     if (!url && (numChars + numPad) % 4 != 0)
@@ -107,29 +137,26 @@ int base64Value(char c, bool url) {
 }
 
 [[nodiscard]] bool encodeBase64(const unsigned char *b, unsigned n, bool url, StringBuffer &out) {
-    const char *alphabet = url ? kBase64Url : kBase64;
     char quad[5] = {0, 0, 0, 0, 0};
     unsigned i = 0;
     for (; i + 3 <= n; i += 3) {
         unsigned v = (unsigned)b[i] << 16 | (unsigned)b[i + 1] << 8 | b[i + 2];
-        quad[0] = alphabet[v >> 18];
-        quad[1] = alphabet[(v >> 12) & 63];
-        quad[2] = alphabet[(v >> 6) & 63];
-        quad[3] = alphabet[v & 63];
-        if (!out.append(quad))
+        quad[0] = base64Char(v >> 18, url);
+        quad[1] = base64Char((v >> 12) & 63, url);
+        quad[2] = base64Char((v >> 6) & 63, url);
+        quad[3] = base64Char(v & 63, url);
+        if (!out.append(quad, 4))
             return false;
     }
     unsigned rest = n - i;
     if (rest == 0)
         return true;
     unsigned v = (unsigned)b[i] << 16 | (rest == 2 ? (unsigned)b[i + 1] << 8 : 0);
-    quad[0] = alphabet[v >> 18];
-    quad[1] = alphabet[(v >> 12) & 63];
-    quad[2] = rest == 2 ? alphabet[(v >> 6) & 63] : '=';
+    quad[0] = base64Char(v >> 18, url);
+    quad[1] = base64Char((v >> 12) & 63, url);
+    quad[2] = rest == 2 ? base64Char((v >> 6) & 63, url) : '=';
     quad[3] = '=';
-    if (url)
-        quad[rest == 2 ? 3 : 2] = 0;
-    return out.append(quad);
+    return out.append(quad, url ? rest + 1 : 4);
 }
 
 }  // namespace
@@ -319,12 +346,11 @@ bool DataBuffer::encodeDB(const char *encoding, StringBuffer &out) const {
     if (!encoding)
         return false;
     if (std::strcmp(encoding, "hex") == 0) {
-        static const char digits[] = "0123456789ABCDEF";
         char pair[3] = {0, 0, 0};
         for (unsigned i = 0; i < m_size; ++i) {
-            pair[0] = digits[m_data[i] >> 4];
-            pair[1] = digits[m_data[i] & 15];
-            if (!out.append(pair))
+            pair[0] = hexDigit(m_data[i] >> 4, false);
+            pair[1] = hexDigit(m_data[i] & 15, false);
+            if (!out.append(pair, 2))
                 return false;
         }
         return true;
@@ -356,13 +382,12 @@ bool DataBuffer::appendEncoded(const char *text, const char *encoding) {
 }
 
 bool DataBuffer::toHexString2(const unsigned char *bytes, unsigned count, bool separate, StringBuffer &out) {
-    static const char digits[] = "0123456789abcdef";
     char pair[4] = {0, 0, 0, 0};
     for (unsigned i = 0; i < count; ++i) {
-        pair[0] = digits[bytes[i] >> 4];
-        pair[1] = digits[bytes[i] & 15];
-        pair[2] = (separate && i + 1 < count) ? ':' : 0;
-        if (!out.append(pair))
+        pair[0] = hexDigit(bytes[i] >> 4, true);
+        pair[1] = hexDigit(bytes[i] & 15, true);
+        pair[2] = ':';
+        if (!out.append(pair, separate && i + 1 < count ? 3 : 2))
             return false;
     }
     return true;

@@ -1,6 +1,9 @@
 // The collaborator services under the key code, each against OpenSSL: big-integer steps, text codecs,
 // buffers and the DER writer.
+#include <numeric>
+
 #include <openssl/asn1.h>
+#include <openssl/evp.h>
 #include <openssl/objects.h>
 
 #include "support/Asn1.h"
@@ -117,6 +120,34 @@ TEST(Support, TextCodecEdges) {
     ASSERT_TRUE(_tvHash::doHash(nullptr, 0, HASH_SHA256, digest));
     EXPECT_EQ(toBytes(digest), digestOf("SHA256", {}));
     EXPECT_FALSE(_tvHash::doHash("x", 1, 999, digest));  // an unknown algorithm
+    // The Wycheproof runner's SHAKE digests have the vectors' lengths (FIPS 202's empty-message values).
+    EXPECT_EQ(digestOf("SHAKE128", {}),
+              unhex("7F9C2BA4E88F827D616045507605853ED73B8093F6EFBC88EB1A6EACFA66EF26"));
+    EXPECT_EQ(digestOf("SHAKE256", {}),
+              unhex("46B9DD2B0BA88D13233B3FEB743EEB243FCD52EA62B81B82B50C27646ED5762F"
+                    "D75DC4DDD8C0F200CB05019D67B592F6FC821C49479AB48640292EACB3B7C4BE"));
+}
+
+// Every byte value through the computed hex and base64 alphabets, against OpenSSL's base64 and printf's hex,
+// and back.
+TEST(Support, EveryByteEncodesAsOpenSslAndPrintfDo) {
+    Bytes all(256);
+    std::iota(all.begin(), all.end(), 0);
+    std::string base64(344, '\0'), hex, url;
+    base64.resize((size_t)EVP_EncodeBlock((unsigned char *)&base64[0], all.data(), 256));
+    char pair[3];
+    for (unsigned char b : all)
+        hex += (std::snprintf(pair, sizeof pair, "%02X", b), pair);
+    for (char c : base64.substr(0, 342))
+        url += c == '+' ? '-' : c == '/' ? '_' : c;
+    for (const auto &[encoding, want] :
+         {std::pair<const char *, std::string>{"hex", hex}, {"base64", base64}, {"base64url", url}}) {
+        StringBuffer text;
+        DataBuffer back;
+        EXPECT_TRUE(toDb(all).encodeDB(encoding, text) && text.getString() == want &&
+                    back.appendEncoded(want.c_str(), encoding) && toBytes(back) == all)
+            << encoding;
+    }
 }
 
 // An OID's first subidentifier packs two arcs, split at 40 and 80: each boundary prints as OpenSSL prints

@@ -104,7 +104,8 @@ TEST_P(Safe, DeterministicSignaturesRepeatAndVerify) {
 INSTANTIATE_TEST_SUITE_P(AllCurves, Safe, ::testing::ValuesIn(allCurves()), curveParamName);
 
 // On the four curves whose explicit form the loader reads, a change in any one field of OpenSSL's explicit
-// parameters, which loadEccDer does not notice, is refused with that field's message.
+// parameters (the field type, p, a, b, G, n, h), which loadEccDer does not notice, is refused with that
+// field's message.
 TEST(CheckedDer, RefusesExplicitParametersThatDifferInAnyField) {
     TestPrng prng(testSeed());
     for (const CurveInfo &c : allCurves()) {
@@ -117,6 +118,7 @@ TEST(CheckedDer, RefusesExplicitParametersThatDifferInAnyField) {
         ASSERT_TRUE(curve.loadCurveByName(c.name, log) && curve.getCoefficientA(a));
         // The fields in their DER order, each searched for after the one before.
         const std::pair<std::string, Bytes> fields[] = {
+            {"field", {0x2A, 0x86, 0x48, 0xCE, 0x3D, 0x01, 0x01}},  // prime-field, made 1.2.840.10045.1.3
             {"field", bytesOf(bnOfHex(curve.m_p.getString()).get(), c.byteLen)},
             {"coefficient a", bytesOf(bnOf(a).get(), c.byteLen)},
             {"coefficient b", bytesOf(bnOfHex(curve.m_b.getString()).get(), c.byteLen)},

@@ -51,19 +51,6 @@ enum class SigFormat { Der, Raw, Ssh, Jws, SshSig };
            line.appendChar('\n') && writeOutput(target, line, false, error);
 }
 
-// The HMAC hash of a deterministic signature: --digest for a file, else the digest of --hash's length as
-// given (before the hash is fitted to the curve).
-[[nodiscard]] bool deterministicHashAlg(const ArgList &args, int &hashAlg) {
-    const unsigned hashLen = args.has("--hash") ? (unsigned)std::strlen(args.value("--hash")) / 2 : 0;
-    if (args.has("--in"))
-        return digestByName(args.has("--digest") ? args.value("--digest") : "sha256", hashAlg);
-    for (const char *name : {"sha1", "sha224", "sha256", "sha384", "sha512"}) {
-        if (digestByName(name, hashAlg) && ecckey::_tvHash::hashLen(hashAlg) == hashLen)
-            return true;
-    }
-    return false;
-}
-
 // The compact JWS of the --in file's bytes, printed as one line (or written to -o).
 int signJws(Session &session, ecckey::EccKey &key, const ArgList &args) {
     std::string error;
@@ -142,8 +129,11 @@ int cmdSign(int argc, char **argv) {
         return signJws(session, key, args);
     if (sigFormat == SigFormat::SshSig)
         return signSshSig(session, key, args);
+    // The deterministic signer takes the whole hash and its digest, and fits it to the curve itself.
     ecckey::DataBuffer hash;
-    if (!messageHash(args, key.m_curve, hash, error))
+    int hashAlg = 0;
+    if (deterministic ? !digestedHash(args, hash, hashAlg, error)
+                      : !messageHash(args, key.m_curve, hash, error))
         return session.fail(error);
 
     ecckey::SystemPrng prng;
@@ -153,9 +143,6 @@ int cmdSign(int argc, char **argv) {
         return session.fail("out of memory");
     bool signedOk;
     if (deterministic) {
-        int hashAlg = 0;
-        if (!deterministicHashAlg(args, hashAlg))
-            return session.fail("--deterministic needs a hash of 20, 28, 32, 48 or 64 bytes");
         signedOk = key.eccSignHashDeterministic(hash.getData2(), hash.getSize(), hashAlg,
                                                 sigFormat == SigFormat::Der, sig, session.log());
     } else if (sigFormat == SigFormat::Ssh) {

@@ -69,7 +69,7 @@ namespace {
         return false;
     }
     ecckey::DataBuffer message;
-    if (!readInput(in, message, error))
+    if (!readInput(in, message, error, kMaxInputLen))  // a signed file may be large, unlike a key
         return false;
     if (!ecckey::_tvHash::doHash(message.getData2(), message.getSize(), hashAlg, hash)) {
         error = "cannot hash the input";
@@ -90,6 +90,20 @@ namespace {
 }
 
 }  // namespace
+
+bool digestedHash(const ArgList &args, ecckey::DataBuffer &hash, int &hashAlg, std::string &error) {
+    if (!readHash(args, hash, error))
+        return false;
+    if (args.has("--in"))
+        return digestByName(args.has("--digest") ? args.value("--digest") : "sha256", hashAlg);
+    for (const DigestName &digest : s_digests) {
+        hashAlg = digest.hashAlg;
+        if (ecckey::_tvHash::hashLen(hashAlg) == hash.getSize())
+            return true;
+    }
+    error = "--deterministic needs a hash of 20, 28, 32, 48 or 64 bytes";
+    return false;
+}
 
 bool messageHash(const ArgList &args, const ecckey::EccCurve &curve, ecckey::DataBuffer &hash,
                  std::string &error) {

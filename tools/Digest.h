@@ -29,4 +29,11 @@ class ArgList;
 [[nodiscard]] bool messageHash(const ArgList &args, const ecckey::EccCurve &curve, ecckey::DataBuffer &hash,
                                std::string &error);
 
+// The hash from the arguments as messageHash reads it, not fitted to any curve, with the digest it was
+// made with: --digest for --in, and for --hash the digest of its length. RFC 6979 needs both, whole (its
+// nonce is drawn from the whole hash; the signer then cuts it). False with a message in error, also for a
+// --hash whose length is no digest's.
+[[nodiscard]] bool digestedHash(const ArgList &args, ecckey::DataBuffer &hash, int &hashAlg,
+                                std::string &error);
+
 }  // namespace ecckey_cli

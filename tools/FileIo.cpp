@@ -5,8 +5,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <utility>
 #include <vector>
@@ -44,8 +44,14 @@ std::string describe(const char *what, const char *path) {
     return std::string(what) + " '" + path + "': " + std::strerror(errno);
 }
 
+std::string tooLarge(const char *path, unsigned long maxLen) {
+    return std::string("'") + path + "' is larger than " +
+           (maxLen == kMaxKeyFileLen ? "1 MiB, the most a key file may be" : "1 GiB");
+}
+
 // Reads fd to its end. The stack chunk is wiped after use: it held part of a key file.
-[[nodiscard]] bool readAll(int fd, const char *path, ecckey::DataBuffer &out, std::string &error) {
+[[nodiscard]] bool readAll(int fd, const char *path, unsigned long maxLen, ecckey::DataBuffer &out,
+                           std::string &error) {
     unsigned char chunk[4096];
     bool ok = true;
     for (;;) {
@@ -59,8 +65,8 @@ std::string describe(const char *what, const char *path) {
         }
         if (n == 0)
             break;
-        if (out.getSize() + (unsigned long)n > kMaxInputLen) {
-            error = std::string("'") + path + "' is too large";
+        if (out.getSize() + (unsigned long)n > maxLen) {
+            error = tooLarge(path, maxLen);
             ok = false;
             break;
         }
@@ -95,7 +101,79 @@ std::string describe(const char *what, const char *path) {
     return false;
 }
 
-// A device or pipe: written through, neither replaced nor truncated nor changed in mode.
+// The names that ask for a device or descriptor on purpose: written through, never replaced.
+[[nodiscard]] bool isNamedStream(const char *path) {
+    if (std::strcmp(path, "/dev/stdout") == 0 || std::strcmp(path, "/dev/stderr") == 0 ||
+        std::strcmp(path, "/dev/null") == 0)
+        return true;
+    const char *digits = path + std::strlen("/dev/fd/");
+    return std::strncmp(path, "/dev/fd/", 8) == 0 && *digits != '\0' &&
+           std::strspn(digits, "0123456789") == std::strlen(digits);
+}
+
+// The temporary file being written, removed by the handler of a signal that ends the run. A fixed buffer:
+// the handler may call only async-signal-safe functions.
+char s_temporaryPath[4096];
+volatile std::sig_atomic_t s_temporaryLive = 0;
+// The signals that end a run by default, SIGXFSZ (a write past `ulimit -f`) among them.
+const int kEndingSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGXFSZ};
+const std::size_t kNumEndingSignals = sizeof kEndingSignals / sizeof kEndingSignals[0];
+
+extern "C" void removeTemporaryAndDie(int signal) {
+    if (s_temporaryLive)
+        ::unlink(s_temporaryPath);
+    ::signal(signal, SIG_DFL);
+    ::raise(signal);
+}
+
+// Holds the handlers for the time a temporary file may exist; the previous ones come back on destruction.
+class TemporaryGuard {
+  public:
+    TemporaryGuard() {
+        struct sigaction action {};
+        action.sa_handler = removeTemporaryAndDie;
+        sigemptyset(&action.sa_mask);
+        // A signal the caller ignores (nohup, `trap '' XFSZ`) stays ignored: it ends nothing.
+        for (std::size_t i = 0; i < kNumEndingSignals; ++i) {
+            if (::sigaction(kEndingSignals[i], &action, &m_previous[i]) == 0 &&
+                m_previous[i].sa_handler == SIG_IGN)
+                ::sigaction(kEndingSignals[i], &m_previous[i], nullptr);
+        }
+    }
+    // mkostemp(3) on the template, mode 0600 from the start; from then on a signal removes the file. The
+    // signals wait meanwhile, so that none comes between the file's creation and its tracking.
+    int create(std::string &pathTemplate) {
+        if (pathTemplate.size() >= sizeof s_temporaryPath) {
+            errno = ENAMETOOLONG;
+            return -1;
+        }
+        sigset_t blocked;
+        sigset_t previous;
+        sigemptyset(&blocked);
+        for (int signal : kEndingSignals)
+            sigaddset(&blocked, signal);
+        ::sigprocmask(SIG_BLOCK, &blocked, &previous);
+        const int fd = ::mkostemp(&pathTemplate[0], O_CLOEXEC);
+        if (fd >= 0) {
+            std::memcpy(s_temporaryPath, pathTemplate.c_str(), pathTemplate.size() + 1);
+            s_temporaryLive = 1;
+        }
+        ::sigprocmask(SIG_SETMASK, &previous, nullptr);
+        return fd;
+    }
+    ~TemporaryGuard() {
+        s_temporaryLive = 0;
+        for (std::size_t i = 0; i < kNumEndingSignals; ++i)
+            ::sigaction(kEndingSignals[i], &m_previous[i], nullptr);
+    }
+    TemporaryGuard(const TemporaryGuard &) = delete;
+    TemporaryGuard &operator=(const TemporaryGuard &) = delete;
+
+  private:
+    struct sigaction m_previous[kNumEndingSignals];
+};
+
+// A device or pipe named on purpose: written through, neither replaced nor truncated nor changed in mode.
 [[nodiscard]] bool writeInPlace(const char *path, const ecckey::DataBuffer &bytes, std::string &error) {
     const int fd = ::open(path, O_WRONLY | O_CLOEXEC);
     if (fd < 0) {
@@ -141,7 +219,8 @@ std::string temporaryNameFor(const std::string &target) {
                                   const ecckey::DataBuffer &bytes, bool secret, bool replace,
                                   std::string &error) {
     std::string temporary = temporaryNameFor(target);
-    const int fd = ::mkostemp(&temporary[0], O_CLOEXEC);  // mode 0600 from the start
+    TemporaryGuard guard;
+    const int fd = guard.create(temporary);
     if (fd < 0) {
         error = describe(kCannotCreate, path);
         return false;
@@ -165,7 +244,7 @@ bool isStdio(const char *path) {
     return path == nullptr || std::strcmp(path, "-") == 0;
 }
 
-bool readInput(const char *path, ecckey::DataBuffer &out, std::string &error) {
+bool readInput(const char *path, ecckey::DataBuffer &out, std::string &error, unsigned long maxLen) {
     out.setSensitive();
     if (isStdio(path)) {
         if (s_inputsRead.standardInput) {
@@ -173,7 +252,10 @@ bool readInput(const char *path, ecckey::DataBuffer &out, std::string &error) {
             return false;
         }
         s_inputsRead.standardInput = true;
-        return readAll(STDIN_FILENO, kStandardInput, out, error);
+        struct stat info;
+        if (::fstat(STDIN_FILENO, &info) == 0 && S_ISREG(info.st_mode))
+            s_inputsRead.files.emplace_back(info.st_dev, info.st_ino);
+        return readAll(STDIN_FILENO, kStandardInput, maxLen, out, error);
     }
     const int fd = ::open(path, O_RDONLY | O_CLOEXEC);
     if (fd < 0) {
@@ -181,9 +263,15 @@ bool readInput(const char *path, ecckey::DataBuffer &out, std::string &error) {
         return false;
     }
     struct stat info;
-    if (::fstat(fd, &info) == 0)
+    const bool sized = ::fstat(fd, &info) == 0;
+    if (sized)
         s_inputsRead.files.emplace_back(info.st_dev, info.st_ino);
-    const bool ok = readAll(fd, path, out, error);
+    if (sized && S_ISREG(info.st_mode) && (unsigned long long)info.st_size > maxLen) {
+        error = tooLarge(path, maxLen);
+        ::close(fd);
+        return false;
+    }
+    const bool ok = readAll(fd, path, maxLen, out, error);
     ::close(fd);
     return ok;
 }
@@ -193,31 +281,32 @@ bool writeOutput(const OutputTarget &target, const ecckey::DataBuffer &bytes, bo
     const char *path = target.path;
     if (isStdio(path))
         return writeStandardOutput(bytes, error);
+    if (isNamedStream(path))
+        return writeInPlace(path, bytes, error);
     struct stat info;
-    if (::stat(path, &info) != 0) {
-        if (errno == ENOENT)  // a new file (or a dangling link, which only --force replaces)
-            return writeReplacing(path, path, bytes, secret, target.force, error);
+    if (::lstat(path, &info) != 0) {
+        if (errno == ENOENT)  // a new file
+            return writeReplacing(path, path, bytes, secret, false, error);
         error = describe(kCannotCreate, path);
         return false;
     }
-    if (wasRead(info)) {
+    struct stat followed;
+    if (wasRead(info) || (::stat(path, &followed) == 0 && wasRead(followed))) {
         error = std::string("'") + path + "' is an input of this command; write the output to another file";
         return false;
     }
-    if (!S_ISREG(info.st_mode))
-        return writeInPlace(path, bytes, error);
+    if (!S_ISREG(info.st_mode) && !S_ISLNK(info.st_mode)) {
+        error = std::string("'") + path +
+                "' is not a regular file; -o writes regular files only ('-o -' for "
+                "standard output)";
+        return false;
+    }
     if (!target.force) {
         error = std::string("'") + path + kExistsUseForce;
         return false;
     }
-    char *resolved = ::realpath(path, nullptr);
-    if (resolved == nullptr) {
-        error = describe("cannot resolve", path);
-        return false;
-    }
-    const std::string real(resolved);
-    std::free(resolved);
-    return writeReplacing(path, real, bytes, secret, true, error);
+    // rename(2) replaces the name: a symbolic link there is replaced, its target left alone.
+    return writeReplacing(path, path, bytes, secret, true, error);
 }
 
 }  // namespace ecckey_cli

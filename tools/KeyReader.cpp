@@ -6,6 +6,7 @@
 #include "CompressedPoint.h"
 #include "EncryptedKey.h"
 #include "FileIo.h"
+#include "KeyBounds.h"
 #include "Messages.h"
 #include "Passphrase.h"
 #include "PuttyKey.h"
@@ -189,17 +190,28 @@ const char *skipSpace(const char *p) {
         error = "the JWK is not an EC key" + (name.empty() ? std::string() : " (kty" + name + ")");
         return false;
     }
+    StringBuffer text;
     for (const char *member : {"crv", "x", "y", "d"}) {
         if (jwk.hasMember(member, quiet) && !jwk.isStringAt(member)) {
             error = std::string("the JWK member \"") + member + "\" is not a string";
             return false;
         }
+        // base64url of kMaxScalarLen bytes: 88 characters
+        if (*member != 'c' && jwk.sbOfPathUtf8(member, text, quiet) && text.getSize() > 88) {
+            error = std::string("the JWK member \"") + member + "\" is longer than any curve's value";
+            return false;
+        }
+        text.secureClear();
     }
     if (!key.loadAnyJwk(jwk, log)) {
         error = "cannot load the JWK";
         return false;
     }
-    return true;
+    DataBuffer d;
+    d.setSensitive();
+    return !key.isPrivate() ||
+           (jwk.sbOfPathUtf8("d", text, quiet) && d.appendEncoded(text.getString(), "base64url") &&
+            scalarAsWrittenFits(key.m_curve, d, error));
 }
 
 // From a JWK Set ({"keys": [...]}), its one EC key, or the EC key whose "kid" is kid.
@@ -248,9 +260,25 @@ const char *skipSpace(const char *p) {
     return selectFromJwkSet(json, kid, jwk, log, error) && loadJwkObject(jwk, key, log, error);
 }
 
+// The XML forms: a point (the public forms) or the DER of a private key, which goes through the checked
+// DER loader, as a DER file does. No XML key is near 16 KiB, so no value in one can cost LibTomMath time.
 bool loadXml(const char *text, EccKey &key, LogBase &log, std::string &error) {
     ecckey::ClsXml xml;
-    if (!xml.loadXml(text, log) || !key.loadAnyXml(xml, log)) {
+    StringBuffer content;
+    DataBuffer der;
+    der.setSensitive();
+    if (std::strlen(text) > 16384) {
+        error = "the XML key is longer than any key";
+        return false;
+    }
+    if (!xml.loadXml(text, log)) {
+        error = "cannot load the XML key";
+        return false;
+    }
+    const bool isDer = !xml.hasChildWithTag("*:PublicKey");
+    if (isDer && xml.get_Content(content) && der.appendEncoded(content.getString(), "base64"))
+        return loadCheckedDer(der, key, log, error, "cannot load the XML key");
+    if (isDer || !key.loadAnyXml(xml, log)) {
         error = "cannot load the XML key";
         return false;
     }
@@ -300,6 +328,8 @@ std::string sshComment(const char *afterKey) {
     }
     // "nistk256" is the identifier the library writes for secp256k1; the catalogue knows the others.
     const char *curveName = curveId.equals("nistk256") ? "secp256k1" : curveId.getString();
+    if (!pointLenFits(point, error))
+        return false;
     if (!key.loadEcPubKeyByCurveAndPoint(curveName, point, log)) {
         error = "cannot load the SSH public key";
         return false;
@@ -384,7 +414,7 @@ StringBuffer *rawHexField(RawHexFields &fields, const char *name, std::size_t na
         error = "the public line of the raw-hex key is not hexadecimal";
         return false;
     }
-    if (!makeWhole(fields.curve.getString(), point, error))
+    if (!makeWhole(fields.curve.getString(), point, error) || !pointLenFits(point, error))
         return false;
     if (fields.privateHex.isEmpty()) {
         if (!key.loadEcPubKeyByCurveAndPoint(fields.curve.getString(), point, log)) {
@@ -393,6 +423,16 @@ StringBuffer *rawHexField(RawHexFields &fields, const char *name, std::size_t na
         }
         return true;
     }
+    ecckey::EccCurve curve;
+    DataBuffer d;
+    d.setSensitive();
+    if (!curve.loadCurveByName(fields.curve.getString(), log) ||
+        !d.appendEncoded(fields.privateHex.getString(), "hex")) {
+        error = "cannot load the raw-hex private key";
+        return false;
+    }
+    if (!scalarAsWrittenFits(curve, d, error))
+        return false;
     if (!key.generateNewKey2(fields.curve, fields.privateHex.getString(), "hex", log)) {
         error = "cannot load the raw-hex private key";
         return false;
@@ -422,7 +462,19 @@ StringBuffer *rawHexField(RawHexFields &fields, const char *name, std::size_t na
         return false;
     const unsigned size = bytes.getSize();
     const bool isPoint = size > 0 && bytes[0] == 0x04 && (size == 65 || size == 97 || size == 133);
-    if (isPoint ? !key.loadEccPublicRaw(bytes, log) : !key.loadEccPrivateRaw(bytes, false, log)) {
+    // The library reads a scalar of any length before it looks at the size: only the three sizes go on.
+    ecckey::EccCurve curve;
+    ecckey::LogNull quiet;
+    const bool isScalar = size == 32 || size == 48 || size == 66;
+    if (!isPoint && isScalar &&
+        (!curve.loadCurveByName(size == 32   ? "P-256"
+                                : size == 48 ? "P-384"
+                                             : "P-521",
+                                quiet) ||
+         !scalarAsWrittenFits(curve, bytes, error)))
+        return false;
+    if (isPoint ? !key.loadEccPublicRaw(bytes, log)
+                : !isScalar || !key.loadEccPrivateRaw(bytes, false, log)) {
         error =
             "cannot load the hexadecimal key (bare hexadecimal is read for P-256, P-384 and P-521 only; "
             "use the raw-hex form with a curve line for the others)";

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "KeyBounds.h"
 #include "KeyReader.h"
 #include "Messages.h"
 #include "ecc/EccKey.h"
@@ -76,6 +77,11 @@ bool loadSshPrivateParts(const StringBuffer &curveId, const DataBuffer &point, c
     blob.setSensitive();
     const std::string keyType = std::string("ecdsa-sha2-") + curveId.getString();
     const char *curveName = curveId.equals("nistk256") ? "secp256k1" : curveId.getString();
+    ecckey::EccCurve curve;
+    ecckey::LogNull quiet;
+    if (!pointLenFits(point, error) ||
+        (curve.loadCurveByName(curveName, quiet) && !scalarAsWrittenFits(curve, dMpint, error)))
+        return false;
     if (!SshMessage::pack_string(keyType.c_str(), blob) ||
         !SshMessage::pack_string(curveId.getString(), blob) || !SshMessage::pack_db(point, blob) ||
         !SshMessage::pack_db(dMpint, blob) || !key.loadPrivateFromPuttySsh(curveName, point, blob, log)) {

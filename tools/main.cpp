@@ -116,8 +116,9 @@ const OptionHelp s_optionHelp[] = {
     {"--set-kid", "ID", "jwk: write \"kid\" ID (thumbprint: the RFC 7638 thumbprint); cose: kid, ID's bytes"},
     {"--alg", "A", "the JOSE algorithm: ES256 P-256, ES384 P-384, ES512 P-521, ES256K secp256k1 (jwk: any)"},
     {"--use", "U", "jwk: write \"use\" U (sig or enc)"},
-    {"-o", "FILE", "write to FILE, not standard output; a private key or secret gets mode 0600"},
-    {"--force", "", "replace FILE if it exists (a file the command reads is never replaced)"},
+    {"-o", "FILE",
+     "write to FILE (a regular file; '-' is standard output); a private key or secret gets mode 0600"},
+    {"--force", "", "replace FILE if it exists, a symbolic link itself (a file the command reads never)"},
 };
 
 // The subcommand being run, for the pointer to its help in usage errors.
@@ -143,7 +144,8 @@ void printInputsAndExit(std::FILE *out) {
     std::fprintf(
         out,
         "\nKEYFILE and PEERFILE may be in any of the key formats, detected from the content. A file named\n"
-        "- is standard input, which one argument at most may name.\n"
+        "- is standard input, which one argument at most may name. A key, signature or passphrase file\n"
+        "over 1 MiB is refused unread.\n"
         "Exit status: 0 success (verify: valid), 1 verify: not valid, 2 could not run.\n");
 }
 
@@ -178,11 +180,24 @@ void printCommandHelp(const Command &command, std::FILE *out) {
         printInputsAndExit(out);
 }
 
-// "--help" or "-h" among the arguments, before any "--".
-[[nodiscard]] bool asksForHelp(int argc, char **argv) {
+// True when arg is one of the command's options that takes the next argument as its value.
+[[nodiscard]] bool takesNextAsValue(const Command &command, const char *arg) {
+    const std::string options = std::string(" ") + command.options + " ";
+    for (const OptionHelp &option : s_optionHelp) {
+        if (std::strcmp(arg, option.name) == 0 && *option.argument != '\0')
+            return options.find(std::string(" ") + option.name + " ") != std::string::npos;
+    }
+    return false;
+}
+
+// "--help" or "-h" where an option name may stand: before any "--", and not as the value of an option
+// ("--in -h" names a file).
+[[nodiscard]] bool asksForHelp(const Command &command, int argc, char **argv) {
     for (int i = 0; i < argc && std::strcmp(argv[i], "--") != 0; ++i) {
         if (std::strcmp(argv[i], "--help") == 0 || std::strcmp(argv[i], "-h") == 0)
             return true;
+        if (takesNextAsValue(command, argv[i]))
+            ++i;
     }
     return false;
 }
@@ -218,9 +233,10 @@ int main(int argc, char **argv) {
     const Command *command = commandByName(name);
     if (command == nullptr)
         return usageError((std::string("unknown command '") + name + "'").c_str());
-    if (asksForHelp(argc - 2, argv + 2)) {
+    if (asksForHelp(*command, argc - 2, argv + 2)) {
         printCommandHelp(*command, stdout);
-        return kExitOk;
+        // verify's 0 says "valid": it is never the answer of a run that checked nothing.
+        return command->run == cmdVerify ? kExitError : kExitOk;
     }
     s_commandName = command->name;
     if (!takePassphraseArguments(argc - 2, argv + 2)) {

@@ -47,6 +47,13 @@ export PW='a pass phrase'
 ok convert k.pem --format pem --passout env:PW -o enc.pem
 echo wrong >wrong.pw
 printf 'curve: P-256\npublic: 02%064x\n' 1 >nosqrt.hex
+# Outputs that are not regular files: a FIFO, and a link to it; a JWK Set with two keys of kid "a"; d = n
+# in raw hex, d = n + 1 in SEC 1 DER (no public point: the loader would reduce it to 1).
+mkfifo fifo.pem && ln -s fifo.pem fifolink.pem
+echo "{\"keys\":[$(sed 's/^{/{"kid":"a",/' k.jwk),$(sed 's/^{/{"kid":"a",/' k.jwk)]}" >set3.json
+N=FFFFFFFF00000000FFFFFFFFFFFFFFFFBCE6FAADA7179E84F3B9CAC2FC632551
+printf 'curve: P-256\nprivate: %s\n' $N >dn.hex
+printf '%b' "$(echo 30310201010420${N%??}52A00A06082A8648CE3D030107 | sed 's/../\\x&/g')" >dn1.der
 
 # exit status | error output (a glob) | arguments, with k.pem on standard input. Without -v an error is one
 # line (lib.sh), and no line of any row holds a line of k.pem's base64.
@@ -116,6 +123,16 @@ done <<'TABLE'
 2|the compressed point is not on the curve (no y for its x)|pub nosqrt.hex
 2|an OpenSSH key has no name for brainpoolp256r1|convert b.pem --format openssh
 2|a PuTTY key has no name for brainpoolp256r1|convert b.pem --format ppk
+2|'fifo.pem' is not a regular file; -o writes regular files only ('-o -' for standard output)|gen P-256 -o fifo.pem
+2|'fifo.pem' is not a regular file|ecdh k.pem p.pem -o fifo.pem --force
+2|'fifolink.pem' exists; --force replaces it|convert k.pem --format der -o fifolink.pem
+2|'k.pem' is an input of this command|pub - -o k.pem --force
+2|cannot open '-h'|verify p.pem --sig s.raw --in -h
+2|'set3.json': the JWK Set holds 2 EC keys whose kid is 'a'|pub set3.json --kid a
+2|--iter takes a number of iterations from 1 to 1000000|convert k.pem --format pem --passout env:PW --iter 1000001
+2|--iter sets the iterations of --passout|gen P-256 --iter 5
+2|'dn.hex': the private scalar as written is not in ?1, n-1? of secp256r1|check dn.hex
+2|loadEccDerChecked:*The private scalar as written is not in ?1, n-1?.|check dn1.der -v
 TABLE
 cmp -s k.pem k.orig || fail "a refused command changed k.pem"
 # A malformed raw-hex line is reported by its number only: it may hold a private scalar.
@@ -140,9 +157,28 @@ cmp -s r.pem old.pem && fail "r.pem was not replaced"
 cmp -s - old.pem <&3 || fail "the old r.pem changed under its reader"
 cp r.pem old.pem
 (ulimit -f 0 && trap '' XFSZ && "$ECCKEY" gen P-256 -o r.pem --force 2>/dev/null) && fail "a write past ulimit -f"
+(ulimit -f 0 && "$ECCKEY" gen P-256 -o r.pem --force) 2>/dev/null && fail "a write killed by SIGXFSZ"
 cmp -s r.pem old.pem || fail "a failed write changed r.pem"
 [ -z "$(find . -name '.*.??????')" ] || fail "temporary files left: $(find . -name '.*.??????')"
 
+# --force replaces a symbolic link, not the file it names; --passout writes 600,000 (0x0927C0) iterations.
+ln -s old.pem link.pem && ok gen P-256 -o link.pem --force
+[[ -f link.pem && ! -L link.pem ]] && cmp -s r.pem old.pem || fail "--force followed link.pem"
+openssl asn1parse -in enc.pem | grep -q 'INTEGER *:0927C0$' || fail "enc.pem: $(openssl asn1parse -in enc.pem)"
+# RFC 6979 A.2.5 (P-256, "sample") with digests longer than the curve; every curve signs with every digest.
+printf 'curve: P-256\nprivate: C9AFA9D845BA75166B5C215767B1D6934E50C3DB36E89B127B8A622B120F6721\n' >rfc.hex
+printf sample >sample.txt
+ok sign rfc.hex --in sample.txt --digest sha384 --deterministic --sig-format raw
+expect_eq "$OUT" 0eafea039b20e9b42309fb1d89e213057cbf973dc0cfc8f129edddc800ef77194861f0491e6998b9455193e34e7b0d284ddd7149a74b95b9261f13abde940954 "RFC 6979 P-256 SHA-384"
+ok sign rfc.hex --in sample.txt --digest sha512 --deterministic --sig-format raw
+expect_eq "$OUT" 8496a60b5e9b47c825488827e0495b0e3fa109ec4568fd3f8d1097678eb97f002362ab1adbe2b8adf9cb9edab740ea6049c028114f2460f96554f61fae3302fe "RFC 6979 P-256 SHA-512"
+for c in $("$ECCKEY" curves | cut -d' ' -f1); do
+    ok gen "$c" -o c.pem --force
+    for d in sha1 sha224 sha256 sha384 sha512; do
+        ok sign c.pem --in sample.txt --digest $d --deterministic -o c.sig --force
+        ok verify c.pem --sig c.sig --in sample.txt --digest $d
+    done
+done
 # Private outputs are 0600 even over an existing file of a wider mode; public ones and /dev/null are not.
 install -m 644 /dev/null existing.pem
 ok convert k.pem --format sec1-pem -o existing.pem --force

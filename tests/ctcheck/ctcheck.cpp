@@ -1,5 +1,5 @@
-// Constant-time check of the secp256k1 engine's operations, and of key generation, signing and ECDH through
-// EccKey on all thirteen curves, run under valgrind's memcheck.
+// Constant-time check of the secp256k1 engine's operations, and of key generation, signing, ECDH, checked
+// ECDH and key checking through EccKey on all thirteen curves, run under valgrind's memcheck.
 //
 // Secret inputs are marked undefined; memcheck then reports every conditional jump and every memory
 // address that depends on them, so a clean run shows that no branch and no table index in the exercised
@@ -10,6 +10,7 @@
 //   valgrind --error-exitcode=42 ecckey-ctcheck            -> exit 0, no report
 //   valgrind --error-exitcode=42 ecckey-ctcheck --canary   -> exit 42
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <initializer_list>
 #include <utility>
@@ -20,6 +21,7 @@
 #include "support/Hash.h"
 #include "support/LogBase.h"
 #include "support/Prng.h"
+#include "support/PublicKey.h"
 
 // LibTomMath's own header, after the module's: the scalar's digits are marked secret where they lie.
 #include <tommath.h>
@@ -175,6 +177,22 @@ class SecretPrng : public _tvPrng {
     }
 };
 
+// The private-key encoders and decoders on a key whose d is secret: PKCS #8 and SEC 1 (DER in PEM), JWK,
+// XML, raw hex, and the PEM and raw readers on secret text and bytes. Variable time (README, "Timing side
+// channels"): run with ECCKEY_CTCHECK_ENCODINGS set, memcheck lists where.
+bool encodings(EccKey &key, LogBase &log) {
+    StringBuffer text[5], pub, label;
+    DataBuffer pemDer, raw;
+    EccKey back;
+    bool ok = key.toEccPrivateKeyPem(false, text[0], log) && key.toEccPrivateKeyPem(true, text[1], log) &&
+              key.toEccPrivateKeyJwk(text[2], log) && key.toEccPrivateKeyXml(text[3], log) &&
+              key.toRawHex(text[4], pub, log) && raw.appendEncoded(text[4].getString(), "hex");
+    VALGRIND_MAKE_MEM_UNDEFINED(raw.getDataMutable(), raw.getSize());
+    ok = ok && _tvPublicKey::pemToDer(text[0].getString(), label, pemDer, log);
+    (void)back.loadEccPrivateRaw(raw, false, log);  // reads d before it refuses the other curves' sizes
+    return ok;
+}
+
 // Key generation (the default draw and the uniform one), every signature form and ECDH through EccKey, as
 // a caller makes them: the generator's bytes are secret, and so is a scalar loaded from text, whose digits
 // are marked so by hand. The library declares its outputs (public keys, r and s, shared secrets) public
@@ -205,6 +223,13 @@ bool keyOperations(const char *name) {
              loaded.eccVerifyHash(sigs[i].getData2(), sigs[i].getSize(), false, hash, 32, valid[i], log, 0) &&
              valid[i];
     ok = ok && sigs[1].getSize() == 2u * (unsigned)loaded.m_curve.m_byteLen;
+    // Key checking, the checked agreement, and the range check of a scalar as a file writes it.
+    unsigned char written[17] = {0x01, 0x23, 0x45, 0x67, 0x89, 0xAB};
+    makeSecret(written);
+    ok = ok && loaded.checkPrivateKey(log) && loaded.sharedSecretChecked(peer, secrets[1], log) &&
+         secrets[0].equals(secrets[1]) && loaded.m_curve.scalarBytesInRange(written, sizeof written);
+    if (std::getenv("ECCKEY_CTCHECK_ENCODINGS") != nullptr)
+        ok = ok && encodings(loaded, log);
     std::printf("%s %s\n", name, ok ? "ok" : "FAILED");
     return ok;
 }
