@@ -1,11 +1,19 @@
-# cmake --install: headers (keeping their ecc/ and support/ folders), the library, the ecckey command,
-# a CMake package and a pkg-config file.
+# cmake --install: headers (keeping their ecc/, support/ and formats/ folders), the core library and the
+# formats library on top of it, the ecckey command with its manual page and bash completion, a CMake package
+# and pkg-config files.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
-install(TARGETS ecckey ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(TARGETS ecckey ecckey_formats ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS ecckey_cli RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(DIRECTORY ${CMAKE_SOURCE_DIR}/ecc ${CMAKE_SOURCE_DIR}/support
+install(FILES ${CMAKE_BINARY_DIR}/share/ecckey.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES ${CMAKE_BINARY_DIR}/share/ecckey.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+        RENAME ecckey)
+# The installed command finds a shared libecckey beside it, wherever the prefix is moved.
+file(RELATIVE_PATH ECCKEY_BIN_TO_LIB ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+set_target_properties(ecckey_cli PROPERTIES INSTALL_RPATH "$ORIGIN/${ECCKEY_BIN_TO_LIB}")
+install(DIRECTORY ${CMAKE_SOURCE_DIR}/ecc ${CMAKE_SOURCE_DIR}/support ${CMAKE_SOURCE_DIR}/formats
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ecckey
         FILES_MATCHING PATTERN "*.h")
 
@@ -18,6 +26,15 @@ function(ecckey_path_to_prefix var subdir)
 endfunction()
 ecckey_path_to_prefix(ECCKEY_CONFIG_TO_PREFIX cmake/ecckey)
 ecckey_path_to_prefix(ECCKEY_PC_TO_PREFIX pkgconfig)
+if(BUILD_SHARED_LIBS)
+  set(ECCKEY_LIBRARY_KIND SHARED)
+  set(ECCKEY_LIBRARY_FILE ${CMAKE_SHARED_LIBRARY_PREFIX}ecckey${CMAKE_SHARED_LIBRARY_SUFFIX})
+  set(ECCKEY_FORMATS_FILE ${CMAKE_SHARED_LIBRARY_PREFIX}ecckey_formats${CMAKE_SHARED_LIBRARY_SUFFIX})
+else()
+  set(ECCKEY_LIBRARY_KIND STATIC)
+  set(ECCKEY_LIBRARY_FILE ${CMAKE_STATIC_LIBRARY_PREFIX}ecckey${CMAKE_STATIC_LIBRARY_SUFFIX})
+  set(ECCKEY_FORMATS_FILE ${CMAKE_STATIC_LIBRARY_PREFIX}ecckey_formats${CMAKE_STATIC_LIBRARY_SUFFIX})
+endif()
 configure_file(${CMAKE_SOURCE_DIR}/cmake/ecckeyConfig.cmake.in
                ${CMAKE_BINARY_DIR}/cmake/ecckeyConfig.cmake @ONLY)
 write_basic_package_version_file(${CMAKE_BINARY_DIR}/cmake/ecckeyConfigVersion.cmake
@@ -26,4 +43,6 @@ install(FILES ${CMAKE_BINARY_DIR}/cmake/ecckeyConfig.cmake ${CMAKE_BINARY_DIR}/c
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/ecckey)
 
 configure_file(${CMAKE_SOURCE_DIR}/cmake/ecckey.pc.in ${CMAKE_BINARY_DIR}/ecckey.pc @ONLY)
-install(FILES ${CMAKE_BINARY_DIR}/ecckey.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+configure_file(${CMAKE_SOURCE_DIR}/cmake/ecckey-formats.pc.in ${CMAKE_BINARY_DIR}/ecckey-formats.pc @ONLY)
+install(FILES ${CMAKE_BINARY_DIR}/ecckey.pc ${CMAKE_BINARY_DIR}/ecckey-formats.pc
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -234,7 +234,7 @@ static_assert(kNumCatalogCurves == 13, "the catalogue holds thirteen curves");
 
 EccCurve::EccCurve() : m_byteLen(0), m_hasA(false) {}
 
-EccCurve::~EccCurve() {}
+EccCurve::~EccCurve() = default;
 
 bool EccCurve::loadCurveByName(const char *name, LogBase &log) {
     LogContextExitor ctx(log, "loadCurveByName");

@@ -11,7 +11,7 @@ namespace ecckey {
 EccKey::EccKey() : m_keyType(0) {}
 
 // m_privKey wipes its digits when released.
-EccKey::~EccKey() {}
+EccKey::~EccKey() = default;
 
 EccKey *EccKey::createNewObject() {
     try {

@@ -11,7 +11,7 @@ static const int s_uncompressedFormat = 4;
 EccPoint::EccPoint() : m_format(s_uncompressedFormat) {}
 
 // The coordinates wipe their own digits when released.
-EccPoint::~EccPoint() {}
+EccPoint::~EccPoint() = default;
 
 void EccPoint::clearEccPoint() {
     TovarMp::mp_zero(m_x);

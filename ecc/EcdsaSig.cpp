@@ -1,5 +1,7 @@
 #include "ecc/EcdsaSig.h"
 
+#include "ecc/EccCurve.h"
+
 #include "support/AsnItem.h"
 #include "support/DataBuffer.h"
 #include "support/LogBase.h"
@@ -160,6 +162,16 @@ bool encodeDerSig(const mp_int &r, const mp_int &s, bool ensure7bit, DataBuffer 
     if (log.m_verbose)
         log.LogDataLong("eccAsnSigLen", (long)out.getSize());
     return encoded;
+}
+
+bool fitHashToCurve(const EccCurve &curve, DataBuffer &hash) {
+    static const unsigned kSecp256k1HashLen = 32;
+    if (!hash.truncate(ecdsaHashLen(curve.m_byteLen, hash.getSize())))
+        return false;
+    if (!curve.isSecp256k1() || hash.getSize() >= kSecp256k1HashLen)
+        return true;
+    const unsigned char zeros[kSecp256k1HashLen] = {};
+    return hash.prepend(zeros, kSecp256k1HashLen - hash.getSize());
 }
 
 }  // namespace ecckey

@@ -15,6 +15,7 @@ namespace ecckey {
 class mp_int;
 class LogBase;
 class DataBuffer;
+class EccCurve;
 
 [[nodiscard]] bool unpackDsaSig(const unsigned char *sig, unsigned sigLen, bool split, mp_int &r, mp_int &s,
                                 LogBase &log, unsigned rLen);
@@ -36,5 +37,13 @@ inline unsigned ecdsaHashLen(int curveByteLen, unsigned hashLen) {
         return (unsigned)curveByteLen;
     return hashLen;
 }
+
+// A hash fitted for signing and verifying on curve, one rule for every signature form: cut by ecdsaHashLen
+// (the cut the DER and raw signers and the verifier make, and which eccSignHash_forSsh leaves to its
+// caller), then on secp256k1, whose engine takes exactly 32 bytes, a shorter hash (SHA-1, SHA-224)
+// left-padded with zeros: ECDSA reads a hash shorter than the order as an integer, which the zeros leave
+// unchanged, so the signature is the one OpenSSL makes and checks with that digest. False when memory is
+// short.
+[[nodiscard]] bool fitHashToCurve(const EccCurve &curve, DataBuffer &hash);
 
 }  // namespace ecckey

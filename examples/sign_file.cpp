@@ -41,7 +41,10 @@ int main(int argc, char **argv) {
     }
 
     ecckey::DataBuffer digest;
-    ecckey::_tvHash::doHash(content.data(), (unsigned)content.size(), ecckey::HASH_SHA256, digest);
+    if (!ecckey::_tvHash::doHash(content.data(), (unsigned)content.size(), ecckey::HASH_SHA256, digest)) {
+        std::fprintf(stderr, "SHA-256 of the file failed\n");
+        return 2;
+    }
 
     ecckey::SystemPrng prng;
     ecckey::DataBuffer sig;
@@ -50,7 +53,8 @@ int main(int argc, char **argv) {
         return 2;
     }
     ecckey::StringBuffer hex;
-    sig.encodeDB("hex", hex);
+    if (!sig.encodeDB("hex", hex))
+        return 2;
     std::printf("%s\n", hex.getString());
 
     bool valid = false;

@@ -319,7 +319,7 @@ bool _tvAsn1::GetOid(StringBuffer &out) const {
             // The first subidentifier packs two arcs: 0.x and 1.x for x < 40, 2.x above.
             const unsigned firstArc = value < 40 ? 0 : (value < 80 ? 1 : 2);
             std::snprintf(digits, sizeof digits, "%u.%llu", firstArc,
-                          (unsigned long long)(value - 40 * firstArc));
+                          (unsigned long long)(value - 40ull * firstArc));
             firstSubid = false;
         } else {
             std::snprintf(digits, sizeof digits, ".%llu", (unsigned long long)value);
@@ -348,7 +348,7 @@ int _tvAsn1::asnIntValue() const {
     const unsigned char *p = m_content.getData2();
     if (len > 1 && ((p[0] == 0x00 && !(p[1] & 0x80)) || (p[0] == 0xff && (p[1] & 0x80))))
         return 0;
-    long long value = (signed char)p[0];  // the first octet carries the sign
+    long long value = p[0] < 0x80 ? p[0] : p[0] - 256;  // the first octet carries the sign
     for (unsigned i = 1; i < len; ++i)
         value = value * 256 + p[i];
     return (int)value;

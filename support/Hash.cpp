@@ -69,8 +69,6 @@ bool _tvHash::hmac(int hashAlg, const unsigned char *key, unsigned keyLen, const
 
 FingerprintDigest::FingerprintDigest() = default;
 
-FingerprintDigest::~FingerprintDigest() = default;
-
 bool FingerprintDigest::digestData(const DataBuffer &data, unsigned char out[16]) {
     static const unsigned char kEmpty = 0;
     const unsigned char *bytes = data.getSize() ? data.getData2() : &kEmpty;

@@ -33,7 +33,7 @@ class _tvHash {
 class FingerprintDigest {
   public:
     FingerprintDigest();
-    ~FingerprintDigest();
+    ~FingerprintDigest() = default;
     FingerprintDigest(const FingerprintDigest &) = delete;
     FingerprintDigest &operator=(const FingerprintDigest &) = delete;
 

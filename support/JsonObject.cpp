@@ -75,6 +75,7 @@ int nestingDepth(const char *text, std::size_t len) {
 
 }  // namespace
 
+// NOLINTNEXTLINE(bugprone-exception-escape): json's destructor allocates as it frees a tree, the known limit
 struct ClsJsonObject::Impl {
     Json root;  // null until a load succeeds: a null value, unlike an empty object, allocates nothing
 

@@ -16,6 +16,7 @@ unsigned char *tvNewUnsignedChar(std::size_t count) {
     return new (std::nothrow) unsigned char[count ? count : 1];
 }
 
+// NOLINTNEXTLINE(readability-non-const-parameter): it frees the array, which a const pointer would deny
 void tvDeleteUnsignedChar(unsigned char *bytes) {
     delete[] bytes;
 }

@@ -18,7 +18,7 @@ DataBuffer fromHex(const std::string &hex) {
 }
 
 TEST(EcdhKdf, PublishedVectors) {
-    std::ifstream in(ECCKEY_TREE_VECTORS_DIR "/ecdh_kdf.txt");
+    std::ifstream in(ECCKEY_VECTORS_DIR "/ecdh_kdf.txt");
     ASSERT_TRUE(in) << "missing tests/vectors/ecdh_kdf.txt";
     int numRows = 0;
     for (std::string line; std::getline(in, line);) {

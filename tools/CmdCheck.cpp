@@ -4,7 +4,7 @@
 
 #include "ArgList.h"
 #include "Commands.h"
-#include "KeyReader.h"
+#include "KeyFile.h"
 #include "Session.h"
 #include "ecc/EccKey.h"
 #include "ecc/EccMessages.h"

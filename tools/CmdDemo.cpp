@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "Commands.h"
-#include "KeyFormats.h"
-#include "KeyReader.h"
+#include "FormatNames.h"
+#include "KeyFile.h"
 #include "Session.h"
 #include "ecc/EccKey.h"
 #include "support/Hash.h"
@@ -139,8 +139,9 @@ void roundTripAll(EccKey &key, CurveReport &report) {
             continue;
         }
         std::string error;
-        const bool ok = (!format.holdsPrivate || roundTrip(key, format, true, error)) &&
-                        (!format.holdsPublic || roundTrip(key, format, false, error));
+        const bool ok =
+            (!ecckey::formats::holdsPrivate(format.format) || roundTrip(key, format, true, error)) &&
+            (!ecckey::formats::holdsPublic(format.format) || roundTrip(key, format, false, error));
         if (!ok) {
             report.notRoundTripped.push_back(format.name);
             report.problems.push_back(std::string(format.name) + ": " + error);

@@ -5,7 +5,7 @@
 #include "ArgList.h"
 #include "Commands.h"
 #include "FileIo.h"
-#include "KeyReader.h"
+#include "KeyFile.h"
 #include "Messages.h"
 #include "Session.h"
 #include "ecc/EccKey.h"

@@ -7,8 +7,8 @@
 #include "ArgList.h"
 #include "Commands.h"
 #include "FileIo.h"
-#include "KeyFormats.h"
-#include "KeyReader.h"
+#include "FormatNames.h"
+#include "KeyFile.h"
 #include "Session.h"
 #include "ecc/EccKey.h"
 #include "formats/CoseKey.h"
@@ -150,7 +150,7 @@ int cmdGen(int argc, char **argv) {
     if (format == nullptr)
         return usageError(error.c_str());
     Session session(args.verbose());
-    if (!format->holdsPrivate)
+    if (!ecckey::formats::holdsPrivate(format->format))
         return session.fail(std::string("the ") + format->name + " format cannot hold a private key");
 
     const std::string &curveName = args.positionals()[0];

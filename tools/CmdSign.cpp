@@ -9,7 +9,7 @@
 #include "Commands.h"
 #include "Digest.h"
 #include "FileIo.h"
-#include "KeyReader.h"
+#include "KeyFile.h"
 #include "Messages.h"
 #include "Session.h"
 #include "ecc/EccKey.h"

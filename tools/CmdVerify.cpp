@@ -6,16 +6,15 @@
 #include "Commands.h"
 #include "Digest.h"
 #include "FileIo.h"
-#include "KeyReader.h"
+#include "KeyFile.h"
 #include "Messages.h"
 #include "Session.h"
 #include "ecc/EccKey.h"
 #include "ecc/EccMessages.h"
-#include "ecc/EcdsaSig.h"
 #include "formats/CompactJws.h"
+#include "formats/SigConvert.h"
+#include "formats/SignatureForms.h"
 #include "formats/SshSig.h"
-#include "support/MpInt.h"
-#include "support/SshMessage.h"
 
 namespace ecckey_cli {
 
@@ -35,48 +34,6 @@ namespace {
     if (!anyDigit || !text.append(reinterpret_cast<const char *>(content.getData2()), content.getSize()))
         return sig.append(content);
     return sig.appendEncoded(text.getString(), "hex");
-}
-
-// One SSH mpint of r or s, as its magnitude left-padded to byteLen. Only the minimal encoding is taken
-// (a zero byte in front only where the top bit is set), so that one signature has one SSH form.
-[[nodiscard]] bool appendPaddedMpint(const ecckey::DataBuffer &mpint, unsigned byteLen,
-                                     ecckey::DataBuffer &raw) {
-    const unsigned size = mpint.getSize();
-    const bool negative = size > 0 && (mpint[0] & 0x80);
-    const bool paddedNeedlessly = size > 0 && mpint[0] == 0 && (size == 1 || !(mpint[1] & 0x80));
-    const unsigned skip = size > 0 && mpint[0] == 0 ? 1 : 0;
-    const unsigned len = size - skip;
-    if (negative || paddedNeedlessly || len > byteLen)
-        return false;
-    for (unsigned i = len; i < byteLen; ++i) {
-        if (!raw.appendChar(0))
-            return false;
-    }
-    return raw.append(mpint.getData2() + skip, len);
-}
-
-// The SSH form (two mpints filling the whole blob), turned into raw r||s; false for anything else.
-[[nodiscard]] bool sshSignatureToRaw(const ecckey::DataBuffer &sig, unsigned byteLen,
-                                     ecckey::DataBuffer &raw) {
-    ecckey::DataBuffer r;
-    ecckey::DataBuffer s;
-    ecckey::LogNull quiet;
-    unsigned offset = 0;
-    return sig.getSize() != 2 * byteLen && ecckey::SshMessage::parseBinaryString(sig, offset, r, quiet) &&
-           ecckey::SshMessage::parseBinaryString(sig, offset, s, quiet) && offset == sig.getSize() &&
-           appendPaddedMpint(r, byteLen, raw) && appendPaddedMpint(s, byteLen, raw);
-}
-
-// True when the library reads sig as DER: its structural test, which it reports as "isAsnSig" when
-// verbose. Anything else is read as raw r||s.
-[[nodiscard]] bool readAsDer(const ecckey::DataBuffer &sig) {
-    ecckey::LogRecorder probe;
-    probe.m_verbose = true;
-    ecckey::mp_int r;
-    ecckey::mp_int s;
-    (void)ecckey::unpackDsaSig(sig.getData2(), sig.getSize(), false, r, s, probe, 0);  // only the test counts
-    std::string isDer;
-    return probe.dataValue("isAsnSig", isDer) && isDer == "true";
 }
 
 [[nodiscard]] int printVerdict(Session &session, bool valid) {
@@ -162,14 +119,17 @@ int cmdVerify(int argc, char **argv) {
         return notParsed(session, "the signature file is empty or not valid hexadecimal");
 
     const unsigned byteLen = (unsigned)key.m_curve.m_byteLen;
+    // Exactly twice the byte length is raw r||s; anything else may be the SSH form.
     ecckey::DataBuffer raw;
-    if (sshSignatureToRaw(sig, byteLen, raw))
+    ecckey::LogNull quiet;
+    if (sig.getSize() != 2 * byteLen &&
+        ecckey::convertSignature((int)byteLen, ecckey::SigForm::Ssh, ecckey::SigForm::Raw, sig, raw, quiet))
         sig = raw;
     // Raw r||s is exactly twice the curve's byte length, split in the middle: the library would take any
     // longer input as r and "all the rest" for s, so zeros put in front of s would still verify. The
     // split is given explicitly because the library knows only some raw sizes by heart (not the 40-, 56-
     // and 80-byte forms of brainpoolP160r1, P-224, brainpoolP224r1 and brainpoolP320r1).
-    if (sig.getSize() != 2 * byteLen && !readAsDer(sig))
+    if (sig.getSize() != 2 * byteLen && !ecckey::formats::isDerSignature(sig))
         return notParsed(session, "the signature is not DER, raw r||s of " + std::to_string(2 * byteLen) +
                                       " bytes or the SSH form");
     bool valid = false;

@@ -5,7 +5,6 @@
 #include "ArgList.h"
 #include "FileIo.h"
 #include "Messages.h"
-#include "ecc/EccCurve.h"
 #include "ecc/EcdsaSig.h"
 #include "support/DataBuffer.h"
 #include "support/Hash.h"
@@ -26,22 +25,6 @@ const DigestName s_digests[] = {
 
 // The longest digest the command makes; --hash takes no more either.
 const unsigned kMaxHashLen = 64;
-// The hash length of the secp256k1 engine.
-const unsigned kSecp256k1HashLen = 32;
-
-}  // namespace
-
-bool digestByName(const char *name, int &hashAlg) {
-    for (const DigestName &digest : s_digests) {
-        if (::strcasecmp(digest.name, name) == 0) {
-            hashAlg = digest.hashAlg;
-            return true;
-        }
-    }
-    return false;
-}
-
-namespace {
 
 // The hash as the arguments give it: a digest of --in, or --hash.
 [[nodiscard]] bool readHash(const ArgList &args, ecckey::DataBuffer &hash, std::string &error) {
@@ -78,17 +61,6 @@ namespace {
     return true;
 }
 
-// See messageHash: the cut every signer and verifier of the library makes (ecdsaHashLen), then on
-// secp256k1 zeros in front up to 32 bytes.
-[[nodiscard]] bool fitHashToCurve(const ecckey::EccCurve &curve, ecckey::DataBuffer &hash) {
-    if (!hash.truncate(ecckey::ecdsaHashLen(curve.m_byteLen, hash.getSize())))
-        return false;
-    if (!curve.isSecp256k1() || hash.getSize() >= kSecp256k1HashLen)
-        return true;
-    const unsigned char zeros[kSecp256k1HashLen] = {};
-    return hash.prepend(zeros, kSecp256k1HashLen - hash.getSize());
-}
-
 }  // namespace
 
 bool digestedHash(const ArgList &args, ecckey::DataBuffer &hash, int &hashAlg, std::string &error) {
@@ -109,11 +81,21 @@ bool messageHash(const ArgList &args, const ecckey::EccCurve &curve, ecckey::Dat
                  std::string &error) {
     if (!readHash(args, hash, error))
         return false;
-    if (!fitHashToCurve(curve, hash)) {
+    if (!ecckey::fitHashToCurve(curve, hash)) {
         error = kOutOfMemory;
         return false;
     }
     return true;
+}
+
+bool digestByName(const char *name, int &hashAlg) {
+    for (const DigestName &digest : s_digests) {
+        if (::strcasecmp(digest.name, name) == 0) {
+            hashAlg = digest.hashAlg;
+            return true;
+        }
+    }
+    return false;
 }
 
 }  // namespace ecckey_cli

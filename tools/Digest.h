@@ -20,12 +20,7 @@ class ArgList;
 // bytes of --hash HEX (1 to 64 bytes). Exactly one of --in and --hash must be given, and --digest only
 // with --in. False with a message in error.
 //
-// The hash is then fitted to the curve by one rule for every signature form (der, raw, ssh): it is cut to
-// the curve's byte length when longer, except on the curves of 64 bytes or more (P-521, brainpoolP512r1),
-// which take it whole; that is the cut the library's der and raw signers and its verifier make, and which
-// its ssh signer leaves to the caller. On secp256k1, whose engine takes exactly 32 bytes, a shorter hash
-// (sha1, sha224) is then left-padded with zeros: ECDSA reads a hash shorter than the order as an integer,
-// which the zeros leave unchanged, so the signature is the one OpenSSL makes and checks with that digest.
+// The hash is then fitted to the curve (ecckey::fitHashToCurve, ecc/EcdsaSig.h).
 [[nodiscard]] bool messageHash(const ArgList &args, const ecckey::EccCurve &curve, ecckey::DataBuffer &hash,
                                std::string &error);
 

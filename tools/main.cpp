@@ -4,7 +4,7 @@
 #include <string>
 
 #include "Commands.h"
-#include "KeyFormats.h"
+#include "FormatNames.h"
 #include "Passphrase.h"
 
 namespace ecckey_cli {

@@ -1,5 +1,7 @@
 #include "ecc/arith/ScalarField.h"
 
+#include <type_traits>
+
 #include "ecc/arith/FixedField.h"
 #include "support/Wipe.h"
 
@@ -31,7 +33,7 @@ template <class Run>
 // e = the big-endian bytes, in N limbs; false when they need more.
 template <class Elem>
 [[nodiscard]] bool limbsOfBytes(const unsigned char *be, unsigned len, Elem &e) {
-    constexpr unsigned kLimbs = sizeof e.w / sizeof e.w[0];
+    constexpr unsigned kLimbs = std::extent_v<decltype(Elem::w)>;
     if (len > 8 * kLimbs)
         return false;
     e = Elem{};
@@ -42,7 +44,7 @@ template <class Elem>
 
 template <class Elem>
 bool store(const Elem &v, mp_int &out) {
-    return TovarMp::mpint_from_limbs(out, v.w, (int)(sizeof v.w / sizeof v.w[0]));
+    return TovarMp::mpint_from_limbs(out, v.w, (int)std::extent_v<decltype(Elem::w)>);
 }
 
 }  // namespace
@@ -78,7 +80,7 @@ bool reduceScalarModOrder(const mp_int &n, mp_int &v) {
 
 bool scalarInRange(const mp_int &n, const mp_int &v) {
     return withScalarField(n, [&](const auto &f, auto &s) {
-        constexpr int N = sizeof s.a.w / sizeof s.a.w[0];
+        constexpr int N = std::extent_v<decltype(s.a.w)>;
         return TovarMp::mpint_to_limbs(v, s.a.w, N) && ct::declassified(f.inRange(s.a));
     });
 }
@@ -86,7 +88,7 @@ bool scalarInRange(const mp_int &n, const mp_int &v) {
 bool signScalars(const mp_int &n, const mp_int &d, const mp_int &k, const mp_int &e, const mp_int &r,
                  mp_int &s) {
     return withScalarField(n, [&](const auto &f, auto &v) {
-        constexpr int N = sizeof v.a.w / sizeof v.a.w[0];
+        constexpr int N = std::extent_v<decltype(v.a.w)>;
         f.reduce(k, v.a);
         // k = 0 mod n: the only scalar without an inverse; only a broken generator draws it.
         if (!ct::declassified(f.inRange(v.a)) || !TovarMp::mpint_to_limbs(r, v.d.w, N))

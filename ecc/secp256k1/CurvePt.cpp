@@ -10,8 +10,8 @@ namespace {
 // OR of all eight words: zero exactly when the value is zero.
 std::uint32_t orWords(const _tvUnsigned256 &v) {
     std::uint32_t acc = 0;
-    for (int i = 0; i < 8; ++i)
-        acc |= v.value[i];
+    for (std::uint32_t word : v.value)
+        acc |= word;
     return acc;
 }
 

@@ -57,7 +57,7 @@ constexpr std::uint64_t kModulusLimbs[4] = {0xFFFFFFFEFFFFFC2Full, 0xFFFFFFFFFFF
 
 // The words taken in pairs as 64-bit limbs, least significant first (limb i = words 2i and 2i + 1).
 inline void toLimbs(const std::uint32_t *w, std::uint64_t *limb) {
-    for (int i = 0; i < 4; ++i)
+    for (std::size_t i = 0; i < 4; ++i)
         limb[i] = w[2 * i] | static_cast<std::uint64_t>(w[2 * i + 1]) << 32;
 }
 
@@ -153,7 +153,7 @@ void FieldInt256::multiply(const FieldInt256 &other) {
                     static_cast<unsigned>(borrow ^ 1u);
     std::uint64_t take = ct::opaque64(0ull - over);
 #pragma GCC unroll 16
-    for (int i = 0; i < 4; ++i) {
+    for (std::size_t i = 0; i < 4; ++i) {
         std::uint64_t limb = (reduced[i] & take) | (difference[i] & ~take);
         value[2 * i] = static_cast<std::uint32_t>(limb);
         value[2 * i + 1] = static_cast<std::uint32_t>(limb >> 32);

@@ -15,7 +15,7 @@ namespace {
 // k from the nonce bytes taken as they stand into the integer's storage: byte 0 is the least significant
 // byte of k. (The hash, by contrast, is read big-endian.)
 void nonceFromBytes(const unsigned char *b, _tvUnsigned256 &k) {
-    for (unsigned i = 0; i < 8; ++i)
+    for (std::size_t i = 0; i < 8; ++i)
         k.value[i] = (std::uint32_t)b[4 * i] | ((std::uint32_t)b[4 * i + 1] << 8) |
                      ((std::uint32_t)b[4 * i + 2] << 16) | ((std::uint32_t)b[4 * i + 3] << 24);
 }

@@ -36,7 +36,10 @@ for bits in 256 384 521; do
     done
 done
 ssh-keygen -q -t ecdsa -N "$PW" -f se || fail "ssh-keygen"
-fails_with 2 "the OpenSSH private key is encrypted*'ssh-keygen -p -m PKCS8 -f FILE'" pub se --passin env:PW
+ok pub se --format ssh --passin env:PW
+expect_eq "$OUT" "$(line <se.pub)" "ecckey on an encrypted OpenSSH key"
+fails_with 2 "'se': OpenSSH private key, aes256-ctr: wrong passphrase" pub se --passin pass:wrong
+fails_with 2 "the private key is encrypted; give its passphrase with --passin" pub se
 fails_with 2 "wrong passphrase for the PuTTY key" pub p.ppk --passin pass:wrong
 # SSH signatures (ssh-keygen -Y) both ways with either hash: ssh-keygen checks ecckey's, ecckey checks
 # ssh-keygen's; another message or namespace is not valid.

@@ -9,10 +9,12 @@
 //
 //   valgrind --error-exitcode=42 ecckey-ctcheck            -> exit 0, no report
 //   valgrind --error-exitcode=42 ecckey-ctcheck --canary   -> exit 42
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <initializer_list>
+#include <iterator>
 #include <utility>
 
 #include "ecc/EccCurve.h"
@@ -244,9 +246,11 @@ bool everyCurve() {
 }  // namespace
 
 int main(int argc, char **argv) {
-    // Every part runs (&, not &&); each prints its flags, so a failing run shows how far it got.
-    const bool ok = integerOperations() & fieldOperations() & scalarMultiplication() &
-                    secretPointOperations() & everyCurve();
+    // Every part runs, in order (a braced list is evaluated left to right); each prints its flags, so a
+    // failing run shows how far it got.
+    const bool parts[] = {integerOperations(), fieldOperations(), scalarMultiplication(),
+                          secretPointOperations(), everyCurve()};
+    const bool ok = std::all_of(std::begin(parts), std::end(parts), [](bool part) { return part; });
     if (argc > 1 && std::strcmp(argv[1], "--canary") == 0) {
         _tvUnsigned256 k = arbitraryValue();  // deliberately leaks: a branch on a secret bit
         makeSecret(k);
