@@ -56,7 +56,9 @@ struct EncodeOptions {
     std::string comment;
     // Ppk: 3 (the default) or 2.
     int ppkVersion = 3;
-    // Public SubjectPublicKeyInfo (Pem, Der) with the point in compressed form (02 or 03, then x).
+    // The public point in compressed form (02 or 03, then x), as `openssl ec -conv_form compressed` writes
+    // it: in Pem and Der (SubjectPublicKeyInfo, or the key inside PKCS #8), Sec1Pem, Sec1Der and RawHex's
+    // public line. Other formats refuse it.
     bool compressedPoint = false;
 };
 

@@ -102,12 +102,12 @@ int writeKeyOutput(Session &session, ecckey::EccKey &key, const FormatInfo &form
         return usageError(error.c_str());
     // (--passout goes to writeKey, which refuses it for every format but pem and der.)
     if (format.format == KeyFormat::Cose && (extras.kid != nullptr || extras.alg != nullptr) &&
-        !args.has("--passout")) {
+        !args.has("--passout") && !args.has("--compressed")) {
         if (!writeCoseWithExtras(key, writePrivate, extras, out, session.log()))
             return session.fail(
                 "cannot write the COSE key (P-256, P-384, P-521 and secp256k1; --alg: the key's own)");
     } else if (!writeKey(key, format, writePrivate, out, session.log(), error, args.value("--passout"),
-                         iterations)) {
+                         iterations, args.has("--compressed"))) {
         return session.fail(error);
     } else if (!addExtras(key, extras, out, session.log()))
         return session.fail(
@@ -130,7 +130,10 @@ int writeKeyOutput(Session &session, ecckey::EccKey &key, const FormatInfo &form
     }
     if (std::string(name) != "pub")
         valueOptions.insert(valueOptions.end(), {"--passout", "--iter"});
-    if (!args.parse(argc, argv, valueOptions, {"--force"}, error))
+    std::vector<std::string> flags = {"--force"};
+    if (!isGen)
+        flags.push_back("--compressed");
+    if (!args.parse(argc, argv, valueOptions, flags, error))
         return false;
     if (args.positionals().size() != 1) {
         error = std::string(name) + " takes one " + (isGen ? "curve name" : "key file");

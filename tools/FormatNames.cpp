@@ -50,7 +50,7 @@ const FormatInfo *formatByName(const char *name) {
 }
 
 bool writeKey(EccKey &key, const FormatInfo &format, bool writePrivate, DataBuffer &out, LogBase &log,
-              std::string &error, const char *passout, unsigned long iterations) {
+              std::string &error, const char *passout, unsigned long iterations, bool compressed) {
     out.clear();
     if (passout != nullptr &&
         (!writePrivate || (format.format != KeyFormat::Pem && format.format != KeyFormat::Der))) {
@@ -67,6 +67,7 @@ bool writeKey(EccKey &key, const FormatInfo &format, bool writePrivate, DataBuff
     ecckey::formats::EncodeOptions options;
     options.passphrase = passout != nullptr ? &passphrase : nullptr;
     options.pbkdf2Iterations = iterations;
+    options.compressedPoint = compressed;
     if (ecckey::formats::encodeKey(key, format.format, writePrivate, options, out, log, error))
         return true;
     if (writePrivate && key.isPrivate() && !ecckey::formats::holdsPrivate(format.format))

@@ -20,13 +20,15 @@ const Command s_commands[] = {
      "generate a private key (CURVE: a name, alias or OID, as 'ecckey curves' lists them)", cmdGen,
      "--format --passout --iter -o --force", ""},
     {"pub",
-     "KEYFILE [--format F] [--set-kid ID] [--alg A] [--use U] [--kid ID] [--passin P] [-o FILE [--force]]",
-     "write the public key", cmdPub, "--format --set-kid --alg --use --kid --passin -o --force", ""},
+     "KEYFILE [--format F] [--compressed] [--set-kid ID] [--alg A] [--use U] [--kid ID] [--passin P]\n"
+     "      [-o FILE [--force]]",
+     "write the public key", cmdPub, "--format --compressed --set-kid --alg --use --kid --passin -o --force",
+     ""},
     {"convert",
-     "KEYFILE --format F [--set-kid ID] [--alg A] [--use U] [--kid ID] [--passin P]\n"
+     "KEYFILE --format F [--compressed] [--set-kid ID] [--alg A] [--use U] [--kid ID] [--passin P]\n"
      "      [--passout P [--iter N]] [-o FILE [--force]]",
      "write the key in another format", cmdConvert,
-     "--format --set-kid --alg --use --kid --passin --passout --iter -o --force", ""},
+     "--format --compressed --set-kid --alg --use --kid --passin --passout --iter -o --force", ""},
     {"sign",
      "KEYFILE (--in FILE [--digest ALG] | --hash HEX) [--sig-format F] [--deterministic] [--kid ID]\n"
      "      [--passin P] [-o FILE [--force]]\n"
@@ -113,6 +115,8 @@ const OptionHelp s_optionHelp[] = {
     {"--md5", "", "the MD5 fingerprint, as 'ssh-keygen -E md5' prints it"},
     {"--jwk", "", "the RFC 7638 JWK thumbprint (base64url of a SHA-256)"},
     {"--uri", "", "the RFC 9278 thumbprint URI, urn:ietf:params:oauth:jwk-thumbprint:sha-256:..."},
+    {"--compressed", "",
+     "the public point compressed (02 or 03, then x): pem, der, sec1-pem, sec1-der, raw-hex"},
     {"--set-kid", "ID", "jwk: write \"kid\" ID (thumbprint: the RFC 7638 thumbprint); cose: kid, ID's bytes"},
     {"--alg", "A", "the JOSE algorithm: ES256 P-256, ES384 P-384, ES512 P-521, ES256K secp256k1 (jwk: any)"},
     {"--use", "U", "jwk: write \"use\" U (sig or enc)"},
