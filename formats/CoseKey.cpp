@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "ecc/EccKey.h"
+#include "ecc/PointDecompression.h"
 #include "support/DataBuffer.h"
 #include "support/LogBase.h"
 #include "support/StringBuffer.h"
@@ -207,18 +208,23 @@ bool loadCoseKey(EccKey &key, const DataBuffer &cbor, LogBase &log) {
         return item && cbor_isa_bytestring(item) && cbor_bytestring_is_definite(item) &&
                cbor_bytestring_length(item) == len;
     };
+    // y may be its sign bit alone (RFC 9053 7.1.1): true for an odd y, as the 03 of a compressed point.
+    const bool signBit = y != nullptr && cbor_is_bool(y);
     const char *why = nullptr;
-    if (kty != 2 || curve == nullptr || !definite(x) || (d != nullptr && !definite(d)) || y == nullptr)
-        why = "Not a COSE EC2 key.";
-    else if (cbor_is_bool(y))
-        why = "COSE keys with a compressed y are not read.";
-    else if (!definite(y))
+    if (kty != 2 || curve == nullptr || !definite(x) || (d != nullptr && !definite(d)) || y == nullptr ||
+        (!signBit && !definite(y)))
         why = "Not a COSE EC2 key.";
     DataBuffer point, scalar, derived;
     scalar.setSensitive();
     LogNull quiet;
-    bool ok = why == nullptr && point.appendChar(4) && point.append(cbor_bytestring_handle(x), len) &&
-              point.append(cbor_bytestring_handle(y), len);
+    bool ok = why == nullptr && point.appendChar(signBit ? (cbor_get_bool(y) ? 3 : 2) : 4) &&
+              point.append(cbor_bytestring_handle(x), len) &&
+              (signBit || point.append(cbor_bytestring_handle(y), len));
+    std::string notWhole;
+    if (ok && signBit && !makePointWhole(curve->name, point, notWhole)) {
+        why = "The COSE key's x is not on its curve.";
+        ok = false;
+    }
     if (ok && d != nullptr) {
         ok = scalar.append(cbor_bytestring_handle(d), len) && key.loadEccPrivateRaw(scalar, crv == 8, log) &&
              key.exportEccPoint(derived, quiet);

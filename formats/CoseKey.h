@@ -17,11 +17,11 @@ class LogBase;
                              bool withAlg, DataBuffer &out, LogBase &log);
 
 // Loads a COSE_Key EC2 map (no array or map in it may claim more members than there are bytes left): a public
-// key from crv, x and y; a private key from d, whose point must be x and y. Other labels (kid, alg, key_ops,
-// base IV) are read past. Refuses, with "Not a COSE EC2 key." and the key cleared: CBOR that does not decode
-// or is not a map with kty 2, an unknown crv, a missing or mistyped x or d, a y that is a sign bit ("COSE
-// keys with a compressed y are not read."), a d whose point is not (x, y) ("The COSE key's d does not match
-// its x and y."). The CBOR's copies of d are wiped.
+// key from crv, x and y, where y may be its sign bit (true: odd); a private key from d, whose point must be x
+// and y. Other labels (kid, alg, key_ops, base IV) are read past. Refuses, with "Not a COSE EC2 key." and the
+// key cleared: CBOR that does not decode or is not a map with kty 2, an unknown crv, a missing or mistyped
+// x, y or d, an x without a y on the curve ("The COSE key's x is not on its curve."), a d whose point is not
+// (x, y) ("The COSE key's d does not match its x and y."). The CBOR's copies of d are wiped.
 [[nodiscard]] bool loadCoseKey(EccKey &key, const DataBuffer &cbor, LogBase &log);
 
 }  // namespace ecckey

@@ -36,13 +36,23 @@ TEST(CoseKey, Rfc9052AndRfc9679AndRefusals) {
     ASSERT_TRUE(toCoseKey(key, true, kid.getData2(), kid.getSize(), false, out, log));
     EXPECT_TRUE(out.equals(hex(priv + kD)) && out.isSensitive());
 
+    // y as its sign bit: false is the example's even y; true is the other root, odd.
+    const std::string signBit = "a40102200121582065eda5" + kX.substr(6) + "22";
+    ASSERT_TRUE(loadCoseKey(key, hex(signBit + "f4"), log) &&
+                toCoseKey(key, false, nullptr, 0, false, out, log));
+    EXPECT_TRUE(out.equals(hex(pub)));
+    ASSERT_TRUE(loadCoseKey(key, hex(signBit + "f5"), log) &&
+                toCoseKey(key, false, nullptr, 0, false, out, log));
+    EXPECT_TRUE(out.getSize() == 75 && !out.equals(hex(pub)) && (out[74] & 1) == 1);
+
     const struct {
         std::string cbor;
         const char *message;
     } rows[] = {
         {"a40101200121582065eda5" + kX.substr(6) + "225820" + kY, "Not a COSE EC2 key."},
         {"a40102200221582065eda5" + kX.substr(6) + "225820" + kY, "Not a COSE EC2 key."},
-        {"a40102200121582065eda5" + kX.substr(6) + "22f5", "COSE keys with a compressed y are not read."},
+        {"a401022001215820" + std::string(62, '0') + "0122f5", "The COSE key's x is not on its curve."},
+        {"a40102200121582065eda5" + kX.substr(6) + "2201", "Not a COSE EC2 key."},
         {priv + kD.substr(0, 62) + "ce", "The COSE key's d does not match its x and y."},
         {pub + "00", "Not a COSE EC2 key."},
     };
