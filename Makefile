@@ -36,10 +36,11 @@ test-clang: deps
 	@cmake --build --preset clang -j $(JOBS)
 	@ctest --preset clang -j $(JOBS)
 
-# The side-by-side tables of ecckey, OpenSSL, LibTomCrypt and libsecp256k1 (a few minutes; BENCH_QUICK=1 or
-# `make bench-quick` for a short run printing the same tables).
+# The side-by-side tables of ecckey, OpenSSL, LibTomCrypt and libsecp256k1 and a chart of their ratios,
+# build/bench-ratios.svg (a few minutes; BENCH_QUICK=1 or `make bench-quick` for a short run printing the
+# same tables).
 bench: bench-build
-	@build/bin/ecckey-bench
+	@build/bin/ecckey-bench --chart=build/bench-ratios.svg
 
 bench-quick: bench-build
 	@BENCH_QUICK=1 build/bin/ecckey-bench

@@ -1,6 +1,7 @@
 #include "bench/BenchReport.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 #include "bench/BenchSetup.h"
@@ -294,6 +295,77 @@ void TableReporter::printNonceTable(std::ostream &out) const {
            "away "
            "from 1.00 means signing time tells how long a nonce is.\n\n"
         << table;
+}
+
+namespace {
+
+// A cell's fill for ratio r: white at 1, deepening to green at 1/16 and below, to red at 16 and above.
+std::string ratioColour(double r) {
+    const double t = std::max(-1.0, std::min(1.0, std::log2(r) / 4));
+    const int fade = (int)(255 * (1 - std::fabs(t)) + 0.5);
+    const int strong = t < 0 ? 160 + (int)(95 * (1 - std::fabs(t))) : 255;
+    char buf[16];
+    if (t < 0)
+        std::snprintf(buf, sizeof buf, "#%02x%02x%02x", fade, strong, fade);
+    else
+        std::snprintf(buf, sizeof buf, "#%02x%02x%02x", strong, fade, fade);
+    return buf;
+}
+
+}  // namespace
+
+void TableReporter::writeRatioChart(std::ostream &out) const {
+    const char *const peers[][2] = {
+        {kImplOpenSsl, "OpenSSL"}, {kImplSecp256k1, "libsecp256k1"}, {kImplTomCrypt, "LibTomCrypt"}};
+    const int labelWidth = 130, cellWidth = 112, cellHeight = 20, titleHeight = 46;
+    std::string body;
+    int y = 0;
+    for (const auto &peer : peers) {
+        std::string grid;
+        int rows = 0;
+        for (const BenchCurve &curve : benchCurves()) {
+            std::string row;
+            bool any = false;
+            int column = 0;
+            for (BenchOp op : benchOps()) {
+                const Median mine = median(comparisonName(curve, op, kImplEcckey));
+                const Median theirs = median(comparisonName(curve, op, peer[0]));
+                const int x = labelWidth + column++ * cellWidth;
+                if (!mine.ran || !theirs.ran || !mine.error.empty() || !theirs.error.empty() ||
+                    theirs.cpuUs <= 0)
+                    continue;
+                any = true;
+                const double r = mine.cpuUs / theirs.cpuUs;
+                const int top = y + titleHeight + rows * cellHeight;
+                row += "<rect x=\"" + std::to_string(x) + "\" y=\"" + std::to_string(top) + "\" width=\"" +
+                       std::to_string(cellWidth - 2) + "\" height=\"" + std::to_string(cellHeight - 2) +
+                       "\" fill=\"" + ratioColour(r) + "\"/><text x=\"" + std::to_string(x + cellWidth / 2) +
+                       "\" y=\"" + std::to_string(top + 14) + "\" text-anchor=\"middle\">" + formatRatio(r) +
+                       "</text>\n";
+            }
+            if (!any)
+                continue;
+            grid += "<text x=\"4\" y=\"" + std::to_string(y + titleHeight + rows * cellHeight + 14) + "\">" +
+                    curve.label + "</text>\n" + row;
+            ++rows;
+        }
+        if (rows == 0)
+            continue;
+        body += "<text x=\"4\" y=\"" + std::to_string(y + 18) + "\" font-weight=\"bold\">ecckey / " +
+                peer[1] + " (below 1: ecckey is faster)</text>\n";
+        int column = 0;
+        for (BenchOp op : benchOps())
+            body += "<text x=\"" + std::to_string(labelWidth + column++ * cellWidth + cellWidth / 2) +
+                    "\" y=\"" + std::to_string(y + titleHeight - 6) + "\" text-anchor=\"middle\">" +
+                    opLabel(op) + "</text>\n";
+        body += grid;
+        y += titleHeight + rows * cellHeight + 16;
+    }
+    const int width = labelWidth + (int)benchOps().size() * cellWidth + 4;
+    out << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << width << "\" height=\"" << y
+        << "\" font-family=\"sans-serif\" font-size=\"11\">\n<rect width=\"100%\" height=\"100%\" "
+           "fill=\"white\"/>\n"
+        << body << "</svg>\n";
 }
 
 }  // namespace ecckey_bench

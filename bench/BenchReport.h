@@ -33,6 +33,10 @@ class TableReporter : public benchmark::ConsoleReporter {
     void printComparisonTable(std::ostream &out) const;
     void printThreadTable(std::ostream &out) const;
     void printNonceTable(std::ostream &out) const;
+    // The comparison table's ratios ecckey/peer as an SVG picture: a grid per peer, a row per curve, a
+    // column per operation, each cell its ratio on a colour from green (ecckey faster) to red (slower).
+    // Writes an empty picture when no case ran.
+    void writeRatioChart(std::ostream &out) const;
     // True when any case reported an error (the smoke test in CI fails on it).
     bool hadErrors() const;
 

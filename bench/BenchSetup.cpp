@@ -48,10 +48,10 @@ const std::vector<BenchCurve> &benchCurves() {
 }
 
 const std::vector<BenchOp> &benchOps() {
-    static const std::vector<BenchOp> ops = {BenchOp::KeyGen,       BenchOp::Sign,
-                                             BenchOp::Verify,       BenchOp::Ecdh,
-                                             BenchOp::ScalarMultG,  BenchOp::DoubleScalarMult,
-                                             BenchOp::FieldMultiply};
+    static const std::vector<BenchOp> ops = {BenchOp::KeyGen,           BenchOp::Sign,
+                                             BenchOp::Verify,           BenchOp::Ecdh,
+                                             BenchOp::ScalarMultG,      BenchOp::ScalarMultGFixed,
+                                             BenchOp::DoubleScalarMult, BenchOp::FieldMultiply};
     return ops;
 }
 
@@ -67,6 +67,8 @@ const char *opKey(BenchOp op) {
             return "ecdh";
         case BenchOp::ScalarMultG:
             return "kG";
+        case BenchOp::ScalarMultGFixed:
+            return "kGfixed";
         case BenchOp::DoubleScalarMult:
             return "u1G+u2Q";
         case BenchOp::FieldMultiply:
@@ -86,7 +88,9 @@ const char *opLabel(BenchOp op) {
         case BenchOp::Ecdh:
             return "ECDH";
         case BenchOp::ScalarMultG:
-            return "k·G";
+            return "k·G, ladder";
+        case BenchOp::ScalarMultGFixed:
+            return "k·G, fixed base";
         case BenchOp::DoubleScalarMult:
             return "u1·G + u2·Q";
         case BenchOp::FieldMultiply:

@@ -46,7 +46,18 @@ struct BenchMaterial {
 const BenchMaterial &benchMaterial(const BenchCurve &curve, int threadIndex = 0);
 
 // The operations of the comparison table, in row order.
-enum class BenchOp { KeyGen, Sign, Verify, Ecdh, ScalarMultG, DoubleScalarMult, FieldMultiply };
+// ScalarMultG is ecckey's ladder for any base point, ScalarMultGFixed its multiplier of the generator from
+// tables; a peer's k·G is the same call in both rows.
+enum class BenchOp {
+    KeyGen,
+    Sign,
+    Verify,
+    Ecdh,
+    ScalarMultG,
+    ScalarMultGFixed,
+    DoubleScalarMult,
+    FieldMultiply
+};
 const char *opKey(BenchOp op);    // in benchmark names
 const char *opLabel(BenchOp op);  // in the table
 const std::vector<BenchOp> &benchOps();
@@ -81,7 +92,7 @@ class FastRandom {
 // One library's benchmark function per operation, in BenchOp order; null where it has none.
 using BenchFn = void (*)(benchmark::State &, const BenchCurve *);
 struct BenchFns {
-    BenchFn byOp[7];
+    BenchFn byOp[8];
 };
 // Registers impl's case for curve and op, or nothing where the table has no function for op.
 void registerComparison(const BenchCurve &curve, BenchOp op, const char *impl, const BenchFns &fns);

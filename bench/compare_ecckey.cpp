@@ -1,9 +1,10 @@
 // ecckey's column of the comparison table: the four key operations through EccKey's public interface,
-// the two multiplications under them (k·G by the ladder for secret scalars that key generation and ECDH
-// use), and one field multiplication (the fixed-width Montgomery product FieldMont<N>::mul on the generic
-// curves, FieldInt256::multiply on secp256k1).
+// the multiplications under them (k·G by the ladder for secret scalars that ECDH uses, k·G from the
+// generator's tables that key generation and signing use, u1·G + u2·Q), and one field multiplication (the
+// fixed-width Montgomery product FieldMont<N>::mul on the generic curves, FieldInt256::multiply on
+// secp256k1).
 //
-// Every case counts the heap allocations of its operation, and the two multiplications report how many
+// Every case counts the heap allocations of its operation, and the multiplications report how many
 // field products they perform, so that the table can print each one's floor (products × the cost of one).
 #include <benchmark/benchmark.h>
 
@@ -56,6 +57,14 @@ int ladderProducts(const mp_int &n, const mp_int &p, bool hasA) {
     return doubleProducts(hasA) + steps * (kAddProducts + doubleProducts(hasA)) + mapProducts(p);
 }
 
+// The generator's tables: a mixed addition (Q affine: 8 products and 3 squares) for every window after the
+// first, a doubling for the last window's masked addition, then the map.
+const int kMixedAddProducts = 11;
+int baseProducts(const mp_int &n, const mp_int &p, bool hasA) {
+    const int windows = (TovarMp::mp_count_bits(n) + kBaseMultWindowBits - 1) / kBaseMultWindowBits;
+    return (windows - 1) * kMixedAddProducts + doubleProducts(hasA) + mapProducts(p);
+}
+
 // The joint table (two doublings, eleven additions), then per bit pair after the first non-zero one two
 // doublings and, for a non-zero pair, an addition.
 int jointProducts(const Bytes &u1, const Bytes &u2, const mp_int &p, bool hasA) {
@@ -78,6 +87,8 @@ const int kK1Add = 15 + kK1Double;
 // multiplyPt: the table (one doubling, thirteen additions), 63 × 4 doublings and 64 additions.
 const int kK1MultiplyPt = kK1Double + 13 * kK1Add + 63 * 4 * kK1Double + 64 * kK1Add;
 const int kK1Normalize = 2;
+// multiplyGenerator: 51 mixed additions of 12 multiplications, the last with two more and a doubling.
+const int kK1MultiplyGenerator = 51 * 12 + 2 + kK1Double;
 
 // Heap allocations inside the measured operations, reported per operation.
 class AllocationTally {
@@ -252,6 +263,46 @@ void scalarMultG(benchmark::State &state, const BenchCurve *curve) {
     allocs.report(state);
 }
 
+// k·G from the generator's tables, as key generation and signing make it; the tables exist before timing.
+void scalarMultGFixed(benchmark::State &state, const BenchCurve *curve) {
+    const BenchMaterial &m = benchMaterial(*curve);
+    AllocationTally allocs;
+    if (curve->isSecp256k1) {
+        const _tvUnsigned256 k(m.d.data());
+        for (auto _ : state) {
+            allocs.begin();
+            _tvCurvePt R;
+            R.multiplyGenerator(k);
+            R.normalizePt();
+            allocs.end();
+            benchmark::DoNotOptimize(R);
+        }
+        state.counters[kCounterProducts] = kK1MultiplyGenerator + kK1Normalize;
+        allocs.report(state);
+        return;
+    }
+    EccKey key;
+    GenericCurve c;
+    mp_int k;
+    if (!loadPrivateKey(*curve, m.d, key) || !c.load(key) || !fromBytes(m.d, k)) {
+        state.SkipWithError("set-up failed");
+        return;
+    }
+    EccPoint R;
+    LogNull log;
+    for (auto _ : state) {
+        allocs.begin();
+        const bool ok = pointMultBase(k, c.n, c.G, R, c.aArg(), c.p, log);
+        allocs.end();
+        if (!ok) {
+            state.SkipWithError("pointMultBase failed");
+            return;
+        }
+    }
+    state.counters[kCounterProducts] = baseProducts(c.n, c.p, c.hasA);
+    allocs.report(state);
+}
+
 void doubleScalarMult(benchmark::State &state, const BenchCurve *curve) {
     const BenchMaterial &m = benchMaterial(*curve);
     AllocationTally allocs;
@@ -261,7 +312,8 @@ void doubleScalarMult(benchmark::State &state, const BenchCurve *curve) {
         return;
     }
     if (curve->isSecp256k1) {
-        // What the engine's verifier does: two multiplications, one addition, one normalisation.
+        // What the engine's verifier does: two multiplications (G's from the tables), one addition, one
+        // normalisation.
         const _tvUnsigned256 u1(m.u1.data()), u2(m.u2.data());
         _tvUnsigned256 qx, qy;
         if (!mp_int_to_uint256(key.m_pubPoint.m_x, qx) || !mp_int_to_uint256(key.m_pubPoint.m_y, qy)) {
@@ -271,8 +323,8 @@ void doubleScalarMult(benchmark::State &state, const BenchCurve *curve) {
         const _tvCurvePt Q{FieldInt256(qx), FieldInt256(qy)};
         for (auto _ : state) {
             allocs.begin();
-            _tvCurvePt P = _tvCurvePt::m_s_G;
-            P.multiplyPt(u1);
+            _tvCurvePt P;
+            P.multiplyGenerator(u1);
             _tvCurvePt P2 = Q;
             P2.multiplyPt(u2);
             P.addPt(P2);
@@ -280,7 +332,7 @@ void doubleScalarMult(benchmark::State &state, const BenchCurve *curve) {
             allocs.end();
             benchmark::DoNotOptimize(P);
         }
-        state.counters[kCounterProducts] = 2 * kK1MultiplyPt + kK1Add + kK1Normalize;
+        state.counters[kCounterProducts] = kK1MultiplyGenerator + kK1MultiplyPt + kK1Add + kK1Normalize;
         allocs.report(state);
         return;
     }
@@ -362,7 +414,8 @@ void fieldMultiply(benchmark::State &state, const BenchCurve *curve) {
 }  // namespace
 
 void registerEcckeyCase(const BenchCurve &curve, BenchOp op) {
-    static const BenchFns fns = {{keyGen, sign, verify, ecdh, scalarMultG, doubleScalarMult, fieldMultiply}};
+    static const BenchFns fns = {
+        {keyGen, sign, verify, ecdh, scalarMultG, scalarMultGFixed, doubleScalarMult, fieldMultiply}};
     registerComparison(curve, op, kImplEcckey, fns);
 }
 

@@ -146,7 +146,7 @@ void scalarMultG(benchmark::State &state, const BenchCurve *curve) {
 void registerSecp256k1Case(const BenchCurve &curve, BenchOp op) {
     if (!curve.isSecp256k1)
         return;
-    static const BenchFns fns = {{keyGen, sign, verify, ecdh, scalarMultG, nullptr, nullptr}};
+    static const BenchFns fns = {{keyGen, sign, verify, ecdh, scalarMultG, scalarMultG, nullptr, nullptr}};
     registerComparison(curve, op, kImplSecp256k1, fns);
 }
 

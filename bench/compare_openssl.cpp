@@ -203,7 +203,8 @@ void fieldMultiply(benchmark::State &state, const BenchCurve *curve) {
 }  // namespace
 
 void registerOpenSslCase(const BenchCurve &curve, BenchOp op) {
-    static const BenchFns fns = {{keyGen, sign, verify, ecdh, scalarMultG, doubleScalarMult, fieldMultiply}};
+    static const BenchFns fns = {
+        {keyGen, sign, verify, ecdh, scalarMultG, scalarMultG, doubleScalarMult, fieldMultiply}};
     registerComparison(curve, op, kImplOpenSsl, fns);
 }
 

@@ -311,7 +311,8 @@ void fieldMultiply(benchmark::State &state, const BenchCurve *curve) {
 void registerTomCryptCase(const BenchCurve &curve, BenchOp op) {
     if (!tomCryptCurve(benchMaterial(curve)))
         return;
-    static const BenchFns fns = {{keyGen, sign, verify, ecdh, scalarMultG, doubleScalarMult, fieldMultiply}};
+    static const BenchFns fns = {
+        {keyGen, sign, verify, ecdh, scalarMultG, scalarMultG, doubleScalarMult, fieldMultiply}};
     registerComparison(curve, op, kImplTomCrypt, fns);
 }
 

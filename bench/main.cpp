@@ -7,8 +7,9 @@
 // all).
 // Defaults, each overridden by the same flag on the command line: five repetitions of at least 0.1 s each,
 // all cases' repetitions in random order, medians only. With BENCH_QUICK=1 in the environment (or --quick):
-// one repetition of 0.01 s, the same tables from a short run. The exit status is 1 when any case reported an
-// error.
+// one repetition of 0.01 s, the same tables from a short run. With --chart=FILE the comparison table's ratios
+// are also drawn, as SVG, into FILE (`make bench` writes build/bench-ratios.svg). The exit status is 1 when
+// any case reported an error.
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
@@ -34,6 +35,15 @@ bool quickRequested(int argc, char **argv) {
         if (std::strcmp(argv[i], "--quick") == 0)
             return true;
     return false;
+}
+
+// The FILE of --chart=FILE, or empty.
+std::string chartPath(int argc, char **argv) {
+    const char *const flag = "--chart=";
+    for (int i = 1; i < argc; ++i)
+        if (std::strncmp(argv[i], flag, std::strlen(flag)) == 0)
+            return argv[i] + std::strlen(flag);
+    return "";
 }
 
 bool hasFlag(int argc, char **argv, const char *flag) {
@@ -86,7 +96,7 @@ int main(int argc, char **argv) {
     for (std::string &d : defaults)
         args.push_back(&d[0]);
     for (int i = 1; i < argc; ++i)
-        if (std::strcmp(argv[i], "--quick") != 0)
+        if (std::strcmp(argv[i], "--quick") != 0 && std::strncmp(argv[i], "--chart=", 8) != 0)
             args.push_back(argv[i]);
     int count = (int)args.size();
     args.push_back(nullptr);
@@ -105,6 +115,12 @@ int main(int argc, char **argv) {
     reporter.printComparisonTable(std::cout);
     reporter.printThreadTable(std::cout);
     reporter.printNonceTable(std::cout);
+    const std::string chart = chartPath(argc, argv);
+    if (!chart.empty()) {
+        std::ofstream svg(chart);
+        reporter.writeRatioChart(svg);
+        std::cout << (svg ? "\nRatio chart: " : "\nRatio chart not written: ") << chart << "\n";
+    }
     std::cout << "\nLoad average before the run: " << loadBefore << "; after: " << loadAfter << "."
               << (quick ? " Quick run: one short repetition per case." : "") << "\n";
     benchmark::Shutdown();

@@ -1,6 +1,8 @@
-# cmake --install: headers (keeping their ecc/, support/ and formats/ folders), the core library and the
-# formats library on top of it, the ecckey command with its manual page and bash completion, a CMake package
-# and pkg-config files.
+# cmake --install: the public headers, the core library and the formats library on top of it (which
+# carries the C++ face), the ecckey command with its manual page and bash completion, a CMake package and
+# pkg-config files. Public are <ecckey/ecckey.hpp>, the key classes' umbrella <ecc/ecckey.h> and what those
+# two include (kept in their ecc/ and support/ folders under include/ecckey/), and formats/; the
+# arithmetic, the secp256k1 engine and the other internal headers of ecc/ and support/ are not installed.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -13,9 +15,16 @@ install(FILES ${CMAKE_BINARY_DIR}/share/ecckey.bash DESTINATION ${CMAKE_INSTALL_
 # The installed command finds a shared libecckey beside it, wherever the prefix is moved.
 file(RELATIVE_PATH ECCKEY_BIN_TO_LIB ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
 set_target_properties(ecckey_cli PROPERTIES INSTALL_RPATH "$ORIGIN/${ECCKEY_BIN_TO_LIB}")
-install(DIRECTORY ${CMAKE_SOURCE_DIR}/ecc ${CMAKE_SOURCE_DIR}/support ${CMAKE_SOURCE_DIR}/formats
+install(DIRECTORY ${CMAKE_SOURCE_DIR}/formats
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ecckey
         FILES_MATCHING PATTERN "*.h")
+install(FILES ${CMAKE_SOURCE_DIR}/include/ecckey/ecckey.hpp DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ecckey)
+install(FILES ecc/ecckey.h ecc/EccCurve.h ecc/EccKey.h ecc/EccPoint.h
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ecckey/ecc)
+install(FILES support/DataBuffer.h support/Hash.h support/Invariant.h support/JsonObject.h support/KeyBase.h
+              support/LogBase.h support/MpInt.h support/Prng.h support/StringBuffer.h support/TovarMp.h
+              support/PublicKey.h support/Xml.h
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ecckey/support)
 
 # Both package files find the prefix from where they lie, so that an installed tree still works after
 # `cmake --install --prefix` elsewhere, or once moved.

@@ -143,7 +143,7 @@ bool EccKey::loadAnyEccAsn(_tvAsn1 *root, LogBase &log) {
     return loadEccPrivateAsn(innerRoot, curveOid, log);
 }
 
-bool EccKey::parseAldId(_tvAsn1 *algId, StringBuffer &algOid, StringBuffer &curveOid, LogBase &log) {
+bool EccKey::parseAldId(_tvAsn1 *algId, StringBuffer &algOid, StringBuffer &curveOid, LogBase &log) const {
     LogContextExitor ctx(log, "parseAldId");
     if (!algId)
         return false;

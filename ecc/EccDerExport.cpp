@@ -121,7 +121,7 @@ bool EccKey::appendEmittedInteger(const mp_int &a, DataBuffer &out, const LogBas
     return TovarMp::mpint_to_fixed_bytes(a, out.getDataMutable() + start, width);
 }
 
-bool EccKey::toPublicKeyDer_shortFmt(DataBuffer &out, LogBase &log) {
+bool EccKey::toPublicKeyDer_shortFmt(DataBuffer &out, LogBase &log) const {
     LogContextExitor ctx(log, "toPublicKeyDer_shortFmt");
     out.clear();
     out.setSensitive();
@@ -139,7 +139,7 @@ bool EccKey::toPublicKeyDer_shortFmt(DataBuffer &out, LogBase &log) {
 
 // The four curves with an explicit form take their template and swap in the key's point; every other
 // curve is written in the short form.
-bool EccKey::toPublicKeyDer_longFmt(DataBuffer &out, LogBase &log) {
+bool EccKey::toPublicKeyDer_longFmt(DataBuffer &out, LogBase &log) const {
     // Callers' logs have always shown this context under the shorter name.
     LogContextExitor ctx(log, "toPublicKeyDer");
     out.clear();
@@ -168,7 +168,7 @@ bool EccKey::toPublicKeyDer_longFmt(DataBuffer &out, LogBase &log) {
     return spki->EncodeToDer(out, false, log);
 }
 
-bool EccKey::toEccPkcs1PrivateKeyDer(DataBuffer &out, LogBase &log) {
+bool EccKey::toEccPkcs1PrivateKeyDer(DataBuffer &out, LogBase &log) const {
     LogContextExitor ctx(log, "toEccPkcs1PrivateKeyDer");
     out.clear();
     out.setSensitive();
@@ -186,7 +186,7 @@ bool EccKey::toEccPkcs1PrivateKeyDer(DataBuffer &out, LogBase &log) {
     return ecPrivateKey->EncodeToDer(out, false, log);
 }
 
-bool EccKey::toEccPkcs8PrivateKeyDer(DataBuffer &out, LogBase &log) {
+bool EccKey::toEccPkcs8PrivateKeyDer(DataBuffer &out, LogBase &log) const {
     LogContextExitor ctx(log, "toEccPkcs8PrivateKeyDer");
     out.secureClear();
     out.setSensitive();
@@ -216,7 +216,7 @@ bool EccKey::toEccPkcs8PrivateKeyDer(DataBuffer &out, LogBase &log) {
     return pkcs8->EncodeToDer(out, false, log);
 }
 
-bool EccKey::toEccPkcs1PrivateKeyDer_forPkcs11(DataBuffer &out, LogBase &log) {
+bool EccKey::toEccPkcs1PrivateKeyDer_forPkcs11(DataBuffer &out, LogBase &log) const {
     LogContextExitor ctx(log, "toEccPkcs1PrivateKeyDer_forPkcs11");
     out.clear();
     out.setSensitive();
@@ -228,7 +228,7 @@ bool EccKey::toEccPkcs1PrivateKeyDer_forPkcs11(DataBuffer &out, LogBase &log) {
     return ecPrivateKey->EncodeToDer(out, false, log);
 }
 
-bool EccKey::toEccPublicKeyPem(bool shortFormat, StringBuffer &out, LogBase &log) {
+bool EccKey::toEccPublicKeyPem(bool shortFormat, StringBuffer &out, LogBase &log) const {
     LogContextExitor ctx(log, "toEccPublicKeyPem");
     DataBuffer der;
     bool ok = shortFormat ? toPublicKeyDer_shortFmt(der, log) : toPublicKeyDer_longFmt(der, log);
@@ -239,7 +239,7 @@ bool EccKey::toEccPublicKeyPem(bool shortFormat, StringBuffer &out, LogBase &log
 
 // Both structures go out under "EC PRIVATE KEY": SEC 1 is the standard content of that label, and the
 // PEM readers in use (the library's own, OpenSSL 3, ssh-keygen) also take PKCS #8 under it.
-bool EccKey::toEccPrivateKeyPem(bool pkcs1, StringBuffer &out, LogBase &log) {
+bool EccKey::toEccPrivateKeyPem(bool pkcs1, StringBuffer &out, LogBase &log) const {
     LogContextExitor ctx(log, "toEccPrivateKeyPem");
     DataBuffer der;
     der.setSensitive();

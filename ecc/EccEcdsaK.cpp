@@ -26,7 +26,7 @@ const unsigned kScalarLen = 32;
 // with d = 0 would hand back a "signature" that proves nothing. The nonce, its inverse, d and r·d + e are
 // wiped on every path.
 bool EccKey::eccSignHashK(const unsigned char *hash, unsigned hashLen, _tvPrng &prng, bool bAsn,
-                          DataBuffer &out, LogBase &log) {
+                          DataBuffer &out, LogBase &log) const {
     LogContextExitor ctx(log, "eccSignHashK");
     out.clear();
 
@@ -87,7 +87,7 @@ bool EccKey::eccSignHashK(const unsigned char *hash, unsigned hashLen, _tvPrng &
 // hash not 32 bytes long ("hash length must be 32"), an unreadable signature ("Failed to unpack ASN.1
 // DSA/ECC signature.") and values wider than 256 bits (silently).
 bool EccKey::eccVerifyHashK(const unsigned char *sig, unsigned sigLen, bool split, const unsigned char *hash,
-                            unsigned hashLen, bool &valid, LogBase &log, unsigned rLen) {
+                            unsigned hashLen, bool &valid, LogBase &log, unsigned rLen) const {
     LogContextExitor ctx(log, "eccVerifyHashK");
     valid = false;
 

@@ -55,7 +55,7 @@ bool EccKey::getJwkCurveName(StringBuffer &out, LogBase &log) const {
     return out.append(m_curve.m_name);
 }
 
-bool EccKey::toEccPrivateKeyJwk(StringBuffer &out, LogBase &log) {
+bool EccKey::toEccPrivateKeyJwk(StringBuffer &out, LogBase &log) const {
     LogContextExitor ctx(log, "toEccPrivateKeyJwk");
     out.clear();
     bool ok = out.append(kJwkHead);
@@ -72,7 +72,7 @@ bool EccKey::toEccPrivateKeyJwk(StringBuffer &out, LogBase &log) {
     return ok;
 }
 
-bool EccKey::toEccPublicKeyJwk(StringBuffer &out, bool crvFirst, LogBase &log) {
+bool EccKey::toEccPublicKeyJwk(StringBuffer &out, bool crvFirst, LogBase &log) const {
     LogContextExitor ctx(log, "toEccPublicKeyJwk");
     out.clear();
     bool ok;
@@ -94,7 +94,7 @@ bool EccKey::toEccPublicKeyJwk(StringBuffer &out, bool crvFirst, LogBase &log) {
     return ok;
 }
 
-bool EccKey::toEccPrivateKeyXml(StringBuffer &out, LogBase &log) {
+bool EccKey::toEccPrivateKeyXml(StringBuffer &out, LogBase &log) const {
     LogContextExitor ctx(log, "toEccPrivateKeyXml");
     out.clear();
     DataBuffer der;
@@ -112,7 +112,7 @@ bool EccKey::toEccPrivateKeyXml(StringBuffer &out, LogBase &log) {
     return ok;
 }
 
-bool EccKey::toEccPublicKeyXml(StringBuffer &out, LogBase &log) {
+bool EccKey::toEccPublicKeyXml(StringBuffer &out, LogBase &log) const {
     LogContextExitor ctx(log, "toEccPublicKeyXml");
     out.clear();
     DataBuffer der;
@@ -134,7 +134,7 @@ bool EccKey::toEccPublicKeyXml(StringBuffer &out, LogBase &log) {
     return ok;
 }
 
-bool EccKey::toEccPublicKeyXmlDSig(StringBuffer &out, LogBase &log) {
+bool EccKey::toEccPublicKeyXmlDSig(StringBuffer &out, LogBase &log) const {
     LogContextExitor ctx(log, "toEccPublicKeyXmlDSig");
     out.clear();
     bool ok = out.append(kXmlDSigEcKeyValue);

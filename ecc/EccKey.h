@@ -62,7 +62,7 @@ class EccKey : public KeyBase {
     // Tests y² = x³ − 3x + b for Q: meaningful for a = −3 curves only (false for Brainpool and secp256k1
     // points). Logs "Failed to decode curve prime." or "Failed to decode curve B." (with the curve's text)
     // when a parameter does not parse; a plain false when the point is off the curve. Changes nothing.
-    [[nodiscard]] bool isPoint(LogBase &log);
+    [[nodiscard]] bool isPoint(LogBase &log) const;
 
     // ---- Key validation (EccKeyCheck.cpp) ----
     // The loaders trust the point a key carries; these checks are for keys from elsewhere. Each logs the
@@ -122,12 +122,12 @@ class EccKey : public KeyBase {
     // to get p" or "Failed to get e" for unparsable values, "curveName" and "Failed to generate point on
     // curve." when prng fails, "ecc calc error 1" when a nonce has no inverse. out holds no signature then.
     [[nodiscard]] bool eccSignHash(const unsigned char *hash, unsigned hashLen, _tvPrng &prng, bool bAsn,
-                                   DataBuffer &out, LogBase &log);
+                                   DataBuffer &out, LogBase &log) const;
     // Signs the whole hash on the generic arithmetic, whatever the curve (secp256k1 included), and appends r
     // and s as two SSH mpints to out, which is not cleared. No leading-byte rule: an mpint may carry its
     // sign octet. Messages as eccSignHash; out may hold a partial blob after a failure while appending.
     [[nodiscard]] bool eccSignHash_forSsh(const unsigned char *hash, unsigned hashLen, _tvPrng &prng,
-                                          DataBuffer &out, LogBase &log);
+                                          DataBuffer &out, LogBase &log) const;
     // Re-encodes a signature, DER or raw of a size the reader knows, as DER appended to out. An unreadable
     // input is logged by the unpacker and encoded as it was read (r = s = 0 when nothing was). Returns the
     // encoder's verdict ("Failed to encode final ASN.1" when it fails); logs "eccAsnSigLen" when verbose.
@@ -142,7 +142,7 @@ class EccKey : public KeyBase {
     // algorithm."), a hash of another length ("The hash length does not match the hash algorithm.") and a
     // scalar outside [1, n - 1] ("The private key is not in [1, n-1]."). out is empty after a refusal.
     [[nodiscard]] bool eccSignHashDeterministic(const unsigned char *hash, unsigned hashLen, int hashAlg,
-                                                bool bAsn, DataBuffer &out, LogBase &log);
+                                                bool bAsn, DataBuffer &out, LogBase &log) const;
 
     // ---- ECDSA verification (EccVerify.cpp) ----
     // Checks sig (DER, or raw r||s split as unpackDsaSig splits it) over the first ecdsaHashLen bytes of
@@ -153,7 +153,7 @@ class EccKey : public KeyBase {
     // carry to its end is 11). Q is trusted as loaded.
     [[nodiscard]] bool eccVerifyHash(const unsigned char *sig, unsigned sigLen, bool split,
                                      const unsigned char *hash, unsigned hashLen, bool &valid, LogBase &log,
-                                     unsigned rLen);
+                                     unsigned rLen) const;
 
     // ---- secp256k1 signer and verifier (EccEcdsaK.cpp, over secp256k1/Secp256k1Ecdsa.h) ----
     // Signs a 32-byte hash into out, cleared first, as DER or as 64 bytes r||s, in constant time. Refuses a
@@ -162,7 +162,7 @@ class EccKey : public KeyBase {
     // after 100 refused ones; a failing generator logs "Failed to generate random nonce.", and memory
     // running out while r and s are converted "Big integer calculations failed.".
     [[nodiscard]] bool eccSignHashK(const unsigned char *hash, unsigned hashLen, _tvPrng &prng, bool bAsn,
-                                    DataBuffer &out, LogBase &log);
+                                    DataBuffer &out, LogBase &log) const;
     // Checks sig over a 32-byte hash. True, with the verdict in valid and "sigValid" logged, for every
     // signature it could examine (r or s out of [1, n), a point off the curve and a wrong signature are an
     // invalid verdict). False, valid false, for null inputs ("null inputs."), another hash length ("hash
@@ -170,7 +170,7 @@ class EccKey : public KeyBase {
     // wider than 256 bits (silently).
     [[nodiscard]] bool eccVerifyHashK(const unsigned char *sig, unsigned sigLen, bool split,
                                       const unsigned char *hash, unsigned hashLen, bool &valid, LogBase &log,
-                                      unsigned rLen);
+                                      unsigned rLen) const;
 
     // ---- X9.63 points and raw keys (EccRawKey.cpp) ----
     // Raw keys carry no curve: the size selects it (65/32 bytes P-256, 97/48 P-384, 133/66 P-521). The
@@ -193,7 +193,7 @@ class EccKey : public KeyBase {
     // Appends d as 2·m_byteLen lower-case hex digits to privHex (all zeros for a public key) and
     // "04" || X || Y in the same form to pubHex. Logs "Out of memory writing the raw key." when an append
     // fails; the outputs may then hold part of the text.
-    [[nodiscard]] bool toRawHex(StringBuffer &privHex, StringBuffer &pubHex, LogBase &log);
+    [[nodiscard]] bool toRawHex(StringBuffer &privHex, StringBuffer &pubHex, LogBase &log) const;
 
     // ---- ASN.1 import (EccAsnImport.cpp) ----
     // Decodes der (marked sensitive: it may carry d) and loads the SubjectPublicKeyInfo, PKCS #8
@@ -215,7 +215,8 @@ class EccKey : public KeyBase {
     // Reads { OID algorithm, OID namedCurve | SEQUENCE ECParameters } into algOid and curveOid (both
     // cleared first); explicit parameters give the OID of the curve whose base point they hold. False,
     // with nothing logged (the callers say what failed), for any other shape or an unknown base point.
-    [[nodiscard]] bool parseAldId(_tvAsn1 *algId, StringBuffer &algOid, StringBuffer &curveOid, LogBase &log);
+    [[nodiscard]] bool parseAldId(_tvAsn1 *algId, StringBuffer &algOid, StringBuffer &curveOid,
+                                  LogBase &log) const;
     // A public key from the BIT STRING of a SubjectPublicKeyInfo on the curve curveOid names; the point is
     // not checked. Logs "No bitstring for ECC public key.", the catalogue's message or "Failed to load ECC
     // point.". After a failure the key holds what was loaded before the failing step.
@@ -233,23 +234,23 @@ class EccKey : public KeyBase {
     // The DER writers mark out sensitive and clear it first, and return false without a message of their
     // own when memory is short or the point does not export; out is then not a valid encoding.
     // SubjectPublicKeyInfo with the named-curve OID.
-    [[nodiscard]] bool toPublicKeyDer_shortFmt(DataBuffer &out, LogBase &log);
+    [[nodiscard]] bool toPublicKeyDer_shortFmt(DataBuffer &out, LogBase &log) const;
     // SubjectPublicKeyInfo with explicit parameters for P-256, P-384, P-521 and secp256k1 (the template's
     // base point replaced by Q); the short form for every other curve. Log context "toPublicKeyDer".
-    [[nodiscard]] bool toPublicKeyDer_longFmt(DataBuffer &out, LogBase &log);
+    [[nodiscard]] bool toPublicKeyDer_longFmt(DataBuffer &out, LogBase &log) const;
     // SEC 1 ECPrivateKey { 1, d, [0] curve OID, [1] Q only with the option "EMIT_ECC_PKCS1_PUBKEY" }. Does
     // not look at m_keyType: a zero d (a public key) is refused with "k is empty".
-    [[nodiscard]] bool toEccPkcs1PrivateKeyDer(DataBuffer &out, LogBase &log);
+    [[nodiscard]] bool toEccPkcs1PrivateKeyDer(DataBuffer &out, LogBase &log) const;
     // PKCS #8 PrivateKeyInfo { 0, { id-ecPublicKey, curve OID }, OCTET STRING ECPrivateKey } and the key's
     // PKCS #8 attributes, if any. out is wiped first. Logs "Not a private key." for a public key.
-    [[nodiscard]] bool toEccPkcs8PrivateKeyDer(DataBuffer &out, LogBase &log);
+    [[nodiscard]] bool toEccPkcs8PrivateKeyDer(DataBuffer &out, LogBase &log) const;
     // ECPrivateKey { 1, d } alone, as PKCS #11 takes it (curve and point travel as separate attributes).
     // Logs "k is empty" for a zero d.
-    [[nodiscard]] bool toEccPkcs1PrivateKeyDer_forPkcs11(DataBuffer &out, LogBase &log);
+    [[nodiscard]] bool toEccPkcs1PrivateKeyDer_forPkcs11(DataBuffer &out, LogBase &log) const;
     // Appends the short or long SubjectPublicKeyInfo as PEM "PUBLIC KEY".
-    [[nodiscard]] bool toEccPublicKeyPem(bool shortFormat, StringBuffer &out, LogBase &log);
+    [[nodiscard]] bool toEccPublicKeyPem(bool shortFormat, StringBuffer &out, LogBase &log) const;
     // Appends SEC 1 (pkcs1) or PKCS #8 DER as PEM under "EC PRIVATE KEY" in both cases.
-    [[nodiscard]] bool toEccPrivateKeyPem(bool pkcs1, StringBuffer &out, LogBase &log);
+    [[nodiscard]] bool toEccPrivateKeyPem(bool pkcs1, StringBuffer &out, LogBase &log) const;
     // Appends the big-endian bytes of a (d, or a coordinate of Q) as the writers emit it in SEC 1, PKCS #8,
     // PKCS #11 and JWK: minimal by default (mpint_to_db, as always); zero-extended to m_byteLen when the
     // logger's option text holds "EMIT_ECC_FIXED_LENGTH", the lengths RFC 5915 and RFC 7518 fix and strict
@@ -265,17 +266,17 @@ class EccKey : public KeyBase {
     [[nodiscard]] bool getJwkCurveName(StringBuffer &out, LogBase &log) const;
     // Replaces out with {"kty":"EC","crv":C,"x":X,"y":Y,"d":D}; integers minimal base64url, or m_byteLen
     // bytes with "EMIT_ECC_FIXED_LENGTH".
-    [[nodiscard]] bool toEccPrivateKeyJwk(StringBuffer &out, LogBase &log);
+    [[nodiscard]] bool toEccPrivateKeyJwk(StringBuffer &out, LogBase &log) const;
     // Replaces out with {"kty":"EC","crv":C,"x":X,"y":Y}, or with crvFirst {"crv":C,"kty":"EC",...}.
-    [[nodiscard]] bool toEccPublicKeyJwk(StringBuffer &out, bool crvFirst, LogBase &log);
+    [[nodiscard]] bool toEccPublicKeyJwk(StringBuffer &out, bool crvFirst, LogBase &log) const;
     // Replaces out with <ECCKeyValue curve="NAME">base64 of the SEC 1 DER</ECCKeyValue>.
-    [[nodiscard]] bool toEccPrivateKeyXml(StringBuffer &out, LogBase &log);
+    [[nodiscard]] bool toEccPrivateKeyXml(StringBuffer &out, LogBase &log) const;
     // Replaces out with <ECCPublicKey curve="NAME" x="HEX" y="HEX">base64 of the long-form SPKI
     // </ECCPublicKey>, x and y each 2·m_byteLen upper-case hex digits.
-    [[nodiscard]] bool toEccPublicKeyXml(StringBuffer &out, LogBase &log);
+    [[nodiscard]] bool toEccPublicKeyXml(StringBuffer &out, LogBase &log) const;
     // Replaces out with the XML Signature 1.1 ECKeyValue: the curve OID as "urn:oid:..." and the
     // uncompressed point in base64.
-    [[nodiscard]] bool toEccPublicKeyXmlDSig(StringBuffer &out, LogBase &log);
+    [[nodiscard]] bool toEccPublicKeyXmlDSig(StringBuffer &out, LogBase &log) const;
     // Reads "d" (when present: a private key), "crv" (any catalogue name), "x" and "y"; the point is not
     // validated. Logs "JWK crv member in ECC key is missing", "Invalid ECC curve name" (with "crv") or the
     // member reader's message. A key whose x or y is missing is left with d and the curve loaded.
@@ -288,14 +289,14 @@ class EccKey : public KeyBase {
     // Replaces out with string("ecdsa-sha2-" + id) || string(id) || string(04 || X || Y), id being
     // EccCurve::puttyCurveName. False when the point does not export (out then holds the two names) or,
     // with "Out of memory writing the SSH key blob.", when memory is short.
-    [[nodiscard]] bool puttyPublicKeyBlob(DataBuffer &out, LogBase &log);
+    [[nodiscard]] bool puttyPublicKeyBlob(DataBuffer &out, LogBase &log) const;
     // Replaces out with the digest of puttyPublicKeyBlob under hashAlg. The result says whether the blob
     // was built: an unknown hashAlg leaves out empty and still returns true.
-    [[nodiscard]] bool calc_fingerprint_digest(int hashAlg, DataBuffer &out, LogBase &log);
+    [[nodiscard]] bool calc_fingerprint_digest(int hashAlg, DataBuffer &out, LogBase &log) const;
     // Replaces out with "ecdsa-sha2-<id> <bits> <md5 pairs>", all lower case, bits being m_byteLen·8 (528
     // for P-521: callers compare with lines written earlier). False with out untouched when the blob cannot
     // be built; "Out of memory writing the fingerprint." and out empty when memory is short.
-    [[nodiscard]] bool calc_fingerprint(StringBuffer &out, LogBase &log);
+    [[nodiscard]] bool calc_fingerprint(StringBuffer &out, LogBase &log) const;
     // A key on the named curve with Q from pubPoint and, when privBlob is not empty (marked sensitive), d
     // from it: one SSH mpint when shorter than 57 bytes, else the four fields curve name, alternative name,
     // point (not used) and d. Logs the catalogue's message, "Failed to parse private key mp_int", "no long

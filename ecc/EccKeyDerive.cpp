@@ -1,9 +1,9 @@
 // Public-key derivation (Q = d·G), regeneration of a key from another key's scalar, and the a = −3
 // curve-equation test.
 //
-// secp256k1 goes to the constant-time fixed-width engine; every other curve to the generic Montgomery
-// ladder for secret scalars. The generic branch reduces a scalar that is not below n in place: callers that
-// store the key afterwards (key generation, the loaders) keep the reduced scalar.
+// secp256k1 goes to the constant-time fixed-width engine; every other curve to the generic multiplier of
+// the generator from its tables. The generic branch reduces a scalar that is not below n in place: callers
+// that store the key afterwards (key generation, the loaders) keep the reduced scalar.
 
 #include "ecc/EccKey.h"
 #include "ecc/EccMessages.h"
@@ -29,8 +29,8 @@ const char kMsgFailed[] = "Failed.";
     Wiped<_tvUnsigned256> k;
     (void)mp_int_to_uint256(d, k.get());  // a scalar that does not fit stays zero: the zero point
 
-    Wiped<_tvCurvePt> R(_tvCurvePt::m_s_G);
-    R.get().multiplyPt(k.get());
+    Wiped<_tvCurvePt> R;
+    R.get().multiplyGenerator(k.get());
     R.get().normalizePt();
     ct::declassify(&R.get(), sizeof R.get());  // the public key
 
@@ -75,9 +75,9 @@ bool EccKey::genPubKey(LogBase &log) {
             log.logError(kMsgDecodeAFailed);
             return false;
         }
-        ok = pointMultSecret(m_privKey, n, G, m_pubPoint, &a, p, log);
+        ok = pointMultBase(m_privKey, n, G, m_pubPoint, &a, p, log);
     } else {
-        ok = pointMultSecret(m_privKey, n, G, m_pubPoint, nullptr, p, log);
+        ok = pointMultBase(m_privKey, n, G, m_pubPoint, nullptr, p, log);
     }
     if (!ok) {
         log.logError("point multiply failed.");
@@ -129,7 +129,7 @@ bool EccKey::regeneratePubKey(EccKey &other, LogBase &log) {
     return true;
 }
 
-bool EccKey::isPoint(LogBase &log) {
+bool EccKey::isPoint(LogBase &log) const {
     // A prime that is not positive is refused with the undecodable ones: the reduction loops below
     // would never end on it.
     mp_int p;

@@ -134,7 +134,7 @@ bool EccKey::loadEccPrivateRaw(const DataBuffer &in, bool isSecp256k1, LogBase &
     return true;
 }
 
-bool EccKey::toRawHex(StringBuffer &privHex, StringBuffer &pubHex, LogBase &log) {
+bool EccKey::toRawHex(StringBuffer &privHex, StringBuffer &pubHex, LogBase &log) const {
     // A public key has a zero scalar, which gives an all-zero private part.
     bool ok = appendLowerHex(m_privKey, m_curve.m_byteLen, privHex);
 

@@ -172,7 +172,7 @@ const char kMsgGetEFailed[] = "Failed to get e";
 }  // namespace
 
 bool EccKey::eccSignHash(const unsigned char *hash, unsigned hashLen, _tvPrng &prng, bool bAsn,
-                         DataBuffer &out, LogBase &log) {
+                         DataBuffer &out, LogBase &log) const {
     LogContextExitor ctx(log, "eccSignHash");
     out.clear();
     if (log.m_verbose) {
@@ -188,7 +188,7 @@ bool EccKey::eccSignHash(const unsigned char *hash, unsigned hashLen, _tvPrng &p
 }
 
 bool EccKey::eccSignHashDeterministic(const unsigned char *hash, unsigned hashLen, int hashAlg, bool bAsn,
-                                      DataBuffer &out, LogBase &log) {
+                                      DataBuffer &out, LogBase &log) const {
     LogContextExitor ctx(log, "eccSignHashDeterministic");
     out.clear();
     if (m_keyType != 1) {
@@ -221,7 +221,7 @@ bool EccKey::eccSignHashDeterministic(const unsigned char *hash, unsigned hashLe
 }
 
 bool EccKey::eccSignHash_forSsh(const unsigned char *hash, unsigned hashLen, _tvPrng &prng, DataBuffer &out,
-                                LogBase &log) {
+                                LogBase &log) const {
     LogContextExitor ctx(log, "eccSignHash_forSsh");
 
     mp_int n, e, r, s;

@@ -18,7 +18,7 @@ const unsigned kFourFieldMinLen = 57;
 
 }  // namespace
 
-bool EccKey::puttyPublicKeyBlob(DataBuffer &out, LogBase &log) {
+bool EccKey::puttyPublicKeyBlob(DataBuffer &out, LogBase &log) const {
     LogContextExitor ctx(log, "puttyPublicKeyBlob");
     out.clear();
     const char *curveId = m_curve.puttyCurveName();
@@ -36,7 +36,7 @@ bool EccKey::puttyPublicKeyBlob(DataBuffer &out, LogBase &log) {
     return SshMessage::pack_db(point, out);
 }
 
-bool EccKey::calc_fingerprint_digest(int hashAlg, DataBuffer &out, LogBase &log) {
+bool EccKey::calc_fingerprint_digest(int hashAlg, DataBuffer &out, LogBase &log) const {
     LogContextExitor ctx(log, "calc_fingerprint_digest");
     out.clear();
     DataBuffer blob;
@@ -47,7 +47,7 @@ bool EccKey::calc_fingerprint_digest(int hashAlg, DataBuffer &out, LogBase &log)
     return true;
 }
 
-bool EccKey::calc_fingerprint(StringBuffer &out, LogBase &log) {
+bool EccKey::calc_fingerprint(StringBuffer &out, LogBase &log) const {
     LogContextExitor ctx(log, "calc_fingerprint");
     DataBuffer blob;
     if (!puttyPublicKeyBlob(blob, log))

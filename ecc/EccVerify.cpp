@@ -40,7 +40,7 @@ bool inRange(const mp_int &v, const mp_int &n) {
 }  // namespace
 
 bool EccKey::eccVerifyHash(const unsigned char *sig, unsigned sigLen, bool split, const unsigned char *hash,
-                           unsigned hashLen, bool &valid, LogBase &log, unsigned rLen) {
+                           unsigned hashLen, bool &valid, LogBase &log, unsigned rLen) const {
     LogContextExitor ctx(log, "eccVerifyHash");
     valid = false;
 

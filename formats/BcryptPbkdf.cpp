@@ -40,8 +40,8 @@ std::uint32_t streamWord(const std::uint8_t *data, unsigned len, unsigned &pos) 
 void expandState(BF_KEY &state, const std::uint8_t *key, unsigned keyLen, const std::uint8_t *data,
                  unsigned dataLen) {
     unsigned pos = 0;
-    for (unsigned i = 0; i < BF_ROUNDS + 2; ++i)
-        state.P[i] ^= streamWord(key, keyLen, pos);
+    for (BF_LONG &word : state.P)
+        word ^= streamWord(key, keyLen, pos);
     BF_LONG block[2] = {0, 0};
     pos = 0;
     const auto next = [&](BF_LONG *slot) {

@@ -91,8 +91,8 @@ namespace {
     return writeOpenSshPrivateKey(key, options.passphrase, options.comment, out, log);
 }
 
-[[nodiscard]] bool writeText(bool (EccKey::*writer)(StringBuffer &, LogBase &), EccKey &key, DataBuffer &out,
-                             LogBase &log) {
+[[nodiscard]] bool writeText(bool (EccKey::*writer)(StringBuffer &, LogBase &) const, EccKey &key,
+                             DataBuffer &out, LogBase &log) {
     StringBuffer text;
     return (key.*writer)(text, log) && appendText(text, true, out);
 }

@@ -5,7 +5,8 @@
 // sizeof, so it is never evaluated and costs nothing, yet the names it uses still count as used.
 //
 // A check may branch on the secret values it inspects: that is why the release build, the one whose
-// constant-time behaviour valgrind checks, has none. Internal to the library.
+// constant-time behaviour valgrind checks, has none. Installed: <ecckey/ecckey.hpp>'s Result reports through
+// invariantFailed.
 #pragma once
 
 namespace ecckey {

@@ -43,7 +43,7 @@ void KeyBase::setPkcs8Attributes(_tvAsn1 *attributes) {
     m_pkcs8Attributes = attributes;
 }
 
-bool KeyBase::addAttributesToPkcs8(_tvAsn1 &privateKeyInfo, LogBase &log) {
+bool KeyBase::addAttributesToPkcs8(_tvAsn1 &privateKeyInfo, LogBase &log) const {
     if (!m_pkcs8Attributes)
         return true;
     // PrivateKeyInfo's attributes field is [0] IMPLICIT SET OF Attribute: constructed, context tag 0.

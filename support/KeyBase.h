@@ -39,7 +39,7 @@ class KeyBase : public TovarObject {
     // nothing appended, when there are none). False, privateKeyInfo unchanged, with "PKCS8 attributes are
     // not a [0] IMPLICIT SET." when the node is not a constructed context-specific [0], or "Failed to
     // append PKCS8 attributes." when the append fails. The key keeps its attributes either way.
-    [[nodiscard]] bool addAttributesToPkcs8(_tvAsn1 &privateKeyInfo, LogBase &log);
+    [[nodiscard]] bool addAttributesToPkcs8(_tvAsn1 &privateKeyInfo, LogBase &log) const;
     // Replaces out with the unsigned big-endian integer that the JWK member memberName (a top-level name or
     // a dotted path) holds in base64url. False with "JWK member is missing." or "JWK member is not valid
     // base64url." (also for text that decodes to no bytes), each followed by the data item "member", out

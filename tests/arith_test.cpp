@@ -29,6 +29,13 @@ class Arith : public ::testing::TestWithParam<CurveInfo> {
                                : pointMult_tmr(km, base, R, curve.aArg(), curve.p, 1, log);
         return ok ? bytesOfPoint(R) : Bytes();
     }
+    // k·G by the generator's tables, as X9.63 bytes; empty when it fails.
+    Bytes base(const BIGNUM *k) {
+        mp_int km;
+        mpOf(k, km);
+        EccPoint R;
+        return pointMultBase(km, curve.n, curve.G, R, curve.aArg(), curve.p, log) ? bytesOfPoint(R) : Bytes();
+    }
     // u1·G + u2·Q, as X9.63 bytes; empty when the method fails.
     Bytes mul2(const BIGNUM *u1, const BIGNUM *u2, const Bytes &q) {
         mp_int m1, m2;
@@ -70,6 +77,49 @@ TEST_P(Arith, LadderAndDoubleScalarMethodMatchOpenSsl) {
         BN_mod_add(t.get(), t.get(), k.get(), n.get(), ctx.get());
         EXPECT_EQ(mul2(k.get(), u2.get(), Q), Ossl(c, t.get()).point());
     }
+    EXPECT_TRUE(log.errors().empty());
+}
+
+// The generator's tables against the secret ladder: edge scalars (1, 2, 3, 5, n − 1, n − 2, windows of all
+// ones, top bits only), for windows of 3 to 6 bits the scalars ±2d·2^(w·i) mod n whose last window adds an
+// entry equal to the sum so far, random ones, and 0 and n, which the ladder serves.
+TEST_P(Arith, BaseTablesMatchLadder) {
+    BnPtr n = orderOf(GetParam());
+    const int bits = BN_num_bits(n.get());
+    std::vector<BnPtr> ks;
+    auto add = [&](BnPtr k) { ks.push_back(std::move(k)); };
+    for (unsigned long v : {1ul, 2ul, 3ul, 5ul, ~0ul})
+        add(BnPtr(BN_new())), BN_set_word(ks.back().get(), v);
+    for (int sub : {1, 2}) {
+        add(BnPtr(BN_dup(n.get())));
+        BN_sub_word(ks.back().get(), sub);
+    }
+    for (int low : {0, bits - 2, bits - 3}) {  // all ones below the top bit; the top bit or two alone
+        add(BnPtr(BN_new()));
+        for (int b = low; b < bits - 1; ++b)
+            BN_set_bit(ks.back().get(), b);
+        BN_set_bit(ks.back().get(), low == 0 ? 0 : bits - 1);
+    }
+    std::unique_ptr<BN_CTX, void (*)(BN_CTX *)> ctx(BN_CTX_new(), BN_CTX_free);
+    for (int w = 3; w <= 6; ++w) {
+        for (unsigned d = 1; d < (1u << w); d += 2) {
+            BnPtr c(BN_new()), m(BN_new());
+            BN_set_word(c.get(), 2 * d);
+            BN_lshift(c.get(), c.get(), w * ((bits - 1) / w));
+            BN_nnmod(c.get(), c.get(), n.get(), ctx.get());
+            BN_sub(m.get(), n.get(), c.get());
+            add(std::move(c));
+            add(std::move(m));
+        }
+    }
+    for (int i = 0; i < testIterations(12); ++i)
+        add(randomScalar(GetParam(), prng));
+    for (const BnPtr &k : ks)
+        EXPECT_EQ(base(k.get()), ladder(k.get(), true)) << BN_bn2hex(k.get());
+    EXPECT_EQ(base(BN_value_one()), Ossl(GetParam(), BN_value_one()).point());
+    BnPtr zero(BN_new());
+    EXPECT_EQ(base(zero.get()), ladder(zero.get(), true));
+    EXPECT_TRUE(base(n.get()).empty());
     EXPECT_TRUE(log.errors().empty());
 }
 

@@ -154,6 +154,35 @@ TEST(Secp256k1Engine, IntegerAndFieldOperationsMatchLibTomMath) {
     }
 }
 
+// k·G from the generator's tables against the windowed multiplyPt, normalised: the boundary values (0, n
+// and above included), and for w the last window's weight of 4- or 5-bit windows (2^252, 2^255) and odd d
+// below 32 the scalars ±2d·w and ±(1 + λ)·d·w mod n (λ the cube root of unity that maps (x, y) to (βx, y)),
+// whose last window may add an entry equal to the sum so far or one of the same y.
+TEST(Secp256k1Engine, GeneratorTablesMatchMultiplyPt) {
+    TestPrng prng(testSeed());
+    const mp_int n = mpOf(kN),
+                 onePlusLambda = mpOf("5363AD4CC05C30E0A5261C028812645A122E22EA20816678DF02967C1B23BD73");
+    std::vector<Bytes> ks = values(prng);
+    for (const char *weight : {"1", "8"})
+        for (unsigned d = 1; d < 32; d += 2) {
+            const mp_int top =
+                mulmod(mpOf(std::to_string(d).c_str()), mpOf((weight + std::string(63, '0')).c_str()), n);
+            for (const mp_int &c : {mod(add(top, top), n), mulmod(top, onePlusLambda, n)}) {
+                ks.push_back(wide(c));
+                ks.push_back(wide(sub(n, c)));
+            }
+        }
+    for (const Bytes &kb : ks) {
+        const _tvUnsigned256 k(kb.data());
+        _tvCurvePt table, windows = _tvCurvePt::m_s_G;
+        table.multiplyGenerator(k);
+        windows.multiplyPt(k);
+        table.normalizePt();
+        windows.normalizePt();
+        EXPECT_TRUE(table == windows) << hexOf(kb);
+    }
+}
+
 #ifdef ECCKEY_CHECK_INVARIANTS
 // The invariant-check build stops at a field value that is not below p, naming the check.
 TEST(Secp256k1EngineDeathTest, UnreducedFieldValueAborts) {

@@ -87,6 +87,17 @@ class EccArithScratch {
 [[nodiscard]] bool pointMultSecret(mp_int &k, const mp_int &n, EccPoint &G, EccPoint &R, mp_int *a, mp_int &p,
                                    LogBase &log);
 
+// R = k·G for G the curve's generator and a secret scalar, from tables of G's multiples: pointMultSecret's
+// results, context and failures, several times faster. For 1 <= k < n on a p of the fixed-width field, a
+// table per curve (p, a and G), public, is built on first use (once, under a lock: any thread may call)
+// and kept for the process's life; each multiplication then allocates nothing but R's coordinates, and no
+// branch and no memory index follows k: every window reads all of its table. Any other k or p, and a curve
+// whose table cannot be built (memory), takes pointMultSecret.
+// The tables' window: 2^(w − 1) entries a window, each window w bits above the last.
+constexpr int kBaseMultWindowBits = 5;
+[[nodiscard]] bool pointMultBase(mp_int &k, const mp_int &n, EccPoint &G, EccPoint &R, mp_int *a, mp_int &p,
+                                 LogBase &log);
+
 // R = kA·A + kB·B, affine in normal form with Z = 1, by Shamir's trick with a joint table of sixteen points
 // (two bits of each scalar per step). A and B are affine in normal form and are read only before R is
 // first written, so R may be either of them. Scalars up to 256 bytes. Runs on the fixed-width field for a

@@ -56,6 +56,7 @@ class FixedField {
     };
     struct Scratch {
         Elem t1, t2, x, y, z;
+        Point q;  // the masked addition's copy of Q
     };
 
     // Modulus p (odd, N limbs; see fixedFieldLimbs) and the coefficient a, plain, or null for a = −3.
@@ -105,6 +106,11 @@ class FixedField {
     }
     [[nodiscard]] bool isEqual(const Elem &a, const Elem &b) const { return Field::isEqual(a, b); }
     [[nodiscard]] bool isPlainOne(const Elem &z) const { return Field::isEqual(z, m_plainOne); }
+    [[nodiscard]] bool isZero(const Elem &a) const { return Field::isZero(a); }
+    const Elem &one() const { return m_f.one(); }
+    void select(std::uint64_t mask, const Elem &a, const Elem &b, Elem &c) const {
+        Field::select(mask, a, b, c);
+    }
     [[nodiscard]] bool isReduced(const Elem &a) const { return m_f.isReduced(a); }
     [[nodiscard]] bool copy(const Elem &a, Elem &c) const {
         c = a;

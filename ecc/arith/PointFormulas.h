@@ -22,8 +22,14 @@
 //   leaveMontgomery(a), invert(a, c), sqrPlain(a, c), mulPlain(a, b, c), setOne(a)
 //                                    the map's steps on normal-form values; invert fails on zero
 //   isReduced(a)                     a is below p: what every coordinate is on the way in and out
+// and, for the masked addition only (the fixed-width field):
+//   isZero(a), one(), select(mask, a, b, c)   c = a where the mask is all ones, b where it is zero
+//   Scratch::q                       a point's room
 #pragma once
 
+#include <cstdint>
+
+#include "support/ConstantTime.h"
 #include "support/Invariant.h"
 
 namespace ecckey {
@@ -98,16 +104,23 @@ template <class F>
     return (sameX & sameZ & (sameY | oppositeY)) != 0;
 }
 
+// What the general addition saw of its operands: U1 = U2 (the same x) and S1 = S2 (the same y). Both hold for
+// the same point in any two representations, the first alone for opposite points.
+struct AddCases {
+    bool sameU = false;
+    bool sameS = false;
+};
+
 // s.x, s.y, s.z hold P on entry and P + Q on return: the general addition, with U1 = X1·Z2², S1 = Y1·Z2³,
 // U2 = X2·Z1², S2 = Y2·Z1³, H = U1 − U2 and r = S1 − S2:
 //   X3 = r² − (U1 + U2)H², Y3 = (((U1 + U2)H² − 2X3)·r − (S1 + S2)H³)/2, Z3 = Z1·Z2·H.
 // (The sums U1 + U2 and S1 + S2 replace the usual 2U1 and 2S1 at the price of one halving.) With qzIsOne
 // Q is taken as affine and Z2's products are skipped.
 // Degenerate cases: equal or opposite points give H = 0 and so Z3 = 0; an input at infinity (Z = 0) is not
-// recognised and gives Z3 = 0.
+// recognised and gives Z3 = 0. When cases is not null it receives the two comparisons, made with isEqual.
 template <class F>
-[[nodiscard]] bool jacobianAddGeneral(F &f, const typename F::Point &Q, bool qzIsOne,
-                                      typename F::Scratch &s) {
+[[nodiscard]] bool jacobianAddGeneral(F &f, const typename F::Point &Q, bool qzIsOne, typename F::Scratch &s,
+                                      AddCases *cases = nullptr) {
     auto &x = s.x;
     auto &y = s.y;
     auto &z = s.z;
@@ -126,12 +139,16 @@ template <class F>
     ok = ok && f.mul(Q.m_x, t1, t2);  // t2 = U2 = X2·Z1²
     ok = ok && f.mul(z, t1, t1);      // t1 = Z1³
     ok = ok && f.mul(Q.m_y, t1, t1);  // t1 = S2 = Y2·Z1³
-    ok = ok && f.sub(y, t1, y);       // y = r = S1 − S2
-    ok = ok && f.add(t1, t1, t1);     // t1 = 2·S2
-    ok = ok && f.add(t1, y, t1);      // t1 = S1 + S2
-    ok = ok && f.sub(x, t2, x);       // x = H = U1 − U2
-    ok = ok && f.add(t2, t2, t2);     // t2 = 2·U2
-    ok = ok && f.add(t2, x, t2);      // t2 = U1 + U2
+    if (cases) {
+        cases->sameU = f.isEqual(x, t2);
+        cases->sameS = f.isEqual(y, t1);
+    }
+    ok = ok && f.sub(y, t1, y);    // y = r = S1 − S2
+    ok = ok && f.add(t1, t1, t1);  // t1 = 2·S2
+    ok = ok && f.add(t1, y, t1);   // t1 = S1 + S2
+    ok = ok && f.sub(x, t2, x);    // x = H = U1 − U2
+    ok = ok && f.add(t2, t2, t2);  // t2 = 2·U2
+    ok = ok && f.add(t2, x, t2);   // t2 = U1 + U2
     if (!qzIsOne)
         ok = ok && f.mul(z, Q.m_z, z);  // z = Z1·Z2
     ok = ok && f.mul(z, x, z);          // z = Z3 = Z1·Z2·H
@@ -168,6 +185,41 @@ template <class F>
     const bool ok = f.copy(s.x, R.m_x) && f.copy(s.y, R.m_y) && f.copy(s.z, R.m_z);
     ECCKEY_INVARIANT(!ok || isReducedPoint(f, R));
     return ok;
+}
+
+// R = P + Q by masks, for a field whose comparisons and selection are constant time (the fixed-width field).
+// Both candidates are computed whatever the points are, and the result is chosen without a branch or an
+// index that follows them:
+//   - D where jacobianAdd falls back to doubling (P = ±Q with equal X and Z, a plain-one Q.Z taken as one),
+//     and where P and Q are the same point in any two representations (U1 = U2 and S1 = S2), where the
+//     general formula would give Z = 0;
+//   - the general sum otherwise: opposite points then give Z = 0.
+// D must be 2P: jacobianDouble's representation of it wherever the fallback applies (that is what
+// jacobianAdd gives), any representation where only the second case does. As in jacobianAdd, an operand at
+// infinity is not recognised (it gives Z = 0 or the fallback): the callers never hold one (the ladder's
+// points differ by a point of the curve, the tables' sums start from an entry). With qAffine (a public
+// property of Q, such as a table's entries) Q.Z holds the field's one and Z2's products are skipped. R may be
+// P or Q; D must not be R.
+template <class F>
+void jacobianAddMasked(const F &f, const typename F::Point &P, const typename F::Point &Q, bool qAffine,
+                       const typename F::Point &D, typename F::Point &R, typename F::Scratch &s) {
+    ECCKEY_INVARIANT(isReducedPoint(f, P) && isReducedPoint(f, Q) && isReducedPoint(f, D) && &D != &R);
+    (void)f.negate(Q.m_y, s.t1);
+    const std::uint64_t fallback = ct::mask64(isDoublingCase(f, P, Q, s.t1));
+    f.copyPoint(Q, s.q);
+    if (!qAffine)
+        f.select(ct::mask64(f.isPlainOne(Q.m_z)), f.one(), Q.m_z, s.q.m_z);
+
+    (void)(f.copy(P.m_x, s.x) && f.copy(P.m_y, s.y) && f.copy(P.m_z, s.z));
+    AddCases cases;
+    (void)jacobianAddGeneral(f, s.q, qAffine, s, &cases);
+    // At infinity (Z = 0) U and S are zero, whatever the point: no sign of the same point there.
+    const int finite = (int)!f.isZero(P.m_z) & (int)(qAffine || !f.isZero(Q.m_z));
+    const std::uint64_t doubled = fallback | ct::mask64(((int)cases.sameU & (int)cases.sameS & finite) != 0);
+    f.select(doubled, D.m_x, s.x, R.m_x);
+    f.select(doubled, D.m_y, s.y, R.m_y);
+    f.select(doubled, D.m_z, s.z, R.m_z);
+    ECCKEY_INVARIANT(isReducedPoint(f, R));
 }
 
 // (X, Y, Z) -> (X/Z², Y/Z³, 1), in place, in normal form. The inverse is taken of Z in normal form;

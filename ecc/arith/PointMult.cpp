@@ -135,7 +135,7 @@ template <int N>
 template <int N>
 struct SecretLadderState {
     typedef typename FixedField<N>::Point Point;
-    Point tG, M0, M1, sum, twice, from, q, kept0, kept1;
+    Point tG, M0, M1, sum, twice, from, doubled, kept0, kept1;
     typename FixedField<N>::Scratch s;
     typename FixedField<N>::Elem negated;
     std::uint64_t k[9];
@@ -151,35 +151,21 @@ void selectPoint(std::uint64_t mask, const typename FixedField<N>::Point &A,
 }
 
 // One step of the variable ladder for the bit whose mask is bit, computed for both values of the bit:
-// sum = M0 + M1 as jacobianAdd gives it, twice = 2·M[bit], then M[1 − bit] = sum and M[bit] = twice.
-// jacobianAdd's two tests become masks. Its doubling fallback (M0 = ±M1 with equal X and Z) gives 2·M0:
-// twice itself, unless twice doubled an M1 = −M0, whose double has the same X and Y and −Z. Its shortcut
-// for an M1 whose Z is the plain one skips the products by Z2; the Montgomery one in Z2's place makes
-// those products leave their operands as they are, so the general formula gives the same values.
+// twice = 2·M[bit] and sum = M0 + M1 by the masked addition, which follows jacobianAdd; then M[1 − bit] = sum
+// and M[bit] = twice. The addition's doubling fallback (M0 = ±M1 with equal X and Z) wants 2·M0 as
+// jacobianDouble gives it: twice itself, except where twice doubled an M1 = −M0 of the same X and Z, whose
+// double has the same X and Y and −Z.
 template <int N>
 void secretStep(const FixedField<N> &f, std::uint64_t bit, SecretLadderState<N> &st) {
     typedef FieldMont<N> F;
-    F::select(ct::mask64(f.isPlainOne(st.M1.m_z)), f.field().one(), st.M1.m_z, st.q.m_z);
-    st.q.m_x = st.M1.m_x;
-    st.q.m_y = st.M1.m_y;
-    f.field().neg(st.M1.m_y, st.negated);
-    const std::uint64_t sameY = ct::mask64(F::isEqual(st.M0.m_y, st.M1.m_y));
-    const std::uint64_t doubling = ct::mask64(isDoublingCase(f, st.M0, st.M1, st.negated));
-
-    st.s.x = st.M0.m_x;
-    st.s.y = st.M0.m_y;
-    st.s.z = st.M0.m_z;
-    (void)jacobianAddGeneral(f, st.q, false, st.s);
     selectPoint<N>(bit, st.M1, st.M0, st.from);
     (void)jacobianDouble(f, st.from, st.twice, st.s);
-
-    st.sum.m_x = st.s.x;
-    st.sum.m_y = st.s.y;
+    const int oppositeSameXZ = (int)F::isEqual(st.M0.m_x, st.M1.m_x) & (int)F::isEqual(st.M0.m_z, st.M1.m_z) &
+                               (int)!F::isEqual(st.M0.m_y, st.M1.m_y);
+    st.doubled = st.twice;
     f.field().neg(st.twice.m_z, st.negated);
-    F::select(bit & ~sameY, st.negated, st.twice.m_z, st.q.m_z);  // the fallback's Z
-    F::select(doubling, st.twice.m_x, st.sum.m_x, st.sum.m_x);
-    F::select(doubling, st.twice.m_y, st.sum.m_y, st.sum.m_y);
-    F::select(doubling, st.q.m_z, st.s.z, st.sum.m_z);
+    F::select(bit & ct::mask64(oppositeSameXZ != 0), st.negated, st.twice.m_z, st.doubled.m_z);
+    jacobianAddMasked(f, st.M0, st.M1, false, st.doubled, st.sum, st.s);
     selectPoint<N>(bit, st.sum, st.twice, st.from);  // the new M0
     selectPoint<N>(bit, st.twice, st.sum, st.M1);
     st.M0 = st.from;

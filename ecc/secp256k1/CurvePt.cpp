@@ -174,7 +174,7 @@ void _tvCurvePt::multiplyPt(const _tvUnsigned256 &kIn) {
 
 void _tvCurvePt::normalizePt() {
     _tvCurvePt n = *this;  // (x/z, y/z, 1)
-    n.z._tvUnsigned256::reciprocal(m_Modulus);
+    n.z.reciprocal();
     n.x.multiply(n.z);
     n.y.multiply(n.z);
     n.z = m_s_fiOne;

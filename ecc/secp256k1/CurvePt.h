@@ -29,6 +29,11 @@ class _tvCurvePt {
     void doublePt();
     // this = k·this by fixed 4-bit windows; any 256-bit k. The result is not normalised.
     void multiplyPt(const _tvUnsigned256 &k);
+    // this = k·G for the generator G and any 256-bit k, the point multiplyPt gives on G (a k not below n is
+    // taken less n; 0 and n give a zero point), not normalised; five to six times faster. Signed 5-bit
+    // windows over a table of G's multiples (52 KiB, built on first use, thread-safe), one addition a window
+    // and no doubling. Constant time: every window reads its whole table, and no branch follows k.
+    void multiplyGenerator(const _tvUnsigned256 &k);
     // To (x/z, y/z, 1), or to the canonical (0, 1, 0) for any zero point.
     void normalizePt();
     // this = other when enable is 1, unchanged when it is 0 (no other value allowed), by masks.

@@ -23,7 +23,8 @@ class FieldInt256 : public _tvUnsigned256 {
     // floor(2^512 / p), one final conditional subtraction. square() is multiply(*this).
     void multiply(const FieldInt256 &other);
     void square();
-    // this = this^-1 mod p by the binary extended Euclid of _tvUnsigned256; zero stays zero.
+    // this = this^-1 mod p by Fermat's little theorem (this^(p − 2), a fixed chain of products); zero stays
+    // zero.
     void reciprocal();
     // this = other when enable is 1, unchanged when it is 0 (no other value allowed), by masks.
     void replace(const FieldInt256 &other, unsigned enable);

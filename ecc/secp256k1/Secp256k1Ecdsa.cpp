@@ -43,8 +43,8 @@ bool secp256k1SignAttempt(const unsigned char *nonce32, const _tvUnsigned256 &d,
     if (ct::declassified((unsigned)(k == s_ZERO) | (unsigned)(k >= n)))
         return false;
 
-    _tvCurvePt R = _tvCurvePt::m_s_G;  // R = k·G, affine
-    R.multiplyPt(k);
+    _tvCurvePt R;  // R = k·G, affine
+    R.multiplyGenerator(k);
     R.normalizePt();
     r = _tvUnsigned256(R.x);
     reduceOnceModOrder(r);         // r = x(R) mod n (x < p < 2n)
@@ -95,8 +95,8 @@ bool secp256k1Verify(const _tvUnsigned256 &r, const _tvUnsigned256 &s, const _tv
     _tvUnsigned256 u2 = w;  // u2 = w·r mod n
     multiplyModOrder(u2, r);
 
-    _tvCurvePt P = _tvCurvePt::m_s_G;  // P = u1·G + u2·Q
-    P.multiplyPt(u1);
+    _tvCurvePt P;  // P = u1·G + u2·Q
+    P.multiplyGenerator(u1);
     _tvCurvePt P2 = Q;
     P2.multiplyPt(u2);
     P.addPt(P2);

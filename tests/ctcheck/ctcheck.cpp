@@ -119,14 +119,17 @@ bool fieldOperations() {
     return r == b && one == _tvCurvePt::m_s_fiOne && reduced < m_Modulus;
 }
 
-// k·G, then normalisation, as in signing and public-key derivation: the scalar is secret.
+// k·G, then normalisation, as in signing and public-key derivation (by multiplyPt and from the generator's
+// tables): the scalar is secret.
 bool scalarMultiplication() {
     _tvUnsigned256 k = arbitraryValue(), k2 = k;
     k2.add(s_ONE, 1);
     makeSecret(k, k2);
 
-    _tvCurvePt p = _tvCurvePt::m_s_G, q2 = _tvCurvePt::m_s_G;
+    _tvCurvePt p = _tvCurvePt::m_s_G, q2 = _tvCurvePt::m_s_G, fromTables;
     p.multiplyPt(k);
+    fromTables.multiplyGenerator(k);
+    fromTables.normalizePt();
     _tvCurvePt q = p;
     q.addPt(_tvCurvePt::m_s_G);  // (k + 1)·G by addition
     q2.multiplyPt(k2);
@@ -135,11 +138,13 @@ bool scalarMultiplication() {
     q2.normalizePt();
     unsigned char compressed[33];
     p.toCompressedPoint(compressed);
-    unsigned flags = p.isOnCurve() | p.isZero() << 1 | (q == q2) << 2 | (q != q2) << 3;
+    unsigned flags =
+        p.isOnCurve() | p.isZero() << 1 | (q == q2) << 2 | (q != q2) << 3 | (fromTables == p) << 4;
 
     declassify(p, q, q2, compressed, flags);
-    // k·G on the curve, (k + 1)·G the same two ways, the compressed prefix from y's parity.
-    return flags == 5u && compressed[0] == (0x02 | (p.y.value[0] & 1u));
+    // k·G on the curve and the same from the tables, (k + 1)·G the same two ways, the compressed prefix
+    // from y's parity.
+    return flags == 21u && compressed[0] == (0x02 | (p.y.value[0] & 1u));
 }
 
 // A secret point (an ECDH peer's point is public, but intermediate points of a secret multiple are not):

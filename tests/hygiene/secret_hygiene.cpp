@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "ecckey/ecckey.hpp"
 #include "formats/CoseKey.h"
 #include "formats/EcdhKdf.h"
 #include "formats/JwkThumbprint.h"
@@ -183,7 +184,7 @@ class Hygiene : public ::testing::TestWithParam<std::tuple<CurveInfo, Row>> {
         const bool checked = EccKey().loadEccDerChecked(copy, log);
         return EccKey().loadEccDer(input, log) && checked;
     }
-    bool der(bool (EccKey::*write)(DataBuffer &, LogBase &), bool readBack) {
+    bool der(bool (EccKey::*write)(DataBuffer &, LogBase &) const, bool readBack) {
         DataBuffer o;
         return (key->*write)(o, log) && (!readBack || loadsDer(o));
     }
@@ -308,6 +309,28 @@ const Row kRows[] = {
                          agreeAndDerive(*t.key, peer, hkdf, derived, t.log) &&
                          t.key->sharedSecretChecked(peer, shared, t.log);
          return t.keep(ok, kShared, shared);
+     }},
+    // The face: loading, copying, moving, signing, ECDH and saving.
+    {"Face", false,
+     [](Hygiene &t) {
+         DataBuffer sec1, secret;
+         secret.setSensitive();
+         EXPECT_TRUE(t.key->toEccPkcs1PrivateKeyDer(sec1, t.log));
+         auto key = ecckey::PrivateKey::load(ecckey::ByteView(sec1.getData2(), sec1.getSize()));
+         ecckey::PrivateKey copy = *key, moved = std::move(copy);
+         auto der = moved.signDigest(t.hash, ecckey::SigFormat::Der);
+         auto raw = moved.signDigest(t.hash, ecckey::SigFormat::Raw);
+         auto fixed = moved.signDigest(t.hash, ecckey::SigFormat::Der, ecckey::Nonce::Deterministic);
+         auto shared = key->agree(key->publicKey());
+         auto jwk = moved.save(ecckey::KeyFormat::Jwk);
+         const bool ok = der && raw && fixed && shared && jwk && t.keep(true, kDer, toDb(*der)) &&
+                         t.keep(true, kRaw, toDb(*raw)) && t.keep(true, kDeterministic, toDb(*fixed)) &&
+                         secret.append(shared->data(), (unsigned)shared->size()) &&
+                         t.keep(true, kShared, secret);
+         OPENSSL_cleanse(shared->data(),
+                         shared->size());  // the caller's secrets, wiped as a careful caller would
+         OPENSSL_cleanse(&(*jwk)[0], jwk->size());
+         return ok;
      }},
     {"Raw", false,
      [](Hygiene &t) {
