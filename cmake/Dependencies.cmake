@@ -10,6 +10,8 @@ target_link_libraries(ecckey_tommath INTERFACE PkgConfig::TOMMATH)
 # ecckey::formats only: Argon2, the key derivation of passphrase-protected PuTTY version 3 key files (libcrypto
 # 3.0 has none).
 pkg_check_modules(ARGON2 REQUIRED IMPORTED_TARGET libargon2)
+# ecckey::formats only: libcbor, the encoding of COSE keys.
+pkg_check_modules(CBOR REQUIRED IMPORTED_TARGET libcbor)
 
 find_package(nlohmann_json 3 REQUIRED)
 

@@ -144,6 +144,99 @@ namespace {
     return node != nullptr && node->tagClass() == _tvAsn1::CLASS_UNIVERSAL && node->tagNumber() == tag;
 }
 
+// One DER element at offset, inside [offset, end): its tag, and where its content starts and how long it
+// is. Lengths of up to two bytes: a key's DER is far shorter than 64 KiB.
+[[nodiscard]] bool readElement(const DataBuffer &der, unsigned offset, unsigned end, unsigned char &tag,
+                               unsigned &contentStart, unsigned &contentLen) {
+    if (end < offset || end - offset < 2)
+        return false;
+    tag = der[offset];
+    unsigned len = der[offset + 1];
+    unsigned header = 2;
+    if (len == 0x81 || len == 0x82) {
+        header = len == 0x81 ? 3 : 4;
+        if (end - offset < header)
+            return false;
+        len = len == 0x81 ? der[offset + 2] : (der[offset + 2] << 8) | der[offset + 3];
+    } else if (len >= 0x80)
+        return false;
+    if (len > end - offset - header)
+        return false;
+    contentStart = offset + header;
+    contentLen = len;
+    return true;
+}
+
+[[nodiscard]] bool appendElement(unsigned char tag, const DataBuffer &content, DataBuffer &out) {
+    const unsigned len = content.getSize();
+    bool ok = out.appendChar(tag);
+    if (len >= 0x100)
+        ok = ok && out.appendChar(0x82) && out.appendChar((unsigned char)(len >> 8));
+    else if (len >= 0x80)
+        ok = ok && out.appendChar(0x81);
+    return ok && out.appendChar((unsigned char)(len & 0xff)) && out.append(content);
+}
+
+using ContentRewrite = bool (*)(DataBuffer &content);
+
+// Rewrites in place the content of the one element of der's outer SEQUENCE tagged tag, the lengths around
+// it re-encoded. Every copy is sensitive: der holds a private key.
+[[nodiscard]] bool rewriteChild(DataBuffer &der, unsigned char tag, ContentRewrite rewrite) {
+    unsigned char outerTag = 0;
+    unsigned start = 0;
+    unsigned len = 0;
+    if (!readElement(der, 0, der.getSize(), outerTag, start, len) || outerTag != 0x30 ||
+        start + len != der.getSize())
+        return false;
+    DataBuffer body;
+    body.setSensitive();
+    bool found = false;
+    for (unsigned at = start; at < start + len;) {
+        unsigned char childTag = 0;
+        unsigned childStart = 0;
+        unsigned childLen = 0;
+        if (!readElement(der, at, start + len, childTag, childStart, childLen))
+            return false;
+        const unsigned next = childStart + childLen;
+        DataBuffer content;
+        content.setSensitive();
+        const bool copied = childTag != tag
+                                ? body.append(der.getData2() + at, next - at)
+                                : !found && content.append(der.getData2() + childStart, childLen) &&
+                                      rewrite(content) && appendElement(tag, content, body);
+        if (!copied)
+            return false;
+        found = found || childTag == tag;
+        at = next;
+    }
+    DataBuffer rewritten;
+    rewritten.setSensitive();
+    if (!found || !appendElement(0x30, body, rewritten))
+        return false;
+    der.secureClear();
+    return der.append(rewritten);
+}
+
+// The content of SEC 1's [1]: a BIT STRING holding the public point, rewritten with the point compressed.
+[[nodiscard]] bool compressPublicBitString(DataBuffer &element) {
+    unsigned char tag = 0;
+    unsigned start = 0;
+    unsigned len = 0;
+    DataBuffer point;
+    DataBuffer content;
+    if (!readElement(element, 0, element.getSize(), tag, start, len) || tag != 0x03 ||
+        start + len != element.getSize() || len < 2 || element[start] != 0 ||
+        !point.append(element.getData2() + start + 1, len - 1) || !content.appendChar(0) ||
+        !compressPoint(point, content))
+        return false;
+    element.clear();
+    return appendElement(0x03, content, element);
+}
+
+[[nodiscard]] bool compressSec1(DataBuffer &der) {
+    return rewriteChild(der, 0xa1, compressPublicBitString);
+}
+
 }  // namespace
 
 bool decompressKeyDer(DataBuffer &der, ecckey::LogBase &log, std::string &error) {
@@ -195,6 +288,10 @@ bool compressSpki(DataBuffer &der, LogBase &log) {
         return false;
     der.clear();
     return der.append(rewritten);
+}
+
+bool compressPrivateKeyDer(DataBuffer &der, bool pkcs8) {
+    return pkcs8 ? rewriteChild(der, 0x04, compressSec1) : compressSec1(der);
 }
 
 }  // namespace ecckey::formats

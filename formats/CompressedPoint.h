@@ -22,4 +22,10 @@ namespace ecckey::formats {
 // `openssl ec -pubout -conv_form compressed` writes it. False when der is not one or memory is short.
 [[nodiscard]] bool compressSpki(DataBuffer &der, LogBase &log);
 
+// Rewrites the DER of a private key, a SEC 1 ECPrivateKey or a PKCS #8 PrivateKeyInfo around one (pkcs8),
+// so that its public key is in compressed form, as `openssl ec -conv_form compressed` writes it. Every
+// copy it makes is wiped. False when der does not parse as one or holds no public key; der is then as it
+// was.
+[[nodiscard]] bool compressPrivateKeyDer(DataBuffer &der, bool pkcs8);
+
 }  // namespace ecckey::formats

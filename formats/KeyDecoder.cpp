@@ -13,6 +13,7 @@
 #include "SshPrivateKey.h"
 #include "ecc/EccKey.h"
 #include "ecc/PointDecompression.h"
+#include "formats/CoseKey.h"
 #include "support/JsonObject.h"
 #include "support/LogBase.h"
 #include "support/PemLabels.h"
@@ -454,7 +455,12 @@ bool decodeKey(const DataBuffer &content, const PassphraseCallback &passphrase, 
         loaded = loadText(text.getString(), key, log, error, request);
     else if (content.getSize() > 0 && content[0] == 0x30)
         loaded = loadDer(content, key, log, error, request);
-    else {
+    else if (content.getSize() > 0 && (content[0] & 0xe0) == 0xa0) {  // a CBOR map
+        result.format = "COSE_Key";
+        loaded = loadCoseKey(key, content, log);
+        if (!loaded)
+            error = "the COSE key does not load (EC2 on P-256, P-384, P-521 or secp256k1)";
+    } else {
         error = kUnrecognisedFormat;
         loaded = false;
     }

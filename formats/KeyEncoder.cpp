@@ -10,6 +10,7 @@
 #include "RawHexKey.h"
 #include "SshPrivateKey.h"
 #include "ecc/EccKey.h"
+#include "formats/CoseKey.h"
 #include "support/LogBase.h"
 #include "support/PemLabels.h"
 #include "support/PublicKey.h"
@@ -33,7 +34,8 @@ namespace {
                               LogBase &log, std::string &error) {
     DataBuffer der;
     der.setSensitive();
-    if (!key.toEccPkcs8PrivateKeyDer(der, log) || !toOpenSslPkcs8(der, log))
+    if (!key.toEccPkcs8PrivateKeyDer(der, log) || !toOpenSslPkcs8(der, log) ||
+        (options.compressedPoint && !compressPrivateKeyDer(der, true)))
         return false;
     // The library's PEM writer labels every private structure "EC PRIVATE KEY"; PKCS #8 readers
     // (OpenSSL among them) expect "PRIVATE KEY" for this one, so the DER is wrapped here.
@@ -47,10 +49,10 @@ namespace {
     return pem ? wrapPem(kPemEncryptedPrivateKey, encrypted, out, log) : out.append(encrypted);
 }
 
-[[nodiscard]] bool writeSec1(EccKey &key, bool pem, DataBuffer &out, LogBase &log) {
+[[nodiscard]] bool writeSec1(EccKey &key, bool pem, bool compressed, DataBuffer &out, LogBase &log) {
     DataBuffer der;
     der.setSensitive();
-    if (!key.toEccPkcs1PrivateKeyDer(der, log))
+    if (!key.toEccPkcs1PrivateKeyDer(der, log) || (compressed && !compressPrivateKeyDer(der, false)))
         return false;
     return pem ? wrapPem(kPemEcPrivateKey, der, out, log) : out.append(der);
 }
@@ -110,9 +112,9 @@ namespace {
             return writePrivate ? writePkcs8(key, false, options, out, log, error)
                                 : writeSpki(key, false, false, options.compressedPoint, out, log);
         case KeyFormat::Sec1Pem:
-            return writeSec1(key, true, out, log);
+            return writeSec1(key, true, options.compressedPoint, out, log);
         case KeyFormat::Sec1Der:
-            return writeSec1(key, false, out, log);
+            return writeSec1(key, false, options.compressedPoint, out, log);
         case KeyFormat::SpkiExplicit:
             return writeSpki(key, true, true, false, out, log);
         case KeyFormat::Jwk:
@@ -131,7 +133,12 @@ namespace {
             return writePuttyKey(key, options.passphrase, options.comment, options.ppkVersion, out, log,
                                  error);
         case KeyFormat::RawHex:
-            return writeRawHexKey(key, writePrivate, out, log);
+            return writeRawHexKey(key, writePrivate, options.compressedPoint, out, log);
+        case KeyFormat::Cose:
+            if (toCoseKey(key, writePrivate, nullptr, 0, false, out, log))
+                return true;
+            error = "a COSE key is on P-256, P-384, P-521 or secp256k1";
+            return false;
     }
     return false;
 }
@@ -154,9 +161,9 @@ namespace {
         error = "more than 1000000 PBKDF2 iterations make a key that readers here refuse";
     else if (options.ppkVersion != 2 && options.ppkVersion != 3)
         error = "a .ppk file is version 2 or 3";
-    else if (options.compressedPoint &&
-             (writePrivate || (format != KeyFormat::Pem && format != KeyFormat::Der)))
-        error = "compressed points are written in public pem and der keys only";
+    else if (options.compressedPoint && format != KeyFormat::Pem && format != KeyFormat::Der &&
+             format != KeyFormat::Sec1Pem && format != KeyFormat::Sec1Der && format != KeyFormat::RawHex)
+        error = "compressed points are written in the pem, der, sec1-pem, sec1-der and raw-hex formats only";
     return error.empty();
 }
 
@@ -172,7 +179,7 @@ bool holdsPublic(KeyFormat format) {
 }
 
 bool isBinary(KeyFormat format) {
-    return format == KeyFormat::Der || format == KeyFormat::Sec1Der;
+    return format == KeyFormat::Der || format == KeyFormat::Sec1Der || format == KeyFormat::Cose;
 }
 
 bool encodeKey(EccKey &key, KeyFormat format, bool writePrivate, const EncodeOptions &options,
@@ -204,9 +211,9 @@ bool encodeKey(EccKey &key, KeyFormat format, bool writePrivate, const EncodeOpt
 }
 
 const char *formatName(KeyFormat format) {
-    static const char *const kNames[] = {"pem",           "sec1-pem", "der", "sec1-der",
-                                         "spki-explicit", "jwk",      "xml", "xmldsig",
-                                         "ssh",           "openssh",  "ppk"};
+    static const char *const kNames[] = {"pem", "sec1-pem", "der",     "sec1-der", "spki-explicit",
+                                         "jwk", "xml",      "xmldsig", "ssh",      "openssh",
+                                         "ppk", "raw-hex",  "cose"};
     return kNames[static_cast<int>(format)];
 }
 

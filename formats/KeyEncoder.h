@@ -29,15 +29,16 @@ enum class KeyFormat {
     Ssh,           // one OpenSSH public-key line
     OpenSsh,       // "OPENSSH PRIVATE KEY", openssh-key-v1
     Ppk,           // PuTTY private key file
-    RawHex         // "curve:", "private:" and "public:" lines in hexadecimal (RawHexKey.h)
+    RawHex,        // "curve:", "private:" and "public:" lines in hexadecimal (RawHexKey.h)
+    Cose           // COSE_Key EC2 in CBOR (CoseKey.h): P-256, P-384, P-521 and secp256k1
 };
 
 // The format's short name, as messages give it: "pem", "sec1-pem", "der", "sec1-der", "spki-explicit",
-// "jwk", "xml", "xmldsig", "ssh", "openssh", "ppk", "raw-hex".
+// "jwk", "xml", "xmldsig", "ssh", "openssh", "ppk", "raw-hex", "cose".
 const char *formatName(KeyFormat format);
 
-// Whether a format can carry a private key, a public key, and whether it is binary (DER) rather than text
-// ending in a newline.
+// Whether a format can carry a private key, a public key, and whether it is binary (DER, CBOR) rather than
+// text ending in a newline.
 [[nodiscard]] bool holdsPrivate(KeyFormat format);
 [[nodiscard]] bool holdsPublic(KeyFormat format);
 [[nodiscard]] bool isBinary(KeyFormat format);
@@ -55,7 +56,9 @@ struct EncodeOptions {
     std::string comment;
     // Ppk: 3 (the default) or 2.
     int ppkVersion = 3;
-    // Public SubjectPublicKeyInfo (Pem, Der) with the point in compressed form (02 or 03, then x).
+    // The public point in compressed form (02 or 03, then x), as `openssl ec -conv_form compressed` writes
+    // it: in Pem and Der (SubjectPublicKeyInfo, or the key inside PKCS #8), Sec1Pem, Sec1Der and RawHex's
+    // public line. Other formats refuse it.
     bool compressedPoint = false;
 };
 

@@ -116,7 +116,7 @@ bool loadRawHexKey(const char *text, EccKey &key, LogBase &log, std::string &err
     return true;
 }
 
-bool writeRawHexKey(EccKey &key, bool writePrivate, DataBuffer &out, LogBase &log) {
+bool writeRawHexKey(EccKey &key, bool writePrivate, bool compressed, DataBuffer &out, LogBase &log) {
     StringBuffer privHex;
     StringBuffer pubHex;
     StringBuffer text;
@@ -125,7 +125,16 @@ bool writeRawHexKey(EccKey &key, bool writePrivate, DataBuffer &out, LogBase &lo
     bool ok = text.append3("curve: ", key.m_curve.m_name.getString(), "\n");
     if (writePrivate)
         ok = ok && text.append3("private: ", privHex.getString(), "\n");
-    ok = ok && text.append3("public: ", pubHex.getString(), "\n");
+    ok = ok && text.append("public: ");
+    if (compressed) {
+        // 02 or 03 by the parity of y, whose last hexadecimal digit is the point's last.
+        const char *point = pubHex.getString();
+        const unsigned xDigits = 2 * (unsigned)key.m_curve.m_byteLen;
+        const char last = point[2 + 2 * xDigits - 1];
+        const bool odd = ((last >= 'a' ? last - 'a' + 10 : last - '0') & 1) != 0;
+        ok = ok && text.append(odd ? "03" : "02") && text.append(point + 2, xDigits) && text.append("\n");
+    } else
+        ok = ok && text.append2(pubHex.getString(), "\n");
     return ok && out.append(text);
 }
 

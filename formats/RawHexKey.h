@@ -20,8 +20,10 @@ namespace ecckey::formats {
 // refused with its line number only, since a line may hold a private scalar. False with a message in error.
 [[nodiscard]] bool loadRawHexKey(const char *text, EccKey &key, LogBase &log, std::string &error);
 
-// Appends the raw-hex text of the key: the private line when writePrivate is set. Marked sensitive by the
-// caller. False when the library fails or memory is short.
-[[nodiscard]] bool writeRawHexKey(EccKey &key, bool writePrivate, DataBuffer &out, LogBase &log);
+// Appends the raw-hex text of the key: the private line when writePrivate is set, the public point
+// compressed (02 or 03, then x) when compressed is. Marked sensitive by the caller. False when the library
+// fails or memory is short.
+[[nodiscard]] bool writeRawHexKey(EccKey &key, bool writePrivate, bool compressed, DataBuffer &out,
+                                  LogBase &log);
 
 }  // namespace ecckey::formats

@@ -1,10 +1,11 @@
-// formats::sshSignatureToRaw, the SSH signature blob (two mpints r and s) that `ecckey verify` reads.
+// convertSignature from the SSH signature blob (two mpints r and s), which `ecckey verify` reads, to raw
+// r || s, on every curve length.
 //
 // Input layout: byte 0 is the curve's byte length (modulo 67); the rest is the blob.
 //
 // An accepted blob gives exactly twice that many bytes, and is exactly r and s as minimal mpints.
-#include "../formats/SignatureForms.h"
 #include "FuzzSupport.h"
+#include "formats/SigConvert.h"
 #include "support/SshMessage.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
@@ -13,7 +14,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const unsigned byteLen = data[0] % 67;
     DataBuffer sig, raw, again;
     FUZZ_REQUIRE(sig.append(data + 1, (unsigned)size - 1));
-    if (!ecckey::formats::sshSignatureToRaw(sig, byteLen, raw))
+    FuzzLog log;
+    if (!convertSignature((int)byteLen, SigForm::Ssh, SigForm::Raw, sig, raw, log))
         return 0;
     FUZZ_REQUIRE(raw.getSize() == 2 * byteLen);
     // Each half as a minimal mpint: its leading zeros dropped, a zero put back where the top bit is set.

@@ -124,9 +124,13 @@ double timeOp(Op op) {
 void roundTripAll(EccKey &key, CurveReport &report) {
     int numFormats = 0;
     const FormatInfo *formats = keyFormats(numFormats);
-    report.numFormats = numFormats;
+    report.numFormats = 0;
     for (int i = 0; i < numFormats; ++i) {
         const FormatInfo &format = formats[i];
+        // COSE names four curves only; the demo's table stays over the formats every curve has a row for.
+        if (format.format == KeyFormat::Cose)
+            continue;
+        ++report.numFormats;
         const bool sshFormat = format.format == KeyFormat::Ssh || format.format == KeyFormat::OpenSsh ||
                                format.format == KeyFormat::Ppk;
         if (sshFormat && sshKeyTypeName(key).empty()) {

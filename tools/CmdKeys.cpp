@@ -1,5 +1,6 @@
 // ecckey gen, pub and convert: making keys and writing them in another form.
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -10,6 +11,9 @@
 #include "KeyFile.h"
 #include "Session.h"
 #include "ecc/EccKey.h"
+#include "formats/CoseKey.h"
+#include "formats/JwkMembers.h"
+#include "formats/JwsAlgorithm.h"
 #include "support/LogBase.h"
 #include "support/Prng.h"
 
@@ -28,6 +32,45 @@ const FormatInfo *formatOption(const ArgList &args, const char *defaultName, std
     if (format == nullptr)
         error = std::string("unknown format '") + name + "'";
     return format;
+}
+
+// --set-kid (an ID, or the word thumbprint), --alg and --use, which a JWK can carry; a COSE key takes an ID
+// and --alg.
+[[nodiscard]] bool jwkExtras(const ArgList &args, const FormatInfo &format, ecckey::JwkExtras &extras) {
+    const char *kid = args.value("--set-kid");
+    extras.kidIsThumbprint = kid != nullptr && std::string(kid) == "thumbprint";
+    extras.kid = extras.kidIsThumbprint ? nullptr : kid;
+    extras.alg = args.value("--alg");
+    extras.use = args.value("--use");
+    if (format.format == KeyFormat::Cose)
+        return !extras.kidIsThumbprint && extras.use == nullptr;
+    return (kid == nullptr && extras.alg == nullptr && extras.use == nullptr) ||
+           format.format == KeyFormat::Jwk;
+}
+
+// A COSE key with the kid (the ID's bytes) and alg (the key's own ES algorithm) asked for.
+[[nodiscard]] bool writeCoseWithExtras(ecckey::EccKey &key, bool writePrivate,
+                                       const ecckey::JwkExtras &extras, ecckey::DataBuffer &out,
+                                       ecckey::LogBase &log) {
+    const ecckey::JwsAlgorithm *own = ecckey::jwsAlgorithmOfKey(key);
+    if (extras.alg != nullptr && (own == nullptr || ecckey::jwsAlgorithmByName(extras.alg) != own))
+        return false;
+    return ecckey::toCoseKey(key, writePrivate, reinterpret_cast<const unsigned char *>(extras.kid),
+                             extras.kid ? (unsigned)std::strlen(extras.kid) : 0, extras.alg != nullptr, out,
+                             log);
+}
+
+// Adds the JWK members asked for to the JWK text in out.
+[[nodiscard]] bool addExtras(ecckey::EccKey &key, const ecckey::JwkExtras &extras, ecckey::DataBuffer &out,
+                             ecckey::LogBase &log) {
+    if (extras.kid == nullptr && !extras.kidIsThumbprint && extras.alg == nullptr && extras.use == nullptr)
+        return true;
+    ecckey::StringBuffer text;
+    if (!text.append(reinterpret_cast<const char *>(out.getData2()), out.getSize()) ||
+        !ecckey::addJwkMembers(key, extras, text, log))
+        return false;
+    out.secureClear();
+    return out.append(text);
 }
 
 // The --iter value: 1 to kMaxIterations (more would make a file this command refuses to read), given with
@@ -49,13 +92,28 @@ const FormatInfo *formatOption(const ArgList &args, const char *defaultName, std
 int writeKeyOutput(Session &session, ecckey::EccKey &key, const FormatInfo &format, bool writePrivate,
                    const ArgList &args) {
     ecckey::DataBuffer out;
+    out.setSensitive(writePrivate);
     std::string error;
+    ecckey::JwkExtras extras;
+    if (!jwkExtras(args, format, extras))
+        return usageError("--set-kid, --alg and --use go with --format jwk (cose: --set-kid ID and --alg)");
     unsigned long iterations = kDefaultIterations;
     if (!passoutIterations(args, iterations, error))
         return usageError(error.c_str());
-    if (!writeKey(key, format, writePrivate, out, session.log(), error, args.value("--passout"),
-                  iterations) ||
-        !writeOutput({args.value("-o"), args.has("--force")}, out, writePrivate, error))
+    // (--passout goes to writeKey, which refuses it for every format but pem and der.)
+    if (format.format == KeyFormat::Cose && (extras.kid != nullptr || extras.alg != nullptr) &&
+        !args.has("--passout") && !args.has("--compressed")) {
+        if (!writeCoseWithExtras(key, writePrivate, extras, out, session.log()))
+            return session.fail(
+                "cannot write the COSE key (P-256, P-384, P-521 and secp256k1; --alg: the key's own)");
+    } else if (!writeKey(key, format, writePrivate, out, session.log(), error, args.value("--passout"),
+                         iterations, args.has("--compressed"))) {
+        return session.fail(error);
+    } else if (!addExtras(key, extras, out, session.log()))
+        return session.fail(
+            "cannot add the JWK members (--set-kid thumbprint: P-256, P-384, P-521 and "
+            "secp256k1; --alg ES*: the key's own)");
+    if (!writeOutput({args.value("-o"), args.has("--force")}, out, writePrivate, error))
         return session.fail(error);
     return session.finish(kExitOk);
 }
@@ -65,14 +123,17 @@ int writeKeyOutput(Session &session, ecckey::EccKey &key, const FormatInfo &form
 [[nodiscard]] bool parseKeyCommand(int argc, char **argv, const char *name, ArgList &args,
                                    std::string &error) {
     const bool isGen = std::string(name) == "gen";
-    std::vector<std::string> valueOptions = {"--format", "-o"};
+    std::vector<std::string> valueOptions = {"--format", "-o", "--set-kid", "--alg", "--use"};
     if (!isGen) {
         valueOptions.push_back("--kid");
         valueOptions.push_back("--passin");
     }
     if (std::string(name) != "pub")
         valueOptions.insert(valueOptions.end(), {"--passout", "--iter"});
-    if (!args.parse(argc, argv, valueOptions, {"--force"}, error))
+    std::vector<std::string> flags = {"--force"};
+    if (!isGen)
+        flags.push_back("--compressed");
+    if (!args.parse(argc, argv, valueOptions, flags, error))
         return false;
     if (args.positionals().size() != 1) {
         error = std::string(name) + " takes one " + (isGen ? "curve name" : "key file");

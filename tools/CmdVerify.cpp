@@ -11,7 +11,10 @@
 #include "Session.h"
 #include "ecc/EccKey.h"
 #include "ecc/EccMessages.h"
+#include "formats/CompactJws.h"
+#include "formats/SigConvert.h"
 #include "formats/SignatureForms.h"
+#include "formats/SshSig.h"
 
 namespace ecckey_cli {
 
@@ -44,12 +47,47 @@ int notParsed(Session &session, const std::string &why) {
     return printVerdict(session, false);
 }
 
+// A compact JWS in the --sig file: its payload is in the token, the algorithm the key's own or --alg.
+int verifyJws(Session &session, ecckey::EccKey &key, const ArgList &args) {
+    std::string error;
+    ecckey::DataBuffer content;
+    ecckey::StringBuffer token;
+    ecckey::DataBuffer payload;
+    if (!readInput(args.value("--sig"), content, error))
+        return session.fail(error);
+    if (!token.append(reinterpret_cast<const char *>(content.getData2()), content.getSize()))
+        return session.fail(kOutOfMemory);
+    token.trim2();
+    bool valid = false;
+    if (!ecckey::verifyCompactJws(key, args.value("--alg"), token.getString(), payload, valid, session.log()))
+        return notParsed(session, "the signature is not a compact JWS of the key's algorithm (or --alg)");
+    return printVerdict(session, valid);
+}
+
+// An armoured SSH signature in the --sig file over the --in file, in --namespace.
+int verifySshSig(Session &session, ecckey::EccKey &key, const ArgList &args) {
+    std::string error;
+    ecckey::DataBuffer content, message;
+    ecckey::StringBuffer text;
+    if (!readInput(args.value("--sig"), content, error) || !readInput(args.value("--in"), message, error))
+        return session.fail(error);
+    if (!text.append(reinterpret_cast<const char *>(content.getData2()), content.getSize()))
+        return session.fail(kOutOfMemory);
+    bool valid = false;
+    if (!ecckey::verifySshSig(key, args.value("--namespace"), message, text.getString(), valid,
+                              session.log()))
+        return notParsed(session, "the signature is not an SSH signature by this key in this namespace");
+    return printVerdict(session, valid);
+}
+
 }  // namespace
 
 int cmdVerify(int argc, char **argv) {
     ArgList args;
     std::string error;
-    if (!args.parse(argc, argv, {"--sig", "--in", "--digest", "--hash", "--kid", "--passin"}, {}, error))
+    if (!args.parse(argc, argv,
+                    {"--sig", "--in", "--digest", "--hash", "--alg", "--namespace", "--kid", "--passin"}, {},
+                    error))
         return usageError(error.c_str());
     if (args.positionals().size() != 1 || !args.has("--sig"))
         return usageError("verify takes one key file and --sig FILE");
@@ -59,6 +97,17 @@ int cmdVerify(int argc, char **argv) {
     KeyFileInfo keyInfo(args.value("--kid"), args.value("--passin"));
     if (!readKeyFile(args.positionals()[0].c_str(), key, session.log(), error, &keyInfo))
         return session.fail(error);
+    if (args.has("--namespace")) {
+        if (!args.has("--in") || args.has("--hash") || args.has("--digest") || args.has("--alg"))
+            return usageError("an SSH signature is checked over --in FILE in --namespace NS");
+        return verifySshSig(session, key, args);
+    }
+    // Neither --in nor --hash: the signature file holds a compact JWS with its payload.
+    if (!args.has("--in") && !args.has("--hash"))
+        return args.has("--digest") ? usageError("a JWS names its own hash; --digest goes with --in")
+                                    : verifyJws(session, key, args);
+    if (args.has("--alg"))
+        return usageError("--alg goes with a JWS (no --in or --hash)");
     ecckey::DataBuffer hash;
     if (!messageHash(args, key.m_curve, hash, error))
         return session.fail(error);
@@ -70,8 +119,11 @@ int cmdVerify(int argc, char **argv) {
         return notParsed(session, "the signature file is empty or not valid hexadecimal");
 
     const unsigned byteLen = (unsigned)key.m_curve.m_byteLen;
+    // Exactly twice the byte length is raw r||s; anything else may be the SSH form.
     ecckey::DataBuffer raw;
-    if (ecckey::formats::sshSignatureToRaw(sig, byteLen, raw))
+    ecckey::LogNull quiet;
+    if (sig.getSize() != 2 * byteLen &&
+        ecckey::convertSignature((int)byteLen, ecckey::SigForm::Ssh, ecckey::SigForm::Raw, sig, raw, quiet))
         sig = raw;
     // Raw r||s is exactly twice the curve's byte length, split in the middle: the library would take any
     // longer input as r and "all the rest" for s, so zeros put in front of s would still verify. The

@@ -40,6 +40,8 @@ const int kExitError = 2;
 [[nodiscard]] int cmdVerify(int argc, char **argv);
 [[nodiscard]] int cmdEcdh(int argc, char **argv);
 [[nodiscard]] int cmdFingerprint(int argc, char **argv);
+[[nodiscard]] int cmdJwks(int argc, char **argv);
+[[nodiscard]] int cmdSigConvert(int argc, char **argv);
 [[nodiscard]] int cmdCheck(int argc, char **argv);
 [[nodiscard]] int cmdDemo(int argc, char **argv);
 

@@ -31,6 +31,7 @@ const FormatInfo s_formats[] = {
      "OpenSSH private key, as ssh-keygen writes it, unencrypted (curves ssh has a name for)"},
     {KeyFormat::Ppk, "ppk", "PuTTY private key file, version 3, unencrypted (curves ssh has a name for)"},
     {KeyFormat::RawHex, "raw-hex", "curve name, scalar and X9.63 point in hexadecimal"},
+    {KeyFormat::Cose, "cose", "COSE_Key EC2 (RFC 9052), CBOR: P-256, P-384, P-521, secp256k1"},
 };
 
 }  // namespace
@@ -49,7 +50,7 @@ const FormatInfo *formatByName(const char *name) {
 }
 
 bool writeKey(EccKey &key, const FormatInfo &format, bool writePrivate, DataBuffer &out, LogBase &log,
-              std::string &error, const char *passout, unsigned long iterations) {
+              std::string &error, const char *passout, unsigned long iterations, bool compressed) {
     out.clear();
     if (passout != nullptr &&
         (!writePrivate || (format.format != KeyFormat::Pem && format.format != KeyFormat::Der))) {
@@ -66,6 +67,7 @@ bool writeKey(EccKey &key, const FormatInfo &format, bool writePrivate, DataBuff
     ecckey::formats::EncodeOptions options;
     options.passphrase = passout != nullptr ? &passphrase : nullptr;
     options.pbkdf2Iterations = iterations;
+    options.compressedPoint = compressed;
     if (ecckey::formats::encodeKey(key, format.format, writePrivate, options, out, log, error))
         return true;
     if (writePrivate && key.isPrivate() && !ecckey::formats::holdsPrivate(format.format))

@@ -35,11 +35,13 @@ const FormatInfo *formatByName(const char *name);
 // Writes the key in the given format into out: its private form when writePrivate is set (the key must
 // be private and the format must hold private keys), its public form otherwise. Private output is marked
 // sensitive. With passout (the --passout value) a private key in pem or der is written as encrypted
-// PKCS #8 under that passphrase, with that many PBKDF2 iterations. False with a message in error (the
+// PKCS #8 under that passphrase, with that many PBKDF2 iterations; compressed writes the public point
+// compressed (pem, der, sec1-pem, sec1-der and raw-hex; others refuse it). False with a message in error (the
 // module's own reasons are in log) when the format cannot carry what is asked or the library fails; out is
 // then empty.
 [[nodiscard]] bool writeKey(ecckey::EccKey &key, const FormatInfo &format, bool writePrivate,
                             ecckey::DataBuffer &out, ecckey::LogBase &log, std::string &error,
-                            const char *passout = nullptr, unsigned long iterations = kDefaultIterations);
+                            const char *passout = nullptr, unsigned long iterations = kDefaultIterations,
+                            bool compressed = false);
 
 }  // namespace ecckey_cli

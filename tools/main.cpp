@@ -19,33 +19,65 @@ const Command s_commands[] = {
     {"gen", "CURVE [--format F] [--passout P [--iter N]] [-o FILE [--force]]",
      "generate a private key (CURVE: a name, alias or OID, as 'ecckey curves' lists them)", cmdGen,
      "--format --passout --iter -o --force", ""},
-    {"pub", "KEYFILE [--format F] [--kid ID] [--passin P] [-o FILE [--force]]", "write the public key",
-     cmdPub, "--format --kid --passin -o --force", ""},
-    {"convert", "KEYFILE --format F [--kid ID] [--passin P] [--passout P [--iter N]] [-o FILE [--force]]",
-     "write the key in another format", cmdConvert, "--format --kid --passin --passout --iter -o --force",
+    {"pub",
+     "KEYFILE [--format F] [--compressed] [--set-kid ID] [--alg A] [--use U] [--kid ID] [--passin P]\n"
+     "      [-o FILE [--force]]",
+     "write the public key", cmdPub, "--format --compressed --set-kid --alg --use --kid --passin -o --force",
      ""},
+    {"convert",
+     "KEYFILE --format F [--compressed] [--set-kid ID] [--alg A] [--use U] [--kid ID] [--passin P]\n"
+     "      [--passout P [--iter N]] [-o FILE [--force]]",
+     "write the key in another format", cmdConvert,
+     "--format --compressed --set-kid --alg --use --kid --passin --passout --iter -o --force", ""},
     {"sign",
      "KEYFILE (--in FILE [--digest ALG] | --hash HEX) [--sig-format F] [--deterministic] [--kid ID]\n"
-     "      [--passin P] [-o FILE [--force]]",
+     "      [--passin P] [-o FILE [--force]]\n"
+     "       ecckey sign KEYFILE --in FILE --sig-format jws [--alg A]\n"
+     "       ecckey sign KEYFILE --in FILE --sig-format sshsig --namespace NS [--digest sha256|sha512]",
      "sign a file's digest or a hash; without -o the signature is printed in hexadecimal", cmdSign,
-     "--in --digest --hash --sig-format --deterministic --kid --passin -o --force",
+     "--in --digest --hash --sig-format --alg --namespace --deterministic --kid --passin -o --force",
      "The hash is cut to the curve's byte length when longer (P-521 and brainpoolP512r1 take up to 64\n"
      "bytes whole), in every signature form. On secp256k1, whose signer takes 32 bytes, a shorter hash\n"
      "(sha1, sha224) is left-padded with zeros, which leaves its ECDSA value unchanged: the signature is\n"
-     "the one openssl makes and checks with that digest.\n"},
-    {"verify", "KEYFILE --sig FILE (--in FILE [--digest ALG] | --hash HEX) [--kid ID] [--passin P]",
+     "the one openssl makes and checks with that digest.\n"
+     "--sig-format jws prints the compact JWS of the file's bytes as payload, header {\"alg\":A}: ES256\n"
+     "on P-256, ES384 on P-384, ES512 on P-521, ES256K on secp256k1 (the hash is the algorithm's; the\n"
+     "signature raw r||s, its nonce RFC 6979's).\n"
+     "--sig-format sshsig writes the armoured SSH signature of 'ssh-keygen -Y sign' (P-256, P-384, P-521;\n"
+     "the file hashed with --digest sha512, the default, or sha256).\n"},
+    {"verify",
+     "KEYFILE --sig FILE (--in FILE [--digest ALG] | --hash HEX) [--kid ID] [--passin P]\n"
+     "       ecckey verify KEYFILE --sig TOKENFILE [--alg A]\n"
+     "       ecckey verify KEYFILE --sig FILE.sig --in FILE --namespace NS",
      "check a signature: prints valid (exit 0) or invalid (exit 1)", cmdVerify,
-     "--sig --in --digest --hash --kid --passin",
+     "--sig --in --digest --hash --alg --namespace --kid --passin",
      "The hash is fitted to the curve as 'ecckey sign' fits it (secp256k1: left-padded to 32 bytes).\n"
      "Exit status: 0 valid; 1 not valid, also for a signature that does not parse; 2 could not check\n"
-     "(a key or file that cannot be read, a bad invocation).\n"},
-    {"ecdh", "KEYFILE PEERFILE [--kid ID] [--passin P] [-o FILE [--force]]",
-     "the ECDH shared secret, in hexadecimal (its bytes with -o)", cmdEcdh, "--kid --passin -o --force", ""},
-    {"fingerprint", "KEYFILE [--sha256 | --md5] [--kid ID] [--passin P]",
-     "the SSH fingerprint line, as 'ssh-keygen -l' prints it (curves with an SSH name)", cmdFingerprint,
-     "--sha256 --md5 --kid --passin",
+     "(a key or file that cannot be read, a bad invocation).\n"
+     "Without --in and --hash, FILE holds a compact JWS (its payload inside); only the key's own\n"
+     "algorithm (or --alg, which must be it) is accepted, and only raw r||s of the curve's width.\n"
+     "With --namespace, FILE.sig is an SSH signature ('ssh-keygen -Y sign') by this key in NS.\n"},
+    {"ecdh",
+     "KEYFILE PEERFILE [--kdf KDF --len N [--info HEX] [--salt HEX]] [--kid ID] [--passin P]\n"
+     "      [-o FILE [--force]]",
+     "the ECDH shared secret, or a key derived from it, in hexadecimal (its bytes with -o)", cmdEcdh,
+     "--kdf --len --info --salt --kid --passin -o --force",
+     "KDF is x963 (ANSI X9.63), concat (NIST SP 800-56A single-step, as JWE ECDH-ES uses it; --info is\n"
+     "its whole OtherInfo) or hkdf (RFC 5869), a colon and sha224, sha256, sha384 or sha512: hkdf:sha256.\n"
+     "Every curve allows every KDF; the input is the checked shared secret of the curve's byte length.\n"},
+    {"fingerprint", "KEYFILE [--sha256 | --md5 | --jwk | --uri] [--kid ID] [--passin P]",
+     "the SSH fingerprint line, as 'ssh-keygen -l' prints it (curves with an SSH name), or the JWK "
+     "thumbprint",
+     cmdFingerprint, "--sha256 --md5 --jwk --uri --kid --passin",
      "The line is bits, fingerprint, the comment of an OpenSSH public-key line read (else \"no comment\")\n"
-     "and (ECDSA), as 'ssh-keygen -l -f' and 'ssh-keygen -l -E md5 -f' print it.\n"},
+     "and (ECDSA), as 'ssh-keygen -l -f' and 'ssh-keygen -l -E md5 -f' print it. --jwk and --uri print\n"
+     "the RFC 7638 thumbprint alone, on P-256, P-384, P-521 and secp256k1.\n"},
+    {"sig-convert", "--curve C --from der|raw|ssh --to der|raw|ssh --in SIG [-o FILE [--force]]",
+     "an ECDSA signature in another form: DER, raw r||s or the SSH mpints (every curve)", cmdSigConvert,
+     "--curve --from --to --in -o --force",
+     "SIG holds the bytes or one line of hexadecimal; without -o the result is printed in hexadecimal.\n"},
+    {"jwks", "KEYFILE... [--set-kid thumbprint] [--alg A] [--use U] [--passin P] [-o FILE [--force]]",
+     "the public keys of the files as one JWK Set", cmdJwks, "--set-kid --alg --use --passin -o --force", ""},
     {"check", "KEYFILE [--kid ID] [--passin P]",
      "validate a key: prints its format, curve and parameters and each check passed (exit 0), or why not "
      "(exit 2)",
@@ -68,11 +100,26 @@ const OptionHelp s_optionHelp[] = {
     {"--in", "FILE", "the file whose digest is signed or checked"},
     {"--digest", "ALG", "sha1, sha224, sha256 (the default), sha384 or sha512, in any case"},
     {"--hash", "HEX", "a hash made elsewhere (1 to 64 bytes in hexadecimal), instead of --in"},
-    {"--sig-format", "F", "der (the default), raw (r||s, twice the curve's byte length) or ssh"},
+    {"--sig-format", "F", "der (the default), raw (r||s, twice the curve's byte length), ssh, jws or sshsig"},
     {"--deterministic", "", "RFC 6979: the nonce from the key and the hash, the same signature each time"},
     {"--sig", "FILE", "the signature: bytes or hexadecimal, in DER, raw r||s or the SSH form"},
+    {"--kdf", "KDF", "derive a key from the shared secret (see below)"},
+    {"--len", "N", "the bytes to derive with --kdf (1 to 65536; hkdf at most 255 hash lengths)"},
+    {"--info", "HEX", "the KDF's SharedInfo (x963), OtherInfo (concat) or info (hkdf), in hexadecimal"},
+    {"--salt", "HEX", "the HKDF salt in hexadecimal (a hash length of zeros when absent)"},
+    {"--namespace", "NS", "the namespace of an SSH signature (ssh-keygen -Y -n), such as file or git"},
+    {"--curve", "C", "the signature's curve (a name, alias or OID, as 'ecckey curves' lists them)"},
+    {"--from", "F", "the form of SIG: der, raw (r||s of twice the curve's byte length) or ssh (two mpints)"},
+    {"--to", "F", "the form to write: der, raw or ssh"},
     {"--sha256", "", "OpenSSH's SHA256 fingerprint (the default)"},
     {"--md5", "", "the MD5 fingerprint, as 'ssh-keygen -E md5' prints it"},
+    {"--jwk", "", "the RFC 7638 JWK thumbprint (base64url of a SHA-256)"},
+    {"--uri", "", "the RFC 9278 thumbprint URI, urn:ietf:params:oauth:jwk-thumbprint:sha-256:..."},
+    {"--compressed", "",
+     "the public point compressed (02 or 03, then x): pem, der, sec1-pem, sec1-der, raw-hex"},
+    {"--set-kid", "ID", "jwk: write \"kid\" ID (thumbprint: the RFC 7638 thumbprint); cose: kid, ID's bytes"},
+    {"--alg", "A", "the JOSE algorithm: ES256 P-256, ES384 P-384, ES512 P-521, ES256K secp256k1 (jwk: any)"},
+    {"--use", "U", "jwk: write \"use\" U (sig or enc)"},
     {"-o", "FILE",
      "write to FILE (a regular file; '-' is standard output); a private key or secret gets mode 0600"},
     {"--force", "", "replace FILE if it exists, a symbolic link itself (a file the command reads never)"},

@@ -56,6 +56,17 @@ for f in o8.pem o8.der o1.pem c1.pem c8.pem cp.pem cpe.pem tail.pem; do
     ok pub $f --passin file:pw --format der -o back.der --force
     cmp -s p.der back.der || fail "ecckey on $f"
 done
+# --compressed writes what openssl's -conv_form compressed writes, byte for byte, in each form that has it.
+for f in c1 c8 cp; do sed '1d;$d' $f.pem | base64 -d >$f.der; done
+for row in "convert sec1-pem c1.pem" "convert sec1-der c1.der" "convert pem c8.pem" "convert der c8.der" \
+    "pub pem cp.pem" "pub der cp.der"; do
+    read -r command f want <<<"$row"
+    ok "$command" k.pem --format "$f" --compressed -o "c.$f" --force
+    cmp -s "c.$f" "$want" || fail "$command --format $f --compressed is not openssl's $want"
+done
+ok pub k.pem --format raw-hex --compressed
+point=${OUT##*public: }
+expect_eq "$point" "$(hex_of <cp.der | tail -c ${#point})" "raw-hex --compressed"
 # o.pem has an EC PARAMETERS block ahead of its key: the ecdh checks below read it.
 openssl ecparam -name "$CURVE" -genkey -out o.pem || fail "openssl ecparam"
 openssl pkey -in o.pem -pubout -outform DER -out o.pub.der

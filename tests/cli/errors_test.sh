@@ -120,6 +120,8 @@ done <<'TABLE'
 2|--passin takes pass:TEXT, env:VAR or file:PATH|check enc.pem --passin secret
 2|--passin: the environment variable NO_SUCH_VARIABLE is not set|ecdh enc.pem p.pem --passin env:NO_SUCH_VARIABLE
 2|--passout encrypts private keys in the pem and der formats only|convert k.pem --format jwk --passout env:PW
+2|compressed points are written in the pem, der, sec1-pem, sec1-der and raw-hex formats only|pub k.pem --format jwk --compressed
+2|unknown option --compressed|gen P-256 --compressed
 2|the compressed point is not on the curve (no y for its x)|pub nosqrt.hex
 2|an OpenSSH key has no name for brainpoolp256r1|convert b.pem --format openssh
 2|a PuTTY key has no name for brainpoolp256r1|convert b.pem --format ppk

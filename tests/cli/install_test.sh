@@ -123,7 +123,8 @@ outside=$(nm -D --defined-only "$lib" | awk '{ print $3 }' | c++filt | grep -vE 
 man=$(MANPATH=$PWD/static/share/man MANWIDTH=80 man --warnings ecckey 2>&1 >/dev/null) || fail "man ecckey"
 [ -z "$man" ] || fail "man --warnings: $man"
 for command in $(static/bin/ecckey --help | awk '/^commands:/ { c = 1 } /^formats/ { c = 0 } c && /^  [a-z]/ { print $1 }'); do
-    grep -q "^\.SH ECCKEY $(tr a-z A-Z <<<"$command")$" static/share/man/man1/ecckey.1 || fail "no section: $command"
+    upper=$(tr a-z A-Z <<<"$command")
+    grep -qxF ".SH ECCKEY ${upper//-/\\-}" static/share/man/man1/ecckey.1 || fail "no section: $command"
 done
 # shellcheck disable=SC1091
 . static/share/bash-completion/completions/ecckey

@@ -41,3 +41,29 @@ expect_eq "$OUT" "$(line <se.pub)" "ecckey on an encrypted OpenSSH key"
 fails_with 2 "'se': OpenSSH private key, aes256-ctr: wrong passphrase" pub se --passin pass:wrong
 fails_with 2 "the private key is encrypted; give its passphrase with --passin" pub se
 fails_with 2 "wrong passphrase for the PuTTY key" pub p.ppk --passin pass:wrong
+# SSH signatures (ssh-keygen -Y) both ways with either hash: ssh-keygen checks ecckey's, ecckey checks
+# ssh-keygen's; another message or namespace is not valid.
+SSHSIG=0
+for bits in 256 384 521; do
+    ok gen "P-$bits" -o sk.pem --force
+    ok convert sk.pem --format openssh -o sk.openssh --force
+    ok pub sk.pem --format ssh -o sk.pub --force
+    echo "me $(cat sk.pub)" >allowed
+    for hash in sha256 sha512; do
+        echo "message $bits $hash" >m
+        ok sign sk.pem --in m --sig-format sshsig --namespace file --digest $hash -o m.ours --force
+        { ssh-keygen -Y check-novalidate -n file -s m.ours <m && ssh-keygen -Y verify -f allowed -I me -n file \
+            -s m.ours <m; } >/dev/null 2>&1 || fail "ssh-keygen -Y on ecckey's P-$bits $hash signature"
+        rm -f m.sig && ssh-keygen -q -Y sign -f sk.openssh -n file -O hashalg=$hash m 2>/dev/null || fail "-Y sign"
+        ok verify sk.pub --sig m.sig --in m --namespace file
+        expect_eq "$OUT" valid "ssh-keygen's P-$bits $hash signature"
+        fails_with 1 "not an SSH signature by this key in this namespace" verify sk.pub --sig m.sig --in m --namespace git
+        echo more >>m
+        fails_with 1 "" verify sk.pub --sig m.sig --in m --namespace file
+        SSHSIG=$((SSHSIG + 4))
+    done
+done
+ok gen brainpoolP256r1 -o bp.pem --force
+fails_with 2 "cannot make an SSH signature with this key (P-256, P-384 and P-521 only)" sign bp.pem --in m \
+    --sig-format sshsig --namespace file
+echo "ssh-keygen -Y: $SSHSIG signature checks"

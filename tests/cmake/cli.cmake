@@ -32,3 +32,15 @@ set_tests_properties(cli_ssh_putty PROPERTIES SKIP_RETURN_CODE 77)
 if(NOT ECCKEY_SANITIZE)
   ecckey_cli_test(install_and_build_example install_test.sh ${CMAKE_SOURCE_DIR} ${CMAKE_BINARY_DIR})
 endif()
+if(ECCKEY_PYTHON)
+  add_test(NAME cli_pyca_interop COMMAND ${ECCKEY_PYTHON} ${CMAKE_SOURCE_DIR}/tests/cli/pyca_interop_test.py
+    $<TARGET_FILE:ecckey_cli> ${CMAKE_CURRENT_BINARY_DIR}/cli-work/cli_pyca_interop)
+  set_tests_properties(cli_pyca_interop PROPERTIES TIMEOUT 300 SKIP_RETURN_CODE 77)
+endif()
+# Node's jose (and cbor-x), installed by `make deps` into the build's node/ folder; skipped without them.
+find_program(ECCKEY_NODE node)
+if(ECCKEY_NODE)
+  add_test(NAME cli_jose_interop COMMAND ${ECCKEY_NODE} ${CMAKE_SOURCE_DIR}/tests/cli/jose_interop_test.mjs
+    $<TARGET_FILE:ecckey_cli> ${CMAKE_CURRENT_BINARY_DIR}/cli-work/cli_jose_interop ${CMAKE_BINARY_DIR}/node)
+  set_tests_properties(cli_jose_interop PROPERTIES TIMEOUT 300 SKIP_RETURN_CODE 77)
+endif()

@@ -16,6 +16,9 @@
 #include <cstring>
 
 #include "ecckey/ecckey.hpp"
+#include "formats/CoseKey.h"
+#include "formats/EcdhKdf.h"
+#include "formats/JwkThumbprint.h"
 #include "support/Oracle.h"
 #include "support/PublicKey.h"
 #include "support/SshMessage.h"
@@ -294,6 +297,19 @@ const Row kRows[] = {
     // Loaders that took the private bytes and then refused a compressed point.
     {"DerCompressedPoint", false,
      [](Hygiene &t) { return !t.loadsDer(t.spoilt(false)) && !t.loadsDer(t.spoilt(true)); }},
+    // COSE keys written and read back on the four curves that have them; a key derived from the shared x.
+    {"CoseAndKdf", false,
+     [](Hygiene &t) {
+         EccKey peer, back;
+         DataBuffer cose, shared, derived;
+         const bool named = registeredJwkCurve(*t.key) != nullptr;
+         const EcdhKdfParams hkdf{EcdhKdfKind::Hkdf, HASH_SHA256, 42, nullptr, nullptr};
+         const bool ok = toCoseKey(*t.key, true, nullptr, 0, true, cose, t.log) == named &&
+                         (!named || loadCoseKey(back, cose, t.log)) && t.load(peer) &&
+                         agreeAndDerive(*t.key, peer, hkdf, derived, t.log) &&
+                         t.key->sharedSecretChecked(peer, shared, t.log);
+         return t.keep(ok, kShared, shared);
+     }},
     // The face: loading, copying, moving, signing, ECDH and saving.
     {"Face", false,
      [](Hygiene &t) {

@@ -3,7 +3,7 @@
 // read as another form than the one named.
 #include "ecc/EcdsaSig.h"
 #include "ecckey/face/Face.h"
-#include "formats/SignatureForms.h"
+#include "formats/SigConvert.h"
 #include "support/DataBuffer.h"
 #include "support/DerReader.h"
 #include "support/Hash.h"
@@ -105,6 +105,13 @@ Result<Bytes> signFitted(const EccKey &key, const DataBuffer &digest, SigFormat 
            _tvHash::doHash(message.data(), (unsigned)message.size(), hashAlgOf(hash), digest);
 }
 
+// The SSH form's two mpints as r || s; a blob of exactly twice the byte length is raw r || s instead.
+[[nodiscard]] bool sshToRaw(const DataBuffer &sig, unsigned byteLen, DataBuffer &raw) {
+    LogNull quiet;
+    return sig.getSize() != 2 * byteLen &&
+           convertSignature((int)byteLen, SigForm::Ssh, SigForm::Raw, sig, raw, quiet);
+}
+
 }  // namespace
 
 Result<Bytes> PrivateKey::signDigest(ByteView digest, SigFormat format, Nonce nonce) const {
@@ -143,7 +150,7 @@ Result<bool> PublicKey::verifyDigest(ByteView digest, ByteView signature, SigFor
             !fitHashToCurve(m_key->m_curve, hash))
             return Error(Errc::Internal, "out of memory");
         const bool parsed = format == SigFormat::Der   ? derToRaw(sig, byteLen, raw)
-                            : format == SigFormat::Ssh ? formats::sshSignatureToRaw(sig, byteLen, raw)
+                            : format == SigFormat::Ssh ? sshToRaw(sig, byteLen, raw)
                                                        : sig.getSize() == 2 * byteLen && raw.append(sig);
         if (!parsed)
             return false;
