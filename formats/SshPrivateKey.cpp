@@ -1,5 +1,6 @@
 #include "SshPrivateKey.h"
 
+#include <cstdint>
 #include <cstring>
 
 #include "BcryptPbkdf.h"
@@ -7,6 +8,7 @@
 #include "KeyBounds.h"
 #include "OpenSshCipher.h"
 #include "ecc/EccKey.h"
+#include "support/ConstantTime.h"
 #include "support/LogBase.h"
 #include "support/PemLabels.h"
 #include "support/Prng.h"
@@ -208,10 +210,18 @@ bool appendSecretMpint(const EccKey &key, DataBuffer &out) {
     }
     if (!TovarMp::mpint_to_fixed_bytes(key.m_privKey, fixed.getDataMutable() + 1, len))
         return false;
+    // The bytes dropped in front: counted over every byte, with no branch on d. The count itself is the
+    // mpint's length, which the file shows.
+    const unsigned char *bytes = fixed.getData2();
+    std::uint32_t dropping = ~0u;
     unsigned start = 0;
-    while (start < len && fixed[start] == 0 && fixed[start + 1] < 0x80)
-        ++start;
-    return out.append(fixed.getData2() + start, len + 1 - start);
+    for (unsigned i = 0; i < len; ++i) {
+        const unsigned zero = ((unsigned)bytes[i] - 1u) >> 31;  // 1 when the byte is 0x00
+        dropping &= ct::takeMask(zero & (1u ^ (unsigned)(bytes[i + 1] >> 7)));
+        start += dropping & 1u;
+    }
+    start = ct::declassified(start);
+    return out.append(bytes + start, len + 1 - start);
 }
 
 bool loadOpenSshPrivateKey(const DataBuffer &blob, const PassphraseCallback &passphrase, EccKey &key,

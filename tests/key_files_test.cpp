@@ -13,6 +13,7 @@
 #include "formats/BcryptPbkdf.h"
 #include "formats/KeyDecoder.h"
 #include "formats/KeyEncoder.h"
+#include "formats/SshPrivateKey.h"
 #include "support/Oracle.h"
 
 namespace {
@@ -168,5 +169,22 @@ TEST(KeyFiles, BcryptPbkdfGivesThePublishedVectors) {
         StringBuffer hex;
         ASSERT_TRUE(DataBuffer::toHexString2(key, (unsigned)v.key.size() / 2, false, hex));
         EXPECT_EQ(hex.getString(), v.key);
+    }
+}
+
+// d as an SSH mpint: leading zero bytes dropped, one 0x00 before a set top bit, as ssh-keygen writes.
+TEST(KeyFiles, SecretMpintIsMinimal) {
+    const std::string top = "80" + std::string(62, '0');
+    const std::pair<std::string, std::string> rows[] = {
+        {"7f", "7f"}, {"80", "0080"}, {"0100", "0100"}, {"00ff01", "00ff01"}, {top, "00" + top}};
+    for (const auto &[d, want] : rows) {
+        EccKey key;
+        ecckey::LogNull log;
+        DataBuffer mpint;
+        StringBuffer hex;
+        ASSERT_TRUE(key.generateNewKey2(StringBuffer("secp256r1"), d.c_str(), "hex", log) &&
+                    fmt::appendSecretMpint(key, mpint) &&
+                    DataBuffer::toHexString2(mpint.getData2(), mpint.getSize(), false, hex));
+        EXPECT_EQ(hex.getString(), want) << d;
     }
 }

@@ -3,7 +3,7 @@
 # depends on data marked secret. Built with the library's own flags (same build type), since the property must hold for the
 # optimised code that ships.
 add_executable(ecckey-ctcheck ${CMAKE_CURRENT_SOURCE_DIR}/ctcheck/ctcheck.cpp)
-target_link_libraries(ecckey-ctcheck PRIVATE ecckey ecckey_tommath)
+target_link_libraries(ecckey-ctcheck PRIVATE ecckey ecckey_formats ecckey_tommath)
 ecckey_warnings(ecckey-ctcheck)
 # Valgrind 3.19 cannot read clang's default DWARF 5 and gives up on the whole program; DWARF 4 changes
 # the debug information only, not the code under test.

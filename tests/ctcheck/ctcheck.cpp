@@ -20,6 +20,8 @@
 #include "ecc/EccCurve.h"
 #include "ecc/EccKey.h"
 #include "ecc/secp256k1/CurvePt.h"
+#include "formats/KeyDecoder.h"
+#include "formats/KeyEncoder.h"
 #include "support/Hash.h"
 #include "support/LogBase.h"
 #include "support/Prng.h"
@@ -184,9 +186,24 @@ class SecretPrng : public _tvPrng {
     }
 };
 
+// The OpenSSH and .ppk files of a key whose d is secret, written and read back (the bytes drawn from d stay
+// secret in the file) on the curves SSH can name.
+bool sshKeyFiles(EccKey &key, LogBase &log) {
+    bool ok = true;
+    for (formats::KeyFormat format : {formats::KeyFormat::OpenSsh, formats::KeyFormat::Ppk}) {
+        DataBuffer file;
+        EccKey back;
+        formats::DecodedKey what;
+        ok = ok && (formats::sshKeyTypeName(key).empty() ||
+                    (formats::encodeKey(key, format, true, {}, file, log, what.error) &&
+                     formats::decodeKey(file, {}, {}, back, what, log)));
+    }
+    return ok;
+}
+
 // The private-key encoders and decoders on a key whose d is secret: PKCS #8 and SEC 1 (DER in PEM), JWK,
-// XML, raw hex, and the PEM and raw readers on secret text and bytes. Variable time (README, "Timing side
-// channels"): run with ECCKEY_CTCHECK_ENCODINGS set, memcheck lists where.
+// XML, raw hex, OpenSSH and .ppk, and the PEM and raw readers on secret text and bytes. Variable time
+// (README, "Timing side channels"): run with ECCKEY_CTCHECK_ENCODINGS set, memcheck lists where.
 bool encodings(EccKey &key, LogBase &log) {
     StringBuffer text[5], pub, label;
     DataBuffer pemDer, raw;
@@ -197,7 +214,7 @@ bool encodings(EccKey &key, LogBase &log) {
     VALGRIND_MAKE_MEM_UNDEFINED(raw.getDataMutable(), raw.getSize());
     ok = ok && _tvPublicKey::pemToDer(text[0].getString(), label, pemDer, log);
     (void)back.loadEccPrivateRaw(raw, false, log);  // reads d before it refuses the other curves' sizes
-    return ok;
+    return ok && sshKeyFiles(key, log);
 }
 
 // Key generation (the default draw and the uniform one), every signature form and ECDH through EccKey, as
