@@ -12,7 +12,7 @@ MAKEFLAGS += --no-print-directory
 all: build
 
 deps:
-	@ECCKEY_NODE_PREFIX=$(abspath $(BUILD_DIR))/node scripts/install-deps
+	@ECCKEY_NODE_PREFIX=$(CURDIR)/build/node scripts/install-deps
 
 configure: deps
 	@cmake --preset dev $(CMAKE_FLAGS) >/dev/null

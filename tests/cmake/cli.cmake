@@ -37,10 +37,11 @@ if(ECCKEY_PYTHON)
     $<TARGET_FILE:ecckey_cli> ${CMAKE_CURRENT_BINARY_DIR}/cli-work/cli_pyca_interop)
   set_tests_properties(cli_pyca_interop PROPERTIES TIMEOUT 300 SKIP_RETURN_CODE 77)
 endif()
-# Node's jose (and cbor-x), installed by `make deps` into the build's node/ folder; skipped without them.
+# Node's jose (and cbor-x), installed by `make deps` once into build/node/ of the source tree, where every
+# preset's suite finds them; skipped without them.
 find_program(ECCKEY_NODE node)
 if(ECCKEY_NODE)
   add_test(NAME cli_jose_interop COMMAND ${ECCKEY_NODE} ${CMAKE_SOURCE_DIR}/tests/cli/jose_interop_test.mjs
-    $<TARGET_FILE:ecckey_cli> ${CMAKE_CURRENT_BINARY_DIR}/cli-work/cli_jose_interop ${CMAKE_BINARY_DIR}/node)
+    $<TARGET_FILE:ecckey_cli> ${CMAKE_CURRENT_BINARY_DIR}/cli-work/cli_jose_interop ${CMAKE_SOURCE_DIR}/build/node)
   set_tests_properties(cli_jose_interop PROPERTIES TIMEOUT 300 SKIP_RETURN_CODE 77)
 endif()
