@@ -224,7 +224,9 @@ void ecdh(benchmark::State &state, const BenchCurve *curve) {
     allocs.report(state);
 }
 
-void scalarMultG(benchmark::State &state, const BenchCurve *curve) {
+// k·G by the secret ladder or, with fixedBase, from the generator's tables as key generation and signing
+// make it (the tables exist before timing); the product counts follow the method.
+void generatorMult(benchmark::State &state, const BenchCurve *curve, bool fixedBase) {
     const BenchMaterial &m = benchMaterial(*curve);
     AllocationTally allocs;
     if (curve->isSecp256k1) {
@@ -232,12 +234,15 @@ void scalarMultG(benchmark::State &state, const BenchCurve *curve) {
         for (auto _ : state) {
             allocs.begin();
             _tvCurvePt R = _tvCurvePt::m_s_G;
-            R.multiplyPt(k);
+            if (fixedBase)
+                R.multiplyGenerator(k);
+            else
+                R.multiplyPt(k);
             R.normalizePt();
             allocs.end();
             benchmark::DoNotOptimize(R);
         }
-        state.counters[kCounterProducts] = kK1MultiplyPt + kK1Normalize;
+        state.counters[kCounterProducts] = (fixedBase ? kK1MultiplyGenerator : kK1MultiplyPt) + kK1Normalize;
         allocs.report(state);
         return;
     }
@@ -252,55 +257,25 @@ void scalarMultG(benchmark::State &state, const BenchCurve *curve) {
     LogNull log;
     for (auto _ : state) {
         allocs.begin();
-        const bool ok = pointMultSecret(k, c.n, c.G, R, c.aArg(), c.p, log);
+        const bool ok = fixedBase ? pointMultBase(k, c.n, c.G, R, c.aArg(), c.p, log)
+                                  : pointMultSecret(k, c.n, c.G, R, c.aArg(), c.p, log);
         allocs.end();
         if (!ok) {
-            state.SkipWithError("pointMultSecret failed");
+            state.SkipWithError(fixedBase ? "pointMultBase failed" : "pointMultSecret failed");
             return;
         }
     }
-    state.counters[kCounterProducts] = ladderProducts(c.n, c.p, c.hasA);
+    state.counters[kCounterProducts] =
+        fixedBase ? baseProducts(c.n, c.p, c.hasA) : ladderProducts(c.n, c.p, c.hasA);
     allocs.report(state);
 }
 
-// k·G from the generator's tables, as key generation and signing make it; the tables exist before timing.
+void scalarMultG(benchmark::State &state, const BenchCurve *curve) {
+    generatorMult(state, curve, false);
+}
+
 void scalarMultGFixed(benchmark::State &state, const BenchCurve *curve) {
-    const BenchMaterial &m = benchMaterial(*curve);
-    AllocationTally allocs;
-    if (curve->isSecp256k1) {
-        const _tvUnsigned256 k(m.d.data());
-        for (auto _ : state) {
-            allocs.begin();
-            _tvCurvePt R;
-            R.multiplyGenerator(k);
-            R.normalizePt();
-            allocs.end();
-            benchmark::DoNotOptimize(R);
-        }
-        state.counters[kCounterProducts] = kK1MultiplyGenerator + kK1Normalize;
-        allocs.report(state);
-        return;
-    }
-    EccKey key;
-    GenericCurve c;
-    mp_int k;
-    if (!loadPrivateKey(*curve, m.d, key) || !c.load(key) || !fromBytes(m.d, k)) {
-        state.SkipWithError("set-up failed");
-        return;
-    }
-    EccPoint R;
-    LogNull log;
-    for (auto _ : state) {
-        allocs.begin();
-        const bool ok = pointMultBase(k, c.n, c.G, R, c.aArg(), c.p, log);
-        allocs.end();
-        if (!ok) {
-            state.SkipWithError("pointMultBase failed");
-            return;
-        }
-    }
-    state.counters[kCounterProducts] = baseProducts(c.n, c.p, c.hasA);
-    allocs.report(state);
+    generatorMult(state, curve, true);
 }
 
 void doubleScalarMult(benchmark::State &state, const BenchCurve *curve) {
